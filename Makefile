@@ -1,0 +1,49 @@
+# Velmora Account client: the entry points. `make check` and `make demo` work on a fresh Debian machine.
+JOBS ?= $(shell nproc)
+CHECK_DIR ?= build/check
+RELEASE_DIR ?= build/release
+FUZZ_DIR ?= build/fuzz
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps check build-check demo build-release fuzz fuzz-smoke bench valgrind clean
+
+all: build-release
+
+deps:
+	@scripts/install-deps.sh
+
+# The whole suite, with AddressSanitizer and UndefinedBehaviorSanitizer, then a short fuzz run.
+check: deps build-check
+	ctest --test-dir $(CHECK_DIR) -j $(JOBS) --output-on-failure --timeout 120
+	$(MAKE) --no-print-directory fuzz-smoke
+
+build-check:
+	cmake -S . -B $(CHECK_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=ON
+	cmake --build $(CHECK_DIR) -j $(JOBS)
+
+build-release: deps
+	cmake -S . -B $(RELEASE_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Release -DVELMORA_TESTS=OFF -DVELMORA_BENCH=ON
+	cmake --build $(RELEASE_DIR) -j $(JOBS)
+
+# The main job: a platform root, the agent, a demo user, tokens through the library in both transports.
+demo: build-release
+	scripts/demo.sh $(RELEASE_DIR)
+
+# libFuzzer targets (clang): `make fuzz` runs each for FUZZ_SECONDS; `make fuzz-smoke` briefly, from
+# the committed seed corpus.
+$(FUZZ_DIR)/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B $(FUZZ_DIR) -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVELMORA_FUZZ=ON -DVELMORA_TESTS=ON
+
+fuzz: deps $(FUZZ_DIR)/build.ninja
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target velmora_fuzzers
+	scripts/run-fuzzers.sh $(FUZZ_DIR) $(FUZZ_SECONDS)
+
+fuzz-smoke: deps $(FUZZ_DIR)/build.ninja
+	cmake --build $(FUZZ_DIR) -j $(JOBS) --target velmora_fuzzers
+	scripts/run-fuzzers.sh $(FUZZ_DIR) 5
+
+bench: build-release
+	scripts/run-benchmarks.sh $(RELEASE_DIR)
+
+clean:
+	rm -rf build

@@ -1,0 +1,2 @@
+/* Placeholder translation unit for an area that has no sources yet. */
+typedef int velmora_empty_area_t;

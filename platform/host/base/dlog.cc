@@ -1,0 +1,86 @@
+// Velmora host platform: the platform log.
+//
+// Lines at or above VELMORA_LOG_LEVEL ("debug", "info", "warn", "error", "silent" or a number 3..8;
+// default "error") go to stderr as "<letter>/<tag>: <message>". A hook installed by a test sees every
+// line, whatever the level.
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+
+#include "dlog.h"
+#include "velmora_host.h"
+
+namespace {
+
+int parse_level(const char *text) {
+  if (!text || !*text) return DLOG_ERROR;
+  struct Named {
+    const char *name;
+    int level;
+  };
+  static const Named kNames[] = {{"debug", DLOG_DEBUG}, {"info", DLOG_INFO}, {"warn", DLOG_WARN},
+                                 {"error", DLOG_ERROR}, {"fatal", DLOG_FATAL},
+                                 {"silent", DLOG_SILENT}};
+  for (const Named &n : kNames)
+    if (strcmp(text, n.name) == 0) return n.level;
+  char *end = nullptr;
+  long v = strtol(text, &end, 10);
+  if (end != text && *end == '\0' && v >= DLOG_VERBOSE && v <= DLOG_SILENT) return (int)v;
+  return DLOG_ERROR;
+}
+
+int print_level() {
+  static const int level = parse_level(getenv("VELMORA_LOG_LEVEL"));
+  return level;
+}
+
+std::mutex g_hook_mutex;
+velmora_host_log_hook_cb g_hook = nullptr;
+void *g_hook_data = nullptr;
+
+char priority_letter(int prio) {
+  static const char kLetters[] = "??VDIWEFS";
+  return (prio >= 0 && prio <= DLOG_SILENT) ? kLetters[prio] : '?';
+}
+
+}  // namespace
+
+extern "C" void velmora_host_set_log_hook(velmora_host_log_hook_cb hook, void *user_data) {
+  std::lock_guard<std::mutex> lock(g_hook_mutex);
+  g_hook = hook;
+  g_hook_data = user_data;
+}
+
+extern "C" int dlog_print(log_priority prio, const char *tag, const char *fmt, ...) {
+  if (!tag || !fmt) return -22;
+  velmora_host_log_hook_cb hook;
+  void *hook_data;
+  {
+    std::lock_guard<std::mutex> lock(g_hook_mutex);
+    hook = g_hook;
+    hook_data = g_hook_data;
+  }
+  const bool print = prio >= print_level() && print_level() < DLOG_SILENT;
+  if (!hook && !print) return 0;  // nobody looks: skip the formatting
+
+  va_list ap;
+  va_start(ap, fmt);
+  va_list ap2;
+  va_copy(ap2, ap);
+  int n = vsnprintf(nullptr, 0, fmt, ap);
+  va_end(ap);
+  std::string line;
+  if (n > 0) {
+    line.resize((size_t)n + 1);
+    vsnprintf(line.data(), line.size(), fmt, ap2);
+    line.resize((size_t)n);
+  }
+  va_end(ap2);
+
+  if (hook) hook(prio, tag, fmt, line.c_str(), hook_data);
+  if (print) fprintf(stderr, "%c/%s: %s\n", priority_letter(prio), tag, line.c_str());
+  return n;
+}

@@ -1,0 +1,68 @@
+/*
+ * Velmora host platform: what the host implementation offers beyond the platform interfaces.
+ *
+ * The client library never includes this header: it is for the reference agent, the tools, the
+ * tests, the fuzzers and the benchmarks, which run on the host platform and need to set it up,
+ * observe it or serve as an application on it.
+ */
+#ifndef VELMORA_HOST_H
+#define VELMORA_HOST_H
+
+#include <stdbool.h>
+
+#include "app_control.h"
+#include "platform_export.h"
+#include "rpc_port_parcel.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- platform root ----
+ * Everything of one host platform lives below one directory: the device configuration, the package
+ * registry, the sockets of running applications, the account store. It is VELMORA_PLATFORM_ROOT,
+ * else "$XDG_RUNTIME_DIR/velmora-platform", else "/tmp/velmora-platform-<uid>". */
+
+/* The root directory in use (read from the environment at each call; owned by the platform). */
+PLATFORM_API const char *velmora_host_root(void);
+
+/* ---- log ---- */
+
+/* Receives every line given to dlog_print, whatever the print level: the priority, the tag, the
+ * format as given and the formatted line. */
+typedef void (*velmora_host_log_hook_cb)(int prio, const char *tag, const char *fmt,
+                                         const char *message, void *user_data);
+/* Installs (or with NULL removes) the process-wide log hook. */
+PLATFORM_API void velmora_host_set_log_hook(velmora_host_log_hook_cb hook, void *user_data);
+
+/* ---- parcels ---- */
+
+/* Lends the parcel's bytes (valid until the parcel changes or is destroyed). */
+PLATFORM_API int velmora_host_parcel_get_raw(rpc_port_parcel_h h, const void **raw,
+                                             unsigned int *size);
+/* A new parcel holding a copy of `size` bytes, read from the start. Refuses more than
+ * RPC_PORT_PARCEL_MAX_SIZE bytes. */
+PLATFORM_API int velmora_host_parcel_create_from_raw(rpc_port_parcel_h *h, const void *raw,
+                                                     unsigned int size);
+
+/* ---- running as an application ----
+ * An application's id is VELMORA_APP_ID in its environment (the launcher sets it). */
+
+/* Receives each launch request sent to this application, on the thread-default main context of the
+ * thread that called velmora_host_app_control_serve. `request` is lent for the call; answer it with
+ * app_control_reply_to_launch_request, now or later (then keep a clone). */
+typedef void (*velmora_host_launch_request_cb)(app_control_h request, void *user_data);
+/* Starts accepting launch requests for the calling application. */
+PLATFORM_API int velmora_host_app_control_serve(velmora_host_launch_request_cb callback,
+                                                void *user_data);
+/* Stops accepting launch requests. */
+PLATFORM_API void velmora_host_app_control_stop(void);
+
+/* The time a method call waits for its result on a proxy's main port before the connection is
+ * given up: VELMORA_RPC_TIMEOUT_MS, default 10000. */
+PLATFORM_API int velmora_host_rpc_timeout_ms(void);
+
+#ifdef __cplusplus
+}
+#endif
+#endif /* VELMORA_HOST_H */

@@ -1,0 +1,10 @@
+// Velmora host platform: the parcel record, shared by the parcel primitives and the ports.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+struct rpc_port_parcel_s {
+  std::vector<unsigned char> data;  // every byte written or received
+  size_t pos = 0;                   // read position
+};

@@ -1,0 +1,30 @@
+/*
+ * Velmora platform: device facts.
+ */
+#ifndef VELMORA_PLATFORM_SYSTEM_INFO_H
+#define VELMORA_PLATFORM_SYSTEM_INFO_H
+
+#include "platform_export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef enum {
+  SYSTEM_INFO_ERROR_NONE = 0,
+  SYSTEM_INFO_ERROR_INVALID_PARAMETER = -22,
+  SYSTEM_INFO_ERROR_OUT_OF_MEMORY = -12,
+  SYSTEM_INFO_ERROR_IO_ERROR = -5,
+  SYSTEM_INFO_ERROR_NOT_SUPPORTED = (int)0xC0000002, /* unknown key */
+} system_info_error_e;
+
+/* The feature key whose value is the device profile: "mobile", "wearable" or "tv". */
+#define SYSTEM_INFO_KEY_PROFILE "http://velmora.dev/feature/profile"
+
+/* Hands out the string value of `key` in *value (the caller frees it). */
+PLATFORM_API int system_info_get_platform_string(const char *key, char **value);
+
+#ifdef __cplusplus
+}
+#endif
+#endif /* VELMORA_PLATFORM_SYSTEM_INFO_H */

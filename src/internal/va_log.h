@@ -1,0 +1,40 @@
+// Velmora Account client: the library's log lines.
+//
+// Account client lines go out under "VelmoraAccount_CAPI" as "<file> : <function>(<line>) > <message>";
+// the generated layer's under "RPC_PORT_PROXY" as "<file>: <function>(<line>) > <message>" (no blank
+// before the colon). File is the source file's base name.
+#pragma once
+
+#include "dlog.h"
+
+#define VA_TAG "VelmoraAccount_CAPI"
+#define RPC_TAG "RPC_PORT_PROXY"
+
+#define VA_LOG(prio, fmt, ...) \
+  dlog_print(prio, VA_TAG, "%s : %s(%d) > " fmt, __FILE_NAME__, __func__, __LINE__, ##__VA_ARGS__)
+#define VA_LOGD(fmt, ...) VA_LOG(DLOG_DEBUG, fmt, ##__VA_ARGS__)
+#define VA_LOGI(fmt, ...) VA_LOG(DLOG_INFO, fmt, ##__VA_ARGS__)
+#define VA_LOGW(fmt, ...) VA_LOG(DLOG_WARN, fmt, ##__VA_ARGS__)
+#define VA_LOGE(fmt, ...) VA_LOG(DLOG_ERROR, fmt, ##__VA_ARGS__)
+
+// Entry and exit lines of a function.
+#define VA_ENTRY() VA_LOGI("[%s]", __func__)
+#define VA_EXIT() VA_LOGI("[%s] <<<< ended", __func__)
+
+// A failed precondition is logged with its own text: "(handle == NULL)".
+#define VA_RETV_IF(cond, ret)   \
+  do {                          \
+    if (cond) {                 \
+      VA_LOGE("(%s)", #cond);   \
+      return ret;               \
+    }                           \
+  } while (0)
+
+// The generated layer's lines. RPC_LOG_AT names the function explicitly, for code that serves many
+// generated functions from one body.
+#define RPC_LOG_AT(prio, func, fmt, ...) \
+  dlog_print(prio, RPC_TAG, "%s: %s(%d) > " fmt, __FILE_NAME__, func, __LINE__, ##__VA_ARGS__)
+#define RPC_LOG(prio, fmt, ...) RPC_LOG_AT(prio, __func__, fmt, ##__VA_ARGS__)
+#define RPC_LOGE(fmt, ...) RPC_LOG(DLOG_ERROR, fmt, ##__VA_ARGS__)
+#define RPC_LOGW(fmt, ...) RPC_LOG(DLOG_WARN, fmt, ##__VA_ARGS__)
+#define RPC_LOGI(fmt, ...) RPC_LOG(DLOG_INFO, fmt, ##__VA_ARGS__)
