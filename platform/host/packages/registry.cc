@@ -1,0 +1,211 @@
+// Velmora host platform: the package registry, one key file per package below the platform root.
+#include "registry.hh"
+
+#include <glib.h>
+#include <glib/gstdio.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include "host_root.hh"
+
+namespace vhost {
+
+namespace {
+
+constexpr const char *kSuffix = ".pkg";
+
+struct KeyFileDeleter {
+  void operator()(GKeyFile *k) const { g_key_file_free(k); }
+};
+using KeyFile = std::unique_ptr<GKeyFile, KeyFileDeleter>;
+
+std::string packages_dir() { return root_path(kPackagesDir); }
+std::string package_path(const std::string &id) { return packages_dir() + "/" + id + kSuffix; }
+
+std::string take_error(GError *err) {
+  std::string message = err ? err->message : "unknown error";
+  if (err) g_error_free(err);
+  return message;
+}
+
+std::string get_string(GKeyFile *kf, const std::string &group, const char *key, std::string *error) {
+  GError *err = nullptr;
+  gchar *v = g_key_file_get_string(kf, group.c_str(), key, &err);
+  if (!v) {
+    *error = "[" + group + "] " + key + ": " + take_error(err);
+    return {};
+  }
+  std::string s = v;
+  g_free(v);
+  return s;
+}
+
+bool parse_package(GKeyFile *kf, const std::string &expected_id, PackageRecord *out,
+                   std::string *error) {
+  PackageRecord pkg;
+  pkg.id = get_string(kf, "package", "id", error);
+  if (pkg.id.empty()) return false;
+  if (pkg.id != expected_id) {
+    *error = "package id '" + pkg.id + "' does not match its file name";
+    return false;
+  }
+  gsize n_apps = 0;
+  gchar **apps = g_key_file_get_string_list(kf, "package", "apps", &n_apps, nullptr);
+  for (gsize i = 0; apps && i < n_apps; ++i) {
+    AppRecord app;
+    app.app_id = apps[i];
+    app.package_id = pkg.id;
+    const std::string group = "app " + app.app_id;
+    app.type = get_string(kf, group, "type", error);
+    app.exec = get_string(kf, group, "exec", error);
+    if (app.type.empty() || !registry_valid_id(app.app_id)) {
+      if (error->empty()) *error = "invalid app '" + app.app_id + "'";
+      g_strfreev(apps);
+      return false;
+    }
+    const std::string meta = "metadata " + app.app_id;
+    gsize n_keys = 0;
+    gchar **keys = g_key_file_get_keys(kf, meta.c_str(), &n_keys, nullptr);
+    for (gsize k = 0; keys && k < n_keys; ++k) {
+      gchar *v = g_key_file_get_value(kf, meta.c_str(), keys[k], nullptr);
+      app.metadata.emplace_back(keys[k], v ? v : "");
+      g_free(v);
+    }
+    g_strfreev(keys);
+    pkg.apps.push_back(std::move(app));
+  }
+  g_strfreev(apps);
+  *out = std::move(pkg);
+  return true;
+}
+
+}  // namespace
+
+bool registry_valid_id(const std::string &id) {
+  if (id.empty() || id.size() > 255 || id[0] == '.') return false;
+  return std::all_of(id.begin(), id.end(), [](char c) {
+    return g_ascii_isalnum(c) || c == '.' || c == '-' || c == '_';
+  });
+}
+
+bool registry_load_package(const std::string &package_id, PackageRecord *out, std::string *error) {
+  std::string ignored;
+  if (!error) error = &ignored;
+  error->clear();
+  if (!registry_valid_id(package_id)) {
+    *error = "invalid package id '" + package_id + "'";
+    return false;
+  }
+  KeyFile kf(g_key_file_new());
+  GError *err = nullptr;
+  if (!g_key_file_load_from_file(kf.get(), package_path(package_id).c_str(), G_KEY_FILE_NONE, &err)) {
+    const bool missing = err && g_error_matches(err, G_FILE_ERROR, G_FILE_ERROR_NOENT);
+    *error = missing ? "package '" + package_id + "' is not installed"
+                     : "package '" + package_id + "': " + take_error(err);
+    if (missing) g_error_free(err);
+    return false;
+  }
+  if (!parse_package(kf.get(), package_id, out, error)) {
+    *error = "package '" + package_id + "' is malformed: " + *error;
+    return false;
+  }
+  return true;
+}
+
+std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *errors) {
+  std::vector<PackageRecord> result;
+  GDir *dir = g_dir_open(packages_dir().c_str(), 0, nullptr);
+  if (!dir) return result;
+  while (const gchar *name = g_dir_read_name(dir)) {
+    std::string file = name;
+    if (!g_str_has_suffix(name, kSuffix)) continue;
+    PackageRecord pkg;
+    std::string error;
+    if (registry_load_package(file.substr(0, file.size() - strlen(kSuffix)), &pkg, &error))
+      result.push_back(std::move(pkg));
+    else if (errors)
+      errors->push_back(error);
+  }
+  g_dir_close(dir);
+  std::sort(result.begin(), result.end(),
+            [](const PackageRecord &a, const PackageRecord &b) { return a.id < b.id; });
+  return result;
+}
+
+bool registry_find_app(const std::string &app_id, AppRecord *out) {
+  for (PackageRecord &pkg : registry_list_packages(nullptr))
+    for (AppRecord &app : pkg.apps)
+      if (app.app_id == app_id) {
+        if (out) *out = std::move(app);
+        return true;
+      }
+  return false;
+}
+
+bool registry_install_package(const PackageRecord &package, std::string *error) {
+  std::string ignored;
+  if (!error) error = &ignored;
+  if (!registry_valid_id(package.id)) {
+    *error = "invalid package id '" + package.id + "'";
+    return false;
+  }
+  KeyFile kf(g_key_file_new());
+  g_key_file_set_string(kf.get(), "package", "id", package.id.c_str());
+  std::vector<const gchar *> ids;
+  for (const AppRecord &app : package.apps) {
+    if (!registry_valid_id(app.app_id)) {
+      *error = "invalid app id '" + app.app_id + "'";
+      return false;
+    }
+    if (app.type != "service" && app.type != "ui") {
+      *error = "app '" + app.app_id + "': type must be service or ui";
+      return false;
+    }
+    AppRecord existing;
+    if (registry_find_app(app.app_id, &existing) && existing.package_id != package.id) {
+      *error = "app '" + app.app_id + "' belongs to package '" + existing.package_id + "'";
+      return false;
+    }
+    ids.push_back(app.app_id.c_str());
+    const std::string group = "app " + app.app_id;
+    g_key_file_set_string(kf.get(), group.c_str(), "type", app.type.c_str());
+    g_key_file_set_string(kf.get(), group.c_str(), "exec", app.exec.c_str());
+    const std::string meta = "metadata " + app.app_id;
+    for (const auto &[key, value] : app.metadata) {
+      if (key.empty() || key.find_first_of("=[]\n") != std::string::npos) {
+        *error = "invalid metadata key '" + key + "'";
+        return false;
+      }
+      g_key_file_set_value(kf.get(), meta.c_str(), key.c_str(), value.c_str());
+    }
+  }
+  g_key_file_set_string_list(kf.get(), "package", "apps", ids.data(), ids.size());
+  if (!make_dirs(packages_dir())) {
+    *error = "cannot create " + packages_dir();
+    return false;
+  }
+  GError *err = nullptr;
+  if (!g_key_file_save_to_file(kf.get(), package_path(package.id).c_str(), &err)) {
+    *error = take_error(err);
+    return false;
+  }
+  return true;
+}
+
+bool registry_remove_package(const std::string &package_id, std::string *error) {
+  std::string ignored;
+  if (!error) error = &ignored;
+  if (!registry_valid_id(package_id)) {
+    *error = "invalid package id '" + package_id + "'";
+    return false;
+  }
+  if (g_unlink(package_path(package_id).c_str()) != 0) {
+    *error = "package '" + package_id + "' is not installed";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace vhost
