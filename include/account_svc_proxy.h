@@ -10,8 +10,8 @@
  *     Every failure is logged once at error priority under the tag "RPC_PORT_PROXY".
  *  2. Every handle is an opaque heap record made by a _create function and freed by its _destroy
  *     function. A record owns everything it points to (strings, nested records, list items).
- *  3. Strings and handles handed in are copied; the caller keeps its own. Strings handed out are new
- *     copies the caller frees with free(); handles handed out are clones the caller destroys.
+ *  3. Strings and handles handed in are copied; the caller keeps its own. Strings handed out are
+ * new copies the caller frees with free(); handles handed out are clones the caller destroys.
  *  4. Items lent to a foreach callback belong to the list; the callback must not destroy them.
  *  5. Every record and list begins with its parcelable pair, so a handle can be given directly to
  *     rpc_port_parcel_write() / rpc_port_parcel_read() of the platform.
@@ -45,12 +45,12 @@ RPC_PORT_LISTS(RPC_PORT_DECLARE_HANDLE_)
  * int rpc_port_<Type>_destroy(rpc_port_<Type>_h h)
  *   Frees the record and everything it owns. -1 for NULL h.
  * int rpc_port_<Type>_clone(rpc_port_<Type>_h h, rpc_port_<Type>_h *clone)
- *   A deep copy in *clone, owned by the caller; NULL fields stay NULL. -1 for NULL arguments, out of
- *   memory, or a NULL item in one of its lists; no partial copy is left behind.
+ *   A deep copy in *clone, owned by the caller; NULL fields stay NULL. -1 for NULL arguments, out
+ * of memory, or a NULL item in one of its lists; no partial copy is left behind.
  */
-#define RPC_PORT_DECLARE_LIFECYCLE_(T)                                              \
-  VELMORA_API int rpc_port_##T##_create(rpc_port_##T##_h *h);                       \
-  VELMORA_API int rpc_port_##T##_destroy(rpc_port_##T##_h h);                       \
+#define RPC_PORT_DECLARE_LIFECYCLE_(T)                        \
+  VELMORA_API int rpc_port_##T##_create(rpc_port_##T##_h *h); \
+  VELMORA_API int rpc_port_##T##_destroy(rpc_port_##T##_h h); \
   VELMORA_API int rpc_port_##T##_clone(rpc_port_##T##_h h, rpc_port_##T##_h *clone);
 
 /* ---- records and lists: the per-field family ----
@@ -84,22 +84,21 @@ RPC_PORT_LISTS(RPC_PORT_DECLARE_HANDLE_)
  */
 #define RPC_PORT_DECLARE_FIELD_(T, F, K, A) RPC_PORT_DECLARE_##K##_(T, F, A)
 
-#define RPC_PORT_DECLARE_STRING_(T, F, A)                                         \
+#define RPC_PORT_DECLARE_STRING_(T, F, A)                                        \
   VELMORA_API int rpc_port_##T##_set_##F(rpc_port_##T##_h h, const char *value); \
   VELMORA_API int rpc_port_##T##_get_##F(rpc_port_##T##_h h, char **value);
-#define RPC_PORT_DECLARE_SCALAR_(T, F, C)                                 \
+#define RPC_PORT_DECLARE_SCALAR_(T, F, C)                              \
   VELMORA_API int rpc_port_##T##_set_##F(rpc_port_##T##_h h, C value); \
   VELMORA_API int rpc_port_##T##_get_##F(rpc_port_##T##_h h, C *value);
 #define RPC_PORT_DECLARE_INT_(T, F, A) RPC_PORT_DECLARE_SCALAR_(T, F, int)
 #define RPC_PORT_DECLARE_LLONG_(T, F, A) RPC_PORT_DECLARE_SCALAR_(T, F, long long)
 #define RPC_PORT_DECLARE_DOUBLE_(T, F, A) RPC_PORT_DECLARE_SCALAR_(T, F, double)
 #define RPC_PORT_DECLARE_RECORD_(T, F, A) RPC_PORT_DECLARE_SCALAR_(T, F, rpc_port_##A##_h)
-#define RPC_PORT_DECLARE_ITEMS_(T, F, I)                                                    \
-  VELMORA_API int rpc_port_##T##_add_##F(rpc_port_##T##_h h, I value);                     \
-  VELMORA_API int rpc_port_##T##_foreach_##F(rpc_port_##T##_h h,                           \
-                                             bool (*callback)(I value, void *user_data),   \
-                                             void *user_data);                             \
-  VELMORA_API int rpc_port_##T##_remove_##F(rpc_port_##T##_h h, unsigned int nth);         \
+#define RPC_PORT_DECLARE_ITEMS_(T, F, I)                                                \
+  VELMORA_API int rpc_port_##T##_add_##F(rpc_port_##T##_h h, I value);                  \
+  VELMORA_API int rpc_port_##T##_foreach_##F(                                           \
+      rpc_port_##T##_h h, bool (*callback)(I value, void *user_data), void *user_data); \
+  VELMORA_API int rpc_port_##T##_remove_##F(rpc_port_##T##_h h, unsigned int nth);      \
   VELMORA_API int rpc_port_##T##_get_##F##_length(rpc_port_##T##_h h, unsigned int *length);
 #define RPC_PORT_DECLARE_LIST_(T, F, A) RPC_PORT_DECLARE_ITEMS_(T, F, rpc_port_##A##_h)
 #define RPC_PORT_DECLARE_STRLIST_(T, F, A) RPC_PORT_DECLARE_ITEMS_(T, F, const char *)
@@ -151,10 +150,10 @@ VELMORA_API int rpc_port_proxy_AccountSvc_connect(rpc_port_proxy_AccountSvc_h h)
 VELMORA_API int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h);
 
 /* ---- reply delegates ----
- * A delegate stands for one awaited answer of the agent. Passing it to a method call hands it to the
- * proxy: from then on the proxy frees it (after its callback when it was made with once = true, on
- * dispose, or with the proxy). The record handed to a callback lives only for the call; clone what
- * you keep. */
+ * A delegate stands for one awaited answer of the agent. Passing it to a method call hands it to
+ * the proxy: from then on the proxy frees it (after its callback when it was made with once = true,
+ * on dispose, or with the proxy). The record handed to a callback lives only for the call; clone
+ * what you keep. */
 
 typedef struct rpc_port_AccountSvc_ResponseCb_s *rpc_port_AccountSvc_ResponseCb_h;
 typedef struct rpc_port_AccountSvc_ResponseErrorCb_s *rpc_port_AccountSvc_ResponseErrorCb_h;
@@ -183,11 +182,11 @@ typedef void (*rpc_port_AccountSvc_ResponseProfileCb_cb)(void *user_data, int re
  *   Withdraws a delegate that was passed to a method and frees it. -1 for NULL arguments, and
  *   (without freeing it) for a delegate the proxy does not hold.
  */
-#define RPC_PORT_DECLARE_DELEGATE_(D)                                                             \
-  VELMORA_API rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                       \
-      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data);                         \
-  VELMORA_API int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h);               \
-  VELMORA_API int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy,      \
+#define RPC_PORT_DECLARE_DELEGATE_(D)                                                        \
+  VELMORA_API rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                  \
+      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data);                    \
+  VELMORA_API int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h);          \
+  VELMORA_API int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy, \
                                                           rpc_port_AccountSvc_##D##_h delegate);
 RPC_PORT_DECLARE_DELEGATE_(ResponseCb)
 RPC_PORT_DECLARE_DELEGATE_(ResponseErrorCb)
@@ -219,7 +218,8 @@ VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetAccountList(rpc_port_proxy_A
                                                                 rpc_port_list_string_h *list);
 /* The last access token of account, as a new record in *result_account. */
 VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(
-    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, rpc_port_AccountS_h *result_account);
+    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
+    rpc_port_AccountS_h *result_account);
 /* Asks for an access token of account; answered through callback. */
 VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,

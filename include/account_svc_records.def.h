@@ -58,31 +58,31 @@
   X(list_string)
 
 /* Aaa, Bbb and Ccc are spare string slots of the interface and keep exactly these names. */
-#define RPC_PORT_FIELDS_AccountS(F)           \
-  F(AccountS, AccessToken, STRING, _)         \
-  F(AccountS, ApiServerUrl, STRING, _)        \
-  F(AccountS, AuthCode, STRING, _)            \
-  F(AccountS, AuthServerUrl, STRING, _)       \
-  F(AccountS, ClientId, STRING, _)            \
-  F(AccountS, ClientSecret, STRING, _)        \
-  F(AccountS, CountryCode, STRING, _)         \
-  F(AccountS, DeviceUniqueCode, STRING, _)    \
-  F(AccountS, LastAccessToken, STRING, _)     \
-  F(AccountS, LoginId, STRING, _)             \
-  F(AccountS, Mcc, STRING, _)                 \
-  F(AccountS, Password, STRING, _)            \
-  F(AccountS, RefreshToken, STRING, _)        \
-  F(AccountS, Scope, STRING, _)               \
-  F(AccountS, UserId, STRING, _)              \
-  F(AccountS, SigninAppMessage, STRING, _)    \
-  F(AccountS, Aaa, STRING, _)                 \
-  F(AccountS, Bbb, STRING, _)                 \
-  F(AccountS, Ccc, STRING, _)                 \
-  F(AccountS, Reserved, STRING, _)            \
-  F(AccountS, TncStatus, INT, _)              \
-  F(AccountS, TokenExpiresIn, INT, _)         \
-  F(AccountS, TokenIssueTime, INT, _)         \
-  F(AccountS, LongExpiresIn, LLONG, _)        \
+#define RPC_PORT_FIELDS_AccountS(F)        \
+  F(AccountS, AccessToken, STRING, _)      \
+  F(AccountS, ApiServerUrl, STRING, _)     \
+  F(AccountS, AuthCode, STRING, _)         \
+  F(AccountS, AuthServerUrl, STRING, _)    \
+  F(AccountS, ClientId, STRING, _)         \
+  F(AccountS, ClientSecret, STRING, _)     \
+  F(AccountS, CountryCode, STRING, _)      \
+  F(AccountS, DeviceUniqueCode, STRING, _) \
+  F(AccountS, LastAccessToken, STRING, _)  \
+  F(AccountS, LoginId, STRING, _)          \
+  F(AccountS, Mcc, STRING, _)              \
+  F(AccountS, Password, STRING, _)         \
+  F(AccountS, RefreshToken, STRING, _)     \
+  F(AccountS, Scope, STRING, _)            \
+  F(AccountS, UserId, STRING, _)           \
+  F(AccountS, SigninAppMessage, STRING, _) \
+  F(AccountS, Aaa, STRING, _)              \
+  F(AccountS, Bbb, STRING, _)              \
+  F(AccountS, Ccc, STRING, _)              \
+  F(AccountS, Reserved, STRING, _)         \
+  F(AccountS, TncStatus, INT, _)           \
+  F(AccountS, TokenExpiresIn, INT, _)      \
+  F(AccountS, TokenIssueTime, INT, _)      \
+  F(AccountS, LongExpiresIn, LLONG, _)     \
   F(AccountS, LongIssueTime, LLONG, _)
 
 #define RPC_PORT_FIELDS_NameS(F)      \
@@ -162,33 +162,33 @@
   F(PhotoS, Hash, STRING, _)        \
   F(PhotoS, Verified, STRING, _)
 
-#define RPC_PORT_FIELDS_OrganizationS(F)   \
-  F(OrganizationS, Company, STRING, _)     \
-  F(OrganizationS, Department, STRING, _)  \
-  F(OrganizationS, Title, STRING, _)       \
+#define RPC_PORT_FIELDS_OrganizationS(F)  \
+  F(OrganizationS, Company, STRING, _)    \
+  F(OrganizationS, Department, STRING, _) \
+  F(OrganizationS, Title, STRING, _)      \
   F(OrganizationS, Verified, STRING, _)
 
-#define RPC_PORT_FIELDS_HealthS(F)       \
-  F(HealthS, Height, STRING, _)          \
-  F(HealthS, Weight, STRING, _)          \
-  F(HealthS, ActivityLevel, STRING, _)   \
+#define RPC_PORT_FIELDS_HealthS(F)     \
+  F(HealthS, Height, STRING, _)        \
+  F(HealthS, Weight, STRING, _)        \
+  F(HealthS, ActivityLevel, STRING, _) \
   F(HealthS, Verified, STRING, _)
 
 /* One privacy setting per profile item kind. */
-#define RPC_PORT_FIELDS_PrivacyS(F)  \
-  F(PrivacyS, Name, INT, _)          \
-  F(PrivacyS, Birthday, INT, _)      \
-  F(PrivacyS, Messenger, INT, _)     \
-  F(PrivacyS, Phone, INT, _)         \
-  F(PrivacyS, Email, INT, _)         \
-  F(PrivacyS, Web, INT, _)           \
-  F(PrivacyS, Event, INT, _)         \
-  F(PrivacyS, Nickname, INT, _)      \
-  F(PrivacyS, Photo, INT, _)         \
-  F(PrivacyS, Organization, INT, _)  \
-  F(PrivacyS, Gender, INT, _)        \
-  F(PrivacyS, Status, INT, _)        \
-  F(PrivacyS, Note, INT, _)          \
+#define RPC_PORT_FIELDS_PrivacyS(F) \
+  F(PrivacyS, Name, INT, _)         \
+  F(PrivacyS, Birthday, INT, _)     \
+  F(PrivacyS, Messenger, INT, _)    \
+  F(PrivacyS, Phone, INT, _)        \
+  F(PrivacyS, Email, INT, _)        \
+  F(PrivacyS, Web, INT, _)          \
+  F(PrivacyS, Event, INT, _)        \
+  F(PrivacyS, Nickname, INT, _)     \
+  F(PrivacyS, Photo, INT, _)        \
+  F(PrivacyS, Organization, INT, _) \
+  F(PrivacyS, Gender, INT, _)       \
+  F(PrivacyS, Status, INT, _)       \
+  F(PrivacyS, Note, INT, _)         \
   F(PrivacyS, Health, INT, _)
 
 #define RPC_PORT_FIELDS_ProfileS(F)                \
@@ -212,24 +212,24 @@
   F(ProfileS, Health, RECORD, HealthS)             \
   F(ProfileS, Privacy, RECORD, PrivacyS)
 
-#define RPC_PORT_FIELDS_PlaceS(F)         \
-  F(PlaceS, Name, STRING, _)              \
-  F(PlaceS, Address, STRING, _)           \
-  F(PlaceS, WifiName, STRING, _)          \
-  F(PlaceS, WifiBssid, STRING, _)         \
-  F(PlaceS, BtName, STRING, _)            \
-  F(PlaceS, BtAddress, STRING, _)         \
-  F(PlaceS, Category, INT, _)             \
-  F(PlaceS, Type, INT, _)                 \
-  F(PlaceS, LocationSource, INT, _)       \
-  F(PlaceS, Latitude, DOUBLE, _)          \
-  F(PlaceS, Longitude, DOUBLE, _)         \
+#define RPC_PORT_FIELDS_PlaceS(F)   \
+  F(PlaceS, Name, STRING, _)        \
+  F(PlaceS, Address, STRING, _)     \
+  F(PlaceS, WifiName, STRING, _)    \
+  F(PlaceS, WifiBssid, STRING, _)   \
+  F(PlaceS, BtName, STRING, _)      \
+  F(PlaceS, BtAddress, STRING, _)   \
+  F(PlaceS, Category, INT, _)       \
+  F(PlaceS, Type, INT, _)           \
+  F(PlaceS, LocationSource, INT, _) \
+  F(PlaceS, Latitude, DOUBLE, _)    \
+  F(PlaceS, Longitude, DOUBLE, _)   \
   F(PlaceS, Reserved, STRING, _)
 
 /* The count field is spelt `size` in lower case; the name is part of the exported functions. */
-#define RPC_PORT_FIELDS_PlaceInfoS(F)     \
-  F(PlaceInfoS, size, INT, _)             \
-  F(PlaceInfoS, Reserved, STRING, _)      \
+#define RPC_PORT_FIELDS_PlaceInfoS(F) \
+  F(PlaceInfoS, size, INT, _)         \
+  F(PlaceInfoS, Reserved, STRING, _)  \
   F(PlaceInfoS, PlaceList, LIST, PlaceS)
 
 #define RPC_PORT_FIELDS_list_NameS(F) F(list_NameS, list_NameSs, LIST, NameS)

@@ -23,10 +23,10 @@
 #define VREC_MEMBER_RECORD_(F, A) rpc_port_##A##_h F;
 #define VREC_MEMBER_LIST_(F, A) GList *F;
 #define VREC_MEMBER_STRLIST_(F, A) GList *F;
-#define VREC_STRUCT_(T)                      \
-  struct rpc_port_##T##_s {                  \
-    rpc_port_parcelable_t parcelable;        \
-    RPC_PORT_FIELDS_##T(VREC_MEMBER_)        \
+#define VREC_STRUCT_(T)               \
+  struct rpc_port_##T##_s {           \
+    rpc_port_parcelable_t parcelable; \
+    RPC_PORT_FIELDS_##T(VREC_MEMBER_) \
   };
 RPC_PORT_RECORDS(VREC_STRUCT_)
 RPC_PORT_LISTS(VREC_STRUCT_)
@@ -39,7 +39,7 @@ enum class FieldKind { STRING, INT, LLONG, DOUBLE, RECORD, LIST, STRLIST };
 struct RecordDesc;
 
 struct FieldDesc {
-  const char *name;        // "AccessToken"
+  const char *name;  // "AccessToken"
   FieldKind kind;
   size_t offset;           // of the member in the record
   const RecordDesc *item;  // RECORD: the nested type; LIST: the item type; else nullptr

@@ -10,12 +10,12 @@ namespace vrec {
 namespace {
 
 // Each type's parcelable pair: __<Type>_to and __<Type>_from, the names their log lines carry.
-#define VREC_TO_FROM_(T)                                             \
-  void __##T##_to(rpc_port_parcel_h parcel, void *data) {            \
-    write(kDesc_##T, parcel, data, __func__);                        \
-  }                                                                  \
-  void __##T##_from(rpc_port_parcel_h parcel, void *data) {          \
-    read(kDesc_##T, parcel, data, __func__);                         \
+#define VREC_TO_FROM_(T)                                    \
+  void __##T##_to(rpc_port_parcel_h parcel, void *data) {   \
+    write(kDesc_##T, parcel, data, __func__);               \
+  }                                                         \
+  void __##T##_from(rpc_port_parcel_h parcel, void *data) { \
+    read(kDesc_##T, parcel, data, __func__);                \
   }
 RPC_PORT_RECORDS(VREC_TO_FROM_)
 RPC_PORT_LISTS(VREC_TO_FROM_)
@@ -38,11 +38,15 @@ RPC_PORT_LISTS(VREC_FIELDS_)
 
 }  // namespace
 
-#define VREC_DESC_(T)                                                                         \
-  constinit const RecordDesc kDesc_##T = {                                                    \
-      #T,           sizeof(rpc_port_##T##_s),    kFields_##T,                                 \
-      std::size(kFields_##T), {__##T##_to, __##T##_from}, "rpc_port_" #T "_create",             \
-      "rpc_port_" #T "_destroy", "rpc_port_" #T "_clone"};
+#define VREC_DESC_(T)                                                 \
+  constinit const RecordDesc kDesc_##T = {#T,                         \
+                                          sizeof(rpc_port_##T##_s),   \
+                                          kFields_##T,                \
+                                          std::size(kFields_##T),     \
+                                          {__##T##_to, __##T##_from}, \
+                                          "rpc_port_" #T "_create",   \
+                                          "rpc_port_" #T "_destroy",  \
+                                          "rpc_port_" #T "_clone"};
 RPC_PORT_RECORDS(VREC_DESC_)
 RPC_PORT_LISTS(VREC_DESC_)
 #undef VREC_DESC_

@@ -1,4 +1,5 @@
-// Velmora Account client: how every AccountSvc record and list is written to and read from a parcel.
+// Velmora Account client: how every AccountSvc record and list is written to and read from a
+// parcel.
 //
 // The encoding is positional: the fields in declaration order, with no names, tags or lengths.
 // Strings go as strings (NULL as ""), int as int32, long long as int64, double as double, a list

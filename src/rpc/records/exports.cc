@@ -6,9 +6,9 @@
 namespace vrec {
 // The position of each field in its type's descriptor: vrec::fields_AccountS::AccessToken, ...
 #define VREC_FIELD_INDEX_(T, F, K, A) F,
-#define VREC_FIELD_INDICES_(T) \
-  namespace fields_##T {       \
-  enum : size_t { RPC_PORT_FIELDS_##T(VREC_FIELD_INDEX_) };  \
+#define VREC_FIELD_INDICES_(T)                                \
+  namespace fields_##T {                                      \
+    enum : size_t { RPC_PORT_FIELDS_##T(VREC_FIELD_INDEX_) }; \
   }
 RPC_PORT_RECORDS(VREC_FIELD_INDICES_)
 RPC_PORT_LISTS(VREC_FIELD_INDICES_)
@@ -18,53 +18,53 @@ RPC_PORT_LISTS(VREC_FIELD_INDICES_)
 
 #define VREC_F_(T, F) vrec::kDesc_##T.fields[vrec::fields_##T::F]
 
-#define VREC_EXPORT_LIFECYCLE_(T)                                                     \
-  int rpc_port_##T##_create(rpc_port_##T##_h *h) {                                    \
-    void *out = nullptr;                                                              \
-    int ret = vrec::create_out(vrec::kDesc_##T, h ? &out : nullptr, __func__);        \
-    if (ret == 0) *h = static_cast<rpc_port_##T##_h>(out);                            \
-    return ret;                                                                       \
-  }                                                                                   \
-  int rpc_port_##T##_destroy(rpc_port_##T##_h h) {                                    \
-    return vrec::destroy_checked(vrec::kDesc_##T, h, __func__);                       \
-  }                                                                                   \
-  int rpc_port_##T##_clone(rpc_port_##T##_h h, rpc_port_##T##_h *clone) {             \
-    void *out = nullptr;                                                              \
-    int ret = vrec::clone_out(vrec::kDesc_##T, h, clone ? &out : nullptr, __func__);  \
-    if (ret == 0) *clone = static_cast<rpc_port_##T##_h>(out);                        \
-    return ret;                                                                       \
+#define VREC_EXPORT_LIFECYCLE_(T)                                                    \
+  int rpc_port_##T##_create(rpc_port_##T##_h *h) {                                   \
+    void *out = nullptr;                                                             \
+    int ret = vrec::create_out(vrec::kDesc_##T, h ? &out : nullptr, __func__);       \
+    if (ret == 0) *h = static_cast<rpc_port_##T##_h>(out);                           \
+    return ret;                                                                      \
+  }                                                                                  \
+  int rpc_port_##T##_destroy(rpc_port_##T##_h h) {                                   \
+    return vrec::destroy_checked(vrec::kDesc_##T, h, __func__);                      \
+  }                                                                                  \
+  int rpc_port_##T##_clone(rpc_port_##T##_h h, rpc_port_##T##_h *clone) {            \
+    void *out = nullptr;                                                             \
+    int ret = vrec::clone_out(vrec::kDesc_##T, h, clone ? &out : nullptr, __func__); \
+    if (ret == 0) *clone = static_cast<rpc_port_##T##_h>(out);                       \
+    return ret;                                                                      \
   }
 
 #define VREC_EXPORT_FIELD_(T, F, K, A) VREC_EXPORT_##K##_(T, F, A)
 
-#define VREC_EXPORT_STRING_(T, F, A)                                      \
-  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, const char *value) {    \
-    return vrec::set_string(VREC_F_(T, F), h, value, __func__);           \
-  }                                                                       \
-  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, char **value) {          \
-    return vrec::get_string(VREC_F_(T, F), h, value, __func__);           \
+#define VREC_EXPORT_STRING_(T, F, A)                                  \
+  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, const char *value) { \
+    return vrec::set_string(VREC_F_(T, F), h, value, __func__);       \
+  }                                                                   \
+  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, char **value) {      \
+    return vrec::get_string(VREC_F_(T, F), h, value, __func__);       \
   }
 
-#define VREC_EXPORT_SCALAR_(T, F, C)                                \
-  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, C value) {         \
-    return vrec::set_scalar<C>(VREC_F_(T, F), h, value, __func__);  \
-  }                                                                 \
-  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, C *value) {        \
-    return vrec::get_scalar<C>(VREC_F_(T, F), h, value, __func__);  \
+#define VREC_EXPORT_SCALAR_(T, F, C)                               \
+  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, C value) {        \
+    return vrec::set_scalar<C>(VREC_F_(T, F), h, value, __func__); \
+  }                                                                \
+  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, C *value) {       \
+    return vrec::get_scalar<C>(VREC_F_(T, F), h, value, __func__); \
   }
 #define VREC_EXPORT_INT_(T, F, A) VREC_EXPORT_SCALAR_(T, F, int)
 #define VREC_EXPORT_LLONG_(T, F, A) VREC_EXPORT_SCALAR_(T, F, long long)
 #define VREC_EXPORT_DOUBLE_(T, F, A) VREC_EXPORT_SCALAR_(T, F, double)
 
-#define VREC_EXPORT_RECORD_(T, F, A)                                                      \
-  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, rpc_port_##A##_h value) {                \
-    return vrec::set_record(VREC_F_(T, F), h, value, __func__);                           \
-  }                                                                                       \
-  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, rpc_port_##A##_h *value) {               \
-    void *out = nullptr;                                                                  \
-    int ret = vrec::get_record(VREC_F_(T, F), h, value ? &out : nullptr, __func__);       \
-    if (ret == 0) *value = static_cast<rpc_port_##A##_h>(out);                            \
-    return ret;                                                                           \
+#define VREC_EXPORT_RECORD_(T, F, A)                                                \
+  int rpc_port_##T##_set_##F(rpc_port_##T##_h h, rpc_port_##A##_h value) {          \
+    return vrec::set_record(VREC_F_(T, F), h, value, __func__);                     \
+  }                                                                                 \
+  int rpc_port_##T##_get_##F(rpc_port_##T##_h h, rpc_port_##A##_h *value) {         \
+    void *out = nullptr;                                                            \
+    int ret = vrec::get_record(VREC_F_(T, F), h, value ? &out : nullptr, __func__); \
+    if (ret == 0) *value = static_cast<rpc_port_##A##_h>(out);                      \
+    return ret;                                                                     \
   }
 
 #define VREC_EXPORT_ITEMS_(T, F, I)                                                              \
@@ -84,8 +84,8 @@ RPC_PORT_LISTS(VREC_FIELD_INDICES_)
 #define VREC_EXPORT_LIST_(T, F, A) VREC_EXPORT_ITEMS_(T, F, rpc_port_##A##_h)
 #define VREC_EXPORT_STRLIST_(T, F, A) VREC_EXPORT_ITEMS_(T, F, const char *)
 
-#define VREC_EXPORT_TYPE_(T)  \
-  VREC_EXPORT_LIFECYCLE_(T)   \
+#define VREC_EXPORT_TYPE_(T) \
+  VREC_EXPORT_LIFECYCLE_(T)  \
   RPC_PORT_FIELDS_##T(VREC_EXPORT_FIELD_)
 
 RPC_PORT_RECORDS(VREC_EXPORT_TYPE_)

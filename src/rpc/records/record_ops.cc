@@ -1,9 +1,9 @@
 // Velmora Account client: create, destroy, clone and the string / nested-record accessors of every
 // AccountSvc record and list, driven by the type descriptors.
+#include "record_ops.hh"
+
 #include <cstdlib>
 #include <cstring>
-
-#include "record_ops.hh"
 
 namespace vrec {
 
