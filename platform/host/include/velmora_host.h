@@ -57,6 +57,10 @@ PLATFORM_API int velmora_host_app_control_serve(velmora_host_launch_request_cb c
                                                 void *user_data);
 /* Stops accepting launch requests. */
 PLATFORM_API void velmora_host_app_control_stop(void);
+/* While refusing, every launch request sent to this application is refused before it reaches the
+ * callback: the sender gets APP_CONTROL_ERROR_LAUNCH_REJECTED (or a failed reply when the request
+ * had to wait for this application to start). Off by default. */
+PLATFORM_API void velmora_host_app_control_set_refusing(bool refusing);
 
 /* The time a method call waits for its result on a proxy's main port before the connection is
  * given up: VELMORA_RPC_TIMEOUT_MS, default 10000. */

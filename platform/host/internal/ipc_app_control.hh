@@ -1,0 +1,44 @@
+// Velmora host platform: the app control record and its encoding (see ipc_wire.hh, "control").
+#pragma once
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "app_control.h"
+#include "ipc_frame.hh"
+#include "ipc_wire.hh"
+
+namespace vhost::ipc {
+
+// The callee's end of a received launch request: the sender's stream, shared by the request and
+// every clone of it, so that any of them can reply (once). When the last of them goes without a
+// reply, the stream closes and the sender's reply callback runs with APP_CONTROL_RESULT_FAILED.
+struct ReplyChannel {
+  int fd = -1;
+  bool replied = false;
+  ~ReplyChannel();
+};
+
+}  // namespace vhost::ipc
+
+struct app_control_s {
+  bool has_app_id = false;
+  std::string app_id;
+  bool has_operation = false;
+  std::string operation;
+  std::vector<std::pair<std::string, std::string>> extras;  // unique keys, insertion order
+  // Received launch requests only.
+  bool received = false;
+  std::string caller;
+  std::shared_ptr<vhost::ipc::ReplyChannel> channel;
+};
+
+namespace vhost::ipc {
+
+void encode_control(const app_control_s &control, Bytes *out);
+// Reads a control; false for anything malformed (empty or repeated keys included).
+bool decode_control(WireReader *reader, app_control_s *out);
+
+}  // namespace vhost::ipc

@@ -1,0 +1,150 @@
+// Velmora host platform: the app control object (target, operation, extras, caller).
+//
+// Extras keep their insertion order; adding an existing key replaces its value in place. A clone
+// of a received launch request shares the request's reply channel, so that it can be kept and
+// answered later.
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "app_control.h"
+#include "ipc_app_control.hh"
+
+namespace {
+
+using Extra = std::pair<std::string, std::string>;
+
+int copy_out(const std::string &value, char **out) {
+  char *copy = strdup(value.c_str());
+  if (!copy) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  *out = copy;
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int set_optional(bool *has, std::string *field, const char *value) {
+  try {
+    *has = value != nullptr;
+    field->assign(value ? value : "");
+  } catch (const std::bad_alloc &) {
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  }
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int get_optional(bool has, const std::string &field, char **out) {
+  if (!has) {
+    *out = nullptr;
+    return APP_CONTROL_ERROR_NONE;
+  }
+  return copy_out(field, out);
+}
+
+std::vector<Extra>::iterator find_extra(app_control_h h, const char *key) {
+  return std::find_if(h->extras.begin(), h->extras.end(),
+                      [key](const Extra &e) { return e.first == key; });
+}
+
+}  // namespace
+
+extern "C" {
+
+int app_control_create(app_control_h *app_control) {
+  if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  auto *h = new (std::nothrow) app_control_s;
+  if (!h) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  *app_control = h;
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_destroy(app_control_h app_control) {
+  if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  delete app_control;
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_clone(app_control_h *clone, app_control_h app_control) {
+  if (!clone || !app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  auto *h = new (std::nothrow) app_control_s;
+  if (!h) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  try {
+    *h = *app_control;
+  } catch (const std::bad_alloc &) {
+    delete h;
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  }
+  *clone = h;
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_set_app_id(app_control_h app_control, const char *app_id) {
+  if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  return set_optional(&app_control->has_app_id, &app_control->app_id, app_id);
+}
+
+int app_control_get_app_id(app_control_h app_control, char **app_id) {
+  if (!app_control || !app_id) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  return get_optional(app_control->has_app_id, app_control->app_id, app_id);
+}
+
+int app_control_set_operation(app_control_h app_control, const char *operation) {
+  if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  return set_optional(&app_control->has_operation, &app_control->operation, operation);
+}
+
+int app_control_get_operation(app_control_h app_control, char **operation) {
+  if (!app_control || !operation) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  return get_optional(app_control->has_operation, app_control->operation, operation);
+}
+
+int app_control_add_extra_data(app_control_h app_control, const char *key, const char *value) {
+  if (!app_control || !key || !*key || !value) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  try {
+    auto it = find_extra(app_control, key);
+    if (it != app_control->extras.end())
+      it->second = value;
+    else
+      app_control->extras.emplace_back(key, value);
+  } catch (const std::bad_alloc &) {
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  }
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_get_extra_data(app_control_h app_control, const char *key, char **value) {
+  if (!app_control || !key || !*key || !value) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  auto it = find_extra(app_control, key);
+  if (it == app_control->extras.end()) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+  return copy_out(it->second, value);
+}
+
+int app_control_remove_extra_data(app_control_h app_control, const char *key) {
+  if (!app_control || !key || !*key) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  auto it = find_extra(app_control, key);
+  if (it == app_control->extras.end()) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+  app_control->extras.erase(it);
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_foreach_extra_data(app_control_h app_control, app_control_extra_data_cb callback,
+                                   void *user_data) {
+  if (!app_control || !callback) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  // The callback may change the extras: walk a copy of the keys.
+  std::vector<std::string> keys;
+  try {
+    keys.reserve(app_control->extras.size());
+    for (const Extra &e : app_control->extras) keys.push_back(e.first);
+  } catch (const std::bad_alloc &) {
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
+  }
+  for (const std::string &key : keys)
+    if (!callback(app_control, key.c_str(), user_data)) break;
+  return APP_CONTROL_ERROR_NONE;
+}
+
+int app_control_get_caller(app_control_h app_control, char **id) {
+  if (!app_control || !id || !app_control->received) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+  return copy_out(app_control->caller, id);
+}
+
+}  // extern "C"

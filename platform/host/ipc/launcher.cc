@@ -1,0 +1,166 @@
+// Velmora host platform: launch on demand (see ipc_launcher.hh).
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "host_root.hh"
+#include "ipc_frame.hh"
+#include "ipc_launcher.hh"
+#include "ipc_log.hh"
+#include "ipc_socket.hh"
+#include "registry.hh"
+
+namespace vhost::ipc {
+
+class LaunchWait {
+ public:
+  std::string app_id;
+  std::string path;
+  LaunchDone done;
+  long long deadline_us = 0;
+  GSource *timer = nullptr;
+};
+
+namespace {
+
+// How often a waiting launcher looks whether the instance listens yet.
+constexpr guint kPollIntervalMs = 20;
+
+std::string absolute_root() {
+  std::string root = root_dir();
+  if (g_path_is_absolute(root.c_str())) return root;
+  gchar *cwd = g_get_current_dir();
+  gchar *abs = g_build_filename(cwd, root.c_str(), nullptr);
+  std::string result = abs;
+  g_free(abs);
+  g_free(cwd);
+  return result;
+}
+
+bool spawn_instance(const AppRecord &app, GMainContext *ctx, Instance *out) {
+  if (app.exec.empty()) {
+    IPC_LOGE("cannot launch %s: no executable registered", app.app_id.c_str());
+    return false;
+  }
+  gchar **env = g_get_environ();
+  env = g_environ_setenv(env, "VELMORA_APP_ID", app.app_id.c_str(), TRUE);
+  env = g_environ_setenv(env, "VELMORA_PLATFORM_ROOT", absolute_root().c_str(), TRUE);
+  gchar *argv[] = {const_cast<gchar *>(app.exec.c_str()), nullptr};
+  GPid pid = 0;
+  GError *err = nullptr;
+  gboolean ok = g_spawn_async(nullptr, argv, env, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid,
+                              &err);
+  g_strfreev(env);
+  if (!ok) {
+    IPC_LOGE("cannot launch %s (%s): %s", app.app_id.c_str(), app.exec.c_str(),
+             err ? err->message : "unknown error");
+    if (err) g_error_free(err);
+    return false;
+  }
+  reap_when_exited(pid, ctx);
+  out->pid = pid;
+  out->start_time = 0;
+  process_start_time(pid, &out->start_time);
+  IPC_LOGI("launched %s as pid %d", app.app_id.c_str(), (int)pid);
+  return true;
+}
+
+// Holds run/<app id>.lock for the life of the object.
+class InstanceLock {
+ public:
+  explicit InstanceLock(const std::string &app_id) {
+    const std::string run = root_path(kRunDir);
+    if (!make_dirs(run)) return;
+    fd_ = open((run + "/" + app_id + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (fd_ < 0) return;
+    int r;
+    do {
+      r = flock(fd_, LOCK_EX);
+    } while (r != 0 && errno == EINTR);
+    if (r != 0) {
+      close(fd_);
+      fd_ = -1;
+    }
+  }
+  ~InstanceLock() {
+    if (fd_ >= 0) close(fd_);
+  }
+  InstanceLock(const InstanceLock &) = delete;
+  InstanceLock &operator=(const InstanceLock &) = delete;
+  bool held() const { return fd_ >= 0; }
+
+ private:
+  int fd_ = -1;
+};
+
+void finish(LaunchWait *wait, int fd) {
+  LaunchDone done = std::move(wait->done);
+  g_source_destroy(wait->timer);
+  g_source_unref(wait->timer);
+  delete wait;
+  done(fd);
+}
+
+gboolean tick(gpointer data) {
+  auto *wait = static_cast<LaunchWait *>(data);
+  int fd = connect_unix(wait->path);
+  if (fd < 0) {
+    Instance instance;
+    bool alive = instance_read(wait->app_id, &instance) && instance_alive(instance);
+    if (alive && remaining_ms(wait->deadline_us) > 0) return G_SOURCE_CONTINUE;
+    if (alive)
+      IPC_LOGE("%s did not listen at %s within %d ms", wait->app_id.c_str(), wait->path.c_str(),
+               launch_timeout_ms());
+    else
+      IPC_LOGE("%s exited before it listened at %s", wait->app_id.c_str(), wait->path.c_str());
+  }
+  finish(wait, fd);
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace
+
+LaunchStart launch_connect(const std::string &app_id, const std::string &socket_name,
+                           GMainContext *ctx, LaunchDone done, int *fd, LaunchWait **wait) {
+  AppRecord app;
+  if (!registry_valid_id(app_id) || !registry_find_app(app_id, &app)) return LaunchStart::kNotFound;
+  const std::string path = app_socket_path(app_id, socket_name);
+  if ((*fd = connect_unix(path)) >= 0) return LaunchStart::kConnected;
+  {
+    InstanceLock lock(app_id);
+    if (!lock.held()) {
+      IPC_LOGE("cannot lock the instance of %s below %s", app_id.c_str(), root_dir().c_str());
+      return LaunchStart::kFailed;
+    }
+    // Another launcher may have finished while this one waited for the lock.
+    if ((*fd = connect_unix(path)) >= 0) return LaunchStart::kConnected;
+    Instance instance;
+    if (!instance_read(app_id, &instance) || !instance_alive(instance)) {
+      if (!spawn_instance(app, ctx, &instance)) return LaunchStart::kFailed;
+      if (!instance_write(app_id, instance))
+        IPC_LOGW("cannot record the instance of %s", app_id.c_str());
+    }
+  }
+  auto *w = new LaunchWait;
+  w->app_id = app_id;
+  w->path = path;
+  w->done = std::move(done);
+  w->deadline_us = g_get_monotonic_time() + (long long)launch_timeout_ms() * 1000;
+  w->timer = g_timeout_source_new(kPollIntervalMs);
+  g_source_set_callback(w->timer, tick, w, nullptr);
+  g_source_attach(w->timer, ctx);
+  *wait = w;
+  return LaunchStart::kPending;
+}
+
+void launch_cancel(LaunchWait *wait) {
+  if (!wait) return;
+  g_source_destroy(wait->timer);
+  g_source_unref(wait->timer);
+  delete wait;
+}
+
+}  // namespace vhost::ipc

@@ -1,0 +1,92 @@
+// Velmora host platform: the link of one rpc-port connection and its two watched ports.
+#include <glib-unix.h>
+#include <unistd.h>
+
+#include "ipc_log.hh"
+#include "ipc_port.hh"
+
+namespace vhost::ipc {
+
+namespace {
+
+// Bytes one wake-up of a watch reads before it lets other sources run.
+constexpr size_t kReadBudget = 256 * 1024;
+
+void stop_port(rpc_port_s *port) {
+  if (port->watch) {
+    g_source_destroy(port->watch);
+    g_source_unref(port->watch);
+    port->watch = nullptr;
+  }
+  if (port->fd >= 0) {
+    ::close(port->fd);
+    port->fd = -1;
+  }
+}
+
+}  // namespace
+
+Link::Link(GMainContext *ctx, int main_fd, int callback_fd, bool blocking_main, LinkOwner *owner)
+    : ctx_(ctx), owner_(owner), blocking_main_(blocking_main) {
+  g_main_context_ref(ctx_);
+  main.link = this;
+  main.type = RPC_PORT_PORT_MAIN;
+  main.fd = main_fd;
+  callback.link = this;
+  callback.type = RPC_PORT_PORT_CALLBACK;
+  callback.fd = callback_fd;
+}
+
+Link::~Link() {
+  stop_port(&main);
+  stop_port(&callback);
+  g_main_context_unref(ctx_);
+}
+
+void Link::unref() {
+  if (--refs_ == 0) delete this;
+}
+
+void Link::watch(rpc_port_s *port) {
+  if (port->fd < 0 || port->watch) return;
+  port->watch = g_unix_fd_source_new(port->fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
+  g_source_set_callback(port->watch,
+                        reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
+                        port, nullptr);
+  g_source_attach(port->watch, ctx_);
+}
+
+void Link::start() {
+  if (closed_) return;
+  watch(&main);
+  watch(&callback);
+}
+
+void Link::close() {
+  if (closed_) return;
+  closed_ = true;
+  stop_port(&main);
+  stop_port(&callback);
+  if (owner_) owner_->on_closed(this);
+}
+
+gboolean Link::on_readable(gint, GIOCondition, gpointer data) {
+  auto *port = static_cast<rpc_port_s *>(data);
+  Link *link = port->link;
+  if (link->closed_) return G_SOURCE_REMOVE;
+  link->ref();
+  IoStatus status = read_available(port->fd, &port->reader, &port->frames, kReadBudget);
+  if (status == IoStatus::kTooBig)
+    IPC_LOGE("dropping a connection: the peer sent a frame over %zu bytes", kMaxFrame);
+  if (!port->frames.empty() && link->owner_) link->owner_->on_frames(link, port);
+  if (!link->closed_ && port->frames.size() > kMaxQueuedFrames) {
+    IPC_LOGE("dropping a connection: more than %zu frames nobody reads", kMaxQueuedFrames);
+    status = IoStatus::kError;
+  }
+  if (status != IoStatus::kOk) link->close();
+  const bool keep = !link->closed_;
+  link->unref();
+  return keep ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+}
+
+}  // namespace vhost::ipc
