@@ -29,5 +29,6 @@ function(velmora_test_dir)
   target_link_libraries(${T_NAME} PRIVATE velmora_test_support ${T_LIBS} GTest::gtest GTest::gmock)
   gtest_discover_tests(${T_NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES ENVIRONMENT "VELMORA_BUILD_DIR=${CMAKE_BINARY_DIR}"
+                                  ENVIRONMENT_MODIFICATION "LSAN_OPTIONS=set:suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
                                   TIMEOUT 60)
 endfunction()

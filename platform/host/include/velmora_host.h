@@ -9,6 +9,7 @@
 #define VELMORA_HOST_H
 
 #include <stdbool.h>
+#include <stddef.h>
 
 #include "app_control.h"
 #include "platform_export.h"
@@ -65,6 +66,51 @@ PLATFORM_API void velmora_host_app_control_set_refusing(bool refusing);
 /* The time a method call waits for its result on a proxy's main port before the connection is
  * given up: VELMORA_RPC_TIMEOUT_MS, default 10000. */
 PLATFORM_API int velmora_host_rpc_timeout_ms(void);
+
+/* ---- device and packages: administration ----
+ * For the velmora-platform command and the tests: set up the device profile and the package
+ * registry of the current platform root. Each returns 0 or a negative code (-22 a bad argument,
+ * -5 a file that cannot be read or written or is malformed, PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE /
+ * APP_MANAGER_ERROR_NO_SUCH_APP for what is not installed) and, when `error` is not NULL, a
+ * message in *error that the caller frees with free(). */
+
+/* An application of a package: its id, "service" or "ui", and the executable the launcher starts. */
+typedef struct {
+  const char *app_id;
+  const char *type;
+  const char *exec;
+} velmora_host_app_s;
+
+/* A metadata entry of one of the package's applications. */
+typedef struct {
+  const char *app_id;
+  const char *key;
+  const char *value;
+} velmora_host_metadata_s;
+
+/* Creates the platform root (its directory and package registry). With `profile` it also sets the
+ * device profile; without, a root that has no device configuration gets "mobile". */
+PLATFORM_API int velmora_host_init_root(const char *profile, char **error);
+/* Sets the device profile: "mobile", "wearable", "tv" (any word of lower-case letters, digits, '-'
+ * and '_' is accepted, for tests). */
+PLATFORM_API int velmora_host_set_profile(const char *profile, char **error);
+/* Hands out the device profile in *profile (the caller frees it with free()). */
+PLATFORM_API int velmora_host_get_profile(char **profile, char **error);
+/* Installs (or replaces) a package: its applications in order, then metadata entries in order. */
+PLATFORM_API int velmora_host_install_package(const char *package_id,
+                                              const velmora_host_app_s *apps, size_t n_apps,
+                                              const velmora_host_metadata_s *metadata,
+                                              size_t n_metadata, char **error);
+/* Removes an installed package. */
+PLATFORM_API int velmora_host_remove_package(const char *package_id, char **error);
+/* Hands out the ids of the installed packages, sorted, as a NULL-terminated array in *package_ids,
+ * and the messages about package files that cannot be read in *errors (may be NULL). Free both
+ * with velmora_host_strv_free. Returns 0, or -5 when some package file could not be read. */
+PLATFORM_API int velmora_host_list_packages(char ***package_ids, char ***errors);
+/* Hands out the executable path of an installed application (the caller frees it with free()). */
+PLATFORM_API int velmora_host_get_app_exec(const char *app_id, char **exec, char **error);
+/* Frees a NULL-terminated array of strings handed out above. NULL is fine. */
+PLATFORM_API void velmora_host_strv_free(char **strv);
 
 #ifdef __cplusplus
 }

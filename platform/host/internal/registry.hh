@@ -43,6 +43,10 @@ bool registry_valid_id(const std::string &id);
 // installed or its file is malformed.
 bool registry_load_package(const std::string &package_id, PackageRecord *out, std::string *error);
 
+// True when the current platform root has a file for this package, readable or not (tells a
+// malformed package from one that is not installed).
+bool registry_package_exists(const std::string &package_id);
+
 // Looks up a registered application of the current platform root. False when it is not registered
 // (or the registry cannot be read).
 bool registry_find_app(const std::string &app_id, AppRecord *out);

@@ -114,6 +114,10 @@ bool registry_load_package(const std::string &package_id, PackageRecord *out, st
   return true;
 }
 
+bool registry_package_exists(const std::string &package_id) {
+  return registry_valid_id(package_id) && g_file_test(package_path(package_id).c_str(), G_FILE_TEST_EXISTS);
+}
+
 std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *errors) {
   std::vector<PackageRecord> result;
   GDir *dir = g_dir_open(packages_dir().c_str(), 0, nullptr);

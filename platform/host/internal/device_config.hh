@@ -1,0 +1,32 @@
+// Velmora host platform: the device configuration of a platform root.
+//
+// "<root>/device.conf" is a key file:
+//
+//   [device]
+//   profile=mobile
+//
+// Without the file the device is a "mobile". The profile of a real device is "mobile", "wearable"
+// or "tv"; tests may configure other words (to see that only the exact words count).
+#pragma once
+
+#include <string>
+
+namespace vhost {
+
+inline constexpr const char *kDefaultProfile = "mobile";
+
+// A profile word device.conf may hold: 1 to 64 characters, lower-case letters, digits, '-', '_'.
+bool device_profile_valid(const std::string &profile);
+// One of the profiles of a real device: "mobile", "wearable", "tv".
+bool device_profile_known(const std::string &profile);
+
+// Reads the device profile of the current root: kDefaultProfile without device.conf. False with a
+// message in *error when the file cannot be read or is malformed (no [device] profile, or a value
+// device_profile_valid refuses).
+bool device_profile_read(std::string *profile, std::string *error);
+
+// Writes device.conf with `profile` (device_profile_valid), creating the root directory. False with
+// a message in *error.
+bool device_profile_write(const std::string &profile, std::string *error);
+
+}  // namespace vhost

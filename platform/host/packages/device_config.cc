@@ -1,0 +1,89 @@
+// Velmora host platform: the device configuration file of a platform root.
+#include "device_config.hh"
+
+#include <glib.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "host_root.hh"
+
+namespace vhost {
+
+namespace {
+
+constexpr const char *kGroup = "device";
+constexpr const char *kProfileKey = "profile";
+constexpr size_t kMaxProfileLength = 64;
+
+struct KeyFileDeleter {
+  void operator()(GKeyFile *k) const { g_key_file_free(k); }
+};
+
+std::string take_error(GError *err) {
+  std::string message = err ? err->message : "unknown error";
+  if (err) g_error_free(err);
+  return message;
+}
+
+}  // namespace
+
+bool device_profile_valid(const std::string &profile) {
+  if (profile.empty() || profile.size() > kMaxProfileLength) return false;
+  return std::all_of(profile.begin(), profile.end(), [](char c) {
+    return g_ascii_islower(c) || g_ascii_isdigit(c) || c == '-' || c == '_';
+  });
+}
+
+bool device_profile_known(const std::string &profile) {
+  return profile == "mobile" || profile == "wearable" || profile == "tv";
+}
+
+bool device_profile_read(std::string *profile, std::string *error) {
+  const std::string path = root_path(kDeviceConfig);
+  std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
+  GError *err = nullptr;
+  if (!g_key_file_load_from_file(kf.get(), path.c_str(), G_KEY_FILE_NONE, &err)) {
+    if (g_error_matches(err, G_FILE_ERROR, G_FILE_ERROR_NOENT)) {
+      g_error_free(err);
+      *profile = kDefaultProfile;
+      return true;
+    }
+    *error = "cannot read " + path + ": " + take_error(err);
+    return false;
+  }
+  gchar *value = g_key_file_get_string(kf.get(), kGroup, kProfileKey, &err);
+  if (!value) {
+    *error = path + " is malformed: " + take_error(err);
+    return false;
+  }
+  std::string result = value;
+  g_free(value);
+  if (!device_profile_valid(result)) {
+    *error = path + " is malformed: invalid profile '" + result + "'";
+    return false;
+  }
+  *profile = result;
+  return true;
+}
+
+bool device_profile_write(const std::string &profile, std::string *error) {
+  if (!device_profile_valid(profile)) {
+    *error = "invalid profile '" + profile + "'";
+    return false;
+  }
+  if (!make_dirs(root_dir())) {
+    *error = "cannot create the platform root " + root_dir();
+    return false;
+  }
+  std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
+  g_key_file_set_string(kf.get(), kGroup, kProfileKey, profile.c_str());
+  GError *err = nullptr;
+  if (!g_key_file_save_to_file(kf.get(), root_path(kDeviceConfig).c_str(), &err)) {
+    *error = "cannot write " + root_path(kDeviceConfig) + ": " + take_error(err);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace vhost
