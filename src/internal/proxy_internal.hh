@@ -26,9 +26,9 @@ struct rpc_port_proxy_AccountSvc_s {
   void *user_data;
   GList *delegates;  // outstanding delegates of any of the four types, owned
   GRecMutex mutex;   // held by a method call while it waits for its result
-  // A delegate callback may destroy its own proxy (an application that disconnects from inside
-  // its completion callback): while a pushed callback is being dispatched, destroy only marks the
-  // record, and the dispatch frees it when it is done with it.
+  // A callback may destroy its own proxy (an application that disconnects from inside a
+  // completion or connection callback): while one of the proxy's events runs, destroy only marks
+  // the record, and the event frees it when it is done with it.
   int dispatching;
   bool destroy_requested;
 };

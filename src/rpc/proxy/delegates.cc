@@ -120,7 +120,9 @@ unsigned int last_sequence(int id) {
 void free_delegate(void *delegate) { free(delegate); }
 
 void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, int seq, int id) {
-  int result = 0;
+  // A body too short to hold the result reads as -1, the failure a method call reports when no
+  // result came, never as success.
+  int result = -1;
   rpc_port_parcel_read_int32(parcel, &result);
 
   void *record = nullptr;

@@ -27,9 +27,26 @@ void log_event(const char *func, const char *endpoint, const char *port_name) {
   RPC_LOG_AT(DLOG_INFO, func, "[__RPC_PORT__] endpoint(%s), port_name(%s)", endpoint, port_name);
 }
 
+// Marks the proxy as busy in one of its events: a destroy from inside the event (an application
+// that ends its connection from a callback) only marks the record, and the record is freed when
+// the outermost event is done with it.
+class EventScope {
+ public:
+  explicit EventScope(rpc_port_proxy_AccountSvc_h h) : h_(h) { h_->dispatching++; }
+  ~EventScope() {
+    if (--h_->dispatching == 0 && h_->destroy_requested) free_record(h_);
+  }
+  EventScope(const EventScope &) = delete;
+  EventScope &operator=(const EventScope &) = delete;
+
+ private:
+  rpc_port_proxy_AccountSvc_h h_;
+};
+
 void __AccountSvc_on_connected(const char *endpoint, const char *port_name, rpc_port_h port,
                                void *data) {
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
+  EventScope scope(h);
   h->port = port;
   rpc_port_proxy_get_port(h->proxy, RPC_PORT_PORT_CALLBACK, &h->callback_port);
   if (h->callback.connected) h->callback.connected(h, h->user_data);
@@ -38,6 +55,7 @@ void __AccountSvc_on_connected(const char *endpoint, const char *port_name, rpc_
 
 void __AccountSvc_on_disconnected(const char *endpoint, const char *port_name, void *data) {
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
+  EventScope scope(h);
   h->port = nullptr;
   if (h->callback.disconnected) h->callback.disconnected(h, h->user_data);
   log_event(__func__, endpoint, port_name);
@@ -45,6 +63,7 @@ void __AccountSvc_on_disconnected(const char *endpoint, const char *port_name, v
 
 void __AccountSvc_on_rejected(const char *endpoint, const char *port_name, void *data) {
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
+  EventScope scope(h);
   h->port = nullptr;
   if (h->callback.rejected) h->callback.rejected(h, h->user_data);
   log_event(__func__, endpoint, port_name);
@@ -108,16 +127,13 @@ void dispatch_callback(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h parcel,
   rpc_port_parcel_read_bool(parcel, &once);
 
   const DelegateType *type = delegate_type(id);
-  if (!type) {
+  EventScope scope(h);
+  if (!type)
     RPC_LOGW("Unknown id(%d)", id);
-  } else {
-    h->dispatching++;
+  else
     receive(*type, &h->delegates, parcel, seq, id);
-    h->dispatching--;
-  }
   rpc_port_parcel_destroy(parcel);
   RPC_LOGI("[__RPC_PORT__] endpoint(%s), port_name(%s)", endpoint, port_name);
-  if (h->dispatching == 0 && h->destroy_requested) free_record(h);
 }
 
 }  // namespace vproxy
@@ -185,7 +201,7 @@ int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h) {
     return -1;
   }
   if (h->dispatching > 0) {
-    // Called from a delegate callback of this proxy: the dispatch frees the record afterwards.
+    // Called from inside one of this proxy's events: the event frees the record when it is done.
     // No further callback of it runs: the delegates go with the record.
     h->destroy_requested = true;
     return 0;

@@ -185,6 +185,15 @@ TEST_F(ProxyDispatch, TruncatedBodyStillReachesTheDelegateWithWhatWasRead) {
   EXPECT_EQ(vtest::listed(proxy_), 0u);
 }
 
+TEST_F(ProxyDispatch, BodyTooShortForTheResultReadsAsFailure) {
+  auto *d = add(rpc_port_AccountSvc_ResponseErrorCb_create(Calls::on_error, true, &calls_));
+  rpc_port_parcel_h p = pushed(1, 2, seq_of(d));
+  rpc_port_parcel_write_byte(p, 1);  // not even an int32
+  dispatch(proxy_, p);
+  ASSERT_EQ(calls_.calls.size(), 1u);
+  EXPECT_EQ(calls_.calls[0].result, -1);
+}
+
 TEST_F(ProxyDispatch, ReceiveRoutineCanBeDrivenDirectly) {
   auto *d = add(rpc_port_AccountSvc_ResponseErrorCb_create(Calls::on_error, true, &calls_));
   rpc_port_parcel_h p = nullptr;

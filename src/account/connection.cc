@@ -1,0 +1,112 @@
+// Velmora Account client: connected handles, whose requests travel over the agent's RPC port.
+//
+// velmora_account_connect makes an account record, creates the AccountSvc proxy for the agent and
+// starts connecting it; the proxy's connection events reach the application through the handle's
+// connection callback. velmora_account_disconnect destroys the proxy and the handle.
+#include <cstdlib>
+
+#include "account_record.h"
+#include "account_svc_proxy.h"
+#include "va_constants.h"
+#include "va_log.h"
+#include "va_util.h"
+
+namespace {
+
+void __on_connected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  auto *svc = static_cast<velmora_account_h>(user_data);
+  if (svc == NULL) {
+    VA_LOGE("user_data is NULL");
+    return;
+  }
+  VA_ENTRY();
+  if (svc->connection_cb)
+    svc->connection_cb(VELMORA_ACCOUNT_ERROR_NONE, VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED,
+                       svc->connection_user_data);
+}
+
+void __on_disconnected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  auto *svc = static_cast<velmora_account_h>(user_data);
+  if (svc == NULL) {
+    VA_LOGE("user_data is NULL");
+    return;
+  }
+  VA_ENTRY();
+  // Later requests on the handle fail in the proxy layer. The proxy itself is released here, as
+  // the handle no longer knows it; it is freed when this event is over.
+  if (svc->proxy) rpc_port_proxy_AccountSvc_destroy(svc->proxy);
+  svc->proxy = nullptr;
+  if (svc->connection_cb)
+    svc->connection_cb(VELMORA_ACCOUNT_ERROR_NONE, VELMORA_ACCOUNT_CONNECTION_STATE_DISCONNECTED,
+                       svc->connection_user_data);
+}
+
+void __on_rejected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  auto *svc = static_cast<velmora_account_h>(user_data);
+  if (svc == NULL) {
+    VA_LOGE("user_data is NULL");
+    return;
+  }
+  VA_ENTRY();
+  if (svc->connection_cb)
+    svc->connection_cb(VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED,
+                       VELMORA_ACCOUNT_CONNECTION_STATE_REJECTED, svc->connection_user_data);
+}
+
+}  // namespace
+
+int velmora_account_connect(velmora_account_h *handle, velmora_account_connection_cb callback,
+                            void *user_data) {
+  VA_LOGI("[velmora_account_connect] %s", VELMORA_ACCOUNT_VERSION);
+  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF(is_lower_agent(3) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  VA_RETV_IF(callback == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  VA_RETV_IF(is_tv_profile(), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+
+  auto *svc = static_cast<velmora_account_h>(calloc(1, sizeof(struct velmora_account_s)));
+  VA_RETV_IF(svc == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+  svc->connection_cb = callback;
+  svc->connection_user_data = user_data;
+
+  rpc_port_proxy_AccountSvc_callback_s events = {__on_connected, __on_disconnected, __on_rejected};
+  int ret = rpc_port_proxy_AccountSvc_create(AGENT_APP_ID, &events, svc, &svc->proxy);
+  if (ret != 0) {
+    // The record is not released here: the handle's long-standing behaviour, kept as it is.
+    VA_LOGI("Failed to create rpc port. err = %d", ret);
+    return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
+  }
+  ret = _velmora_account_convert_connect_error(rpc_port_proxy_AccountSvc_connect(svc->proxy));
+  if (ret != 0) {
+    // Neither the record nor the proxy is released here (kept as the handle always behaved).
+    VA_LOGI("Failed to connect rpc port. err = %d", ret);
+    return ret;
+  }
+
+  svc->connected = true;
+  svc->request_to_server = VA_TRISTATE_UNSET;
+  svc->mobile_account_exist = VA_TRISTATE_UNSET;
+  svc->register_trusted_device = VA_TRISTATE_UNSET;
+  svc->check_2factor_authentication = VA_TRISTATE_UNSET;
+  svc->account_linking_status = VA_TRISTATE_UNSET;
+  *handle = svc;
+  VA_EXIT();
+  return VELMORA_ACCOUNT_ERROR_NONE;
+}
+
+int velmora_account_disconnect(velmora_account_h handle) {
+  VA_ENTRY();
+  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF(is_lower_agent(3) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  VA_RETV_IF(is_tv_profile(), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+
+  if (handle->proxy) {
+    int ret = rpc_port_proxy_AccountSvc_destroy(handle->proxy);
+    VA_LOGI("rpc_port_proxy_SvcMgrAppPort_destroy [%d]", ret);
+    handle->proxy = nullptr;
+  }
+  velmora_account_destroy(handle);
+  VA_EXIT();
+  return VELMORA_ACCOUNT_ERROR_NONE;
+}
