@@ -4,7 +4,9 @@
 // When nobody listens, the launcher starts the registered executable, unless an instance is
 // already running or starting, and then waits, on a GLib timeout source and so without blocking
 // the main loop, until the socket accepts a connection, the instance dies, or the launch time-out
-// (VELMORA_LAUNCH_TIMEOUT_MS, default 10000) passes.
+// (VELMORA_LAUNCH_TIMEOUT_MS, default 10000) passes. A waiter that found another launcher's
+// instance running, and sees it end without listening (it was quitting, not starting), starts one
+// instance itself; an instance it started itself that ends without listening is a failed launch.
 //
 // Instances: "run/<app id>.lock" is flock'ed while one launcher decides and starts, and
 // "run/<app id>.pid" holds "<pid> <start time>" of the instance it started (the start time, in

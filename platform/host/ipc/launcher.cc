@@ -17,11 +17,21 @@ namespace vhost::ipc {
 
 class LaunchWait {
  public:
-  std::string app_id;
+  AppRecord app;
   std::string path;
+  GMainContext *ctx = nullptr;
   LaunchDone done;
   long long deadline_us = 0;
   GSource *timer = nullptr;
+  bool spawned = false;  // this waiter started an instance itself
+
+  ~LaunchWait() {
+    if (timer) {
+      g_source_destroy(timer);
+      g_source_unref(timer);
+    }
+    if (ctx) g_main_context_unref(ctx);
+  }
 };
 
 namespace {
@@ -98,24 +108,55 @@ class InstanceLock {
 
 void finish(LaunchWait *wait, int fd) {
   LaunchDone done = std::move(wait->done);
-  g_source_destroy(wait->timer);
-  g_source_unref(wait->timer);
   delete wait;
   done(fd);
 }
 
+enum class Decision { kConnected, kWait, kFailed };
+
+// Under the instance lock: connect if somebody listens now, else start an instance unless one is
+// running or starting. *spawned tells whether this call started one.
+Decision connect_or_start(const AppRecord &app, const std::string &path, GMainContext *ctx,
+                          int *fd, bool *spawned) {
+  *spawned = false;
+  InstanceLock lock(app.app_id);
+  if (!lock.held()) {
+    IPC_LOGE("cannot lock the instance of %s below %s", app.app_id.c_str(), root_dir().c_str());
+    return Decision::kFailed;
+  }
+  // Another launcher may have finished while this one waited for the lock.
+  if ((*fd = connect_unix(path)) >= 0) return Decision::kConnected;
+  Instance instance;
+  if (instance_read(app.app_id, &instance) && instance_alive(instance)) return Decision::kWait;
+  if (!spawn_instance(app, ctx, &instance)) return Decision::kFailed;
+  *spawned = true;
+  if (!instance_write(app.app_id, instance))
+    IPC_LOGW("cannot record the instance of %s", app.app_id.c_str());
+  return Decision::kWait;
+}
+
 gboolean tick(gpointer data) {
   auto *wait = static_cast<LaunchWait *>(data);
+  const char *app_id = wait->app.app_id.c_str();
   int fd = connect_unix(wait->path);
   if (fd < 0) {
     Instance instance;
-    bool alive = instance_read(wait->app_id, &instance) && instance_alive(instance);
-    if (alive && remaining_ms(wait->deadline_us) > 0) return G_SOURCE_CONTINUE;
-    if (alive)
-      IPC_LOGE("%s did not listen at %s within %d ms", wait->app_id.c_str(), wait->path.c_str(),
-               launch_timeout_ms());
-    else
-      IPC_LOGE("%s exited before it listened at %s", wait->app_id.c_str(), wait->path.c_str());
+    bool alive = instance_read(wait->app.app_id, &instance) && instance_alive(instance);
+    if (!alive && !wait->spawned) {
+      // The instance this waiter counted on was ending, not starting: start one now (once).
+      bool spawned = false;
+      Decision d = connect_or_start(wait->app, wait->path, wait->ctx, &fd, &spawned);
+      wait->spawned = spawned;
+      alive = d != Decision::kFailed;
+    }
+    if (fd < 0) {
+      if (alive && remaining_ms(wait->deadline_us) > 0) return G_SOURCE_CONTINUE;
+      if (alive)
+        IPC_LOGE("%s did not listen at %s within %d ms", app_id, wait->path.c_str(),
+                 launch_timeout_ms());
+      else
+        IPC_LOGE("%s exited before it listened at %s", app_id, wait->path.c_str());
+    }
   }
   finish(wait, fd);
   return G_SOURCE_REMOVE;
@@ -129,24 +170,20 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
   if (!registry_valid_id(app_id) || !registry_find_app(app_id, &app)) return LaunchStart::kNotFound;
   const std::string path = app_socket_path(app_id, socket_name);
   if ((*fd = connect_unix(path)) >= 0) return LaunchStart::kConnected;
-  {
-    InstanceLock lock(app_id);
-    if (!lock.held()) {
-      IPC_LOGE("cannot lock the instance of %s below %s", app_id.c_str(), root_dir().c_str());
+  bool spawned = false;
+  switch (connect_or_start(app, path, ctx, fd, &spawned)) {
+    case Decision::kConnected:
+      return LaunchStart::kConnected;
+    case Decision::kFailed:
       return LaunchStart::kFailed;
-    }
-    // Another launcher may have finished while this one waited for the lock.
-    if ((*fd = connect_unix(path)) >= 0) return LaunchStart::kConnected;
-    Instance instance;
-    if (!instance_read(app_id, &instance) || !instance_alive(instance)) {
-      if (!spawn_instance(app, ctx, &instance)) return LaunchStart::kFailed;
-      if (!instance_write(app_id, instance))
-        IPC_LOGW("cannot record the instance of %s", app_id.c_str());
-    }
+    case Decision::kWait:
+      break;
   }
   auto *w = new LaunchWait;
-  w->app_id = app_id;
+  w->app = std::move(app);
   w->path = path;
+  w->ctx = g_main_context_ref(ctx);
+  w->spawned = spawned;
   w->done = std::move(done);
   w->deadline_us = g_get_monotonic_time() + (long long)launch_timeout_ms() * 1000;
   w->timer = g_timeout_source_new(kPollIntervalMs);
@@ -156,11 +193,6 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
   return LaunchStart::kPending;
 }
 
-void launch_cancel(LaunchWait *wait) {
-  if (!wait) return;
-  g_source_destroy(wait->timer);
-  g_source_unref(wait->timer);
-  delete wait;
-}
+void launch_cancel(LaunchWait *wait) { delete wait; }
 
 }  // namespace vhost::ipc

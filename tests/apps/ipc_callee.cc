@@ -1,0 +1,108 @@
+// Velmora tests: an application that serves launch requests (see test_apps.hh).
+//
+// The request's "mode" extra chooses what happens:
+//   "reply" (default)  replies at once: the request's extras in their order, then "caller" (the
+//                      caller id), "operation" and "served" (requests received so far); the result
+//                      is the "result" extra as a number (default 0, succeeded)
+//   "later"            keeps a clone and replies from it on a later main-loop turn as "reply" does,
+//                      then replies once more and writes that second reply's return code to
+//                      "<root>/test-markers/<app id>.second"
+//   "never"            keeps a clone and never replies
+//   "drop"             keeps nothing and does not reply
+//   "die"              exits at once with status 3
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "app_common.hh"
+#include "app_control.h"
+#include "velmora_host.h"
+
+namespace {
+
+int g_served = 0;
+std::vector<app_control_h> g_kept;
+
+std::string extra(app_control_h h, const char *key, const std::string &fallback) {
+  char *v = nullptr;
+  if (app_control_get_extra_data(h, key, &v) != APP_CONTROL_ERROR_NONE) return fallback;
+  std::string out = v;
+  free(v);
+  return out;
+}
+
+bool copy_extra(app_control_h request, const char *key, void *reply) {
+  char *v = nullptr;
+  if (app_control_get_extra_data(request, key, &v) == APP_CONTROL_ERROR_NONE) {
+    app_control_add_extra_data(static_cast<app_control_h>(reply), key, v);
+    free(v);
+  }
+  return true;
+}
+
+int reply_to(app_control_h request) {
+  app_control_h reply = nullptr;
+  app_control_create(&reply);
+  app_control_foreach_extra_data(request, copy_extra, reply);
+  char *caller = nullptr;
+  app_control_add_extra_data(reply, "caller",
+                             app_control_get_caller(request, &caller) == 0 ? caller : "<error>");
+  free(caller);
+  char *op = nullptr;
+  app_control_get_operation(request, &op);
+  app_control_add_extra_data(reply, "operation", op ? op : "");
+  free(op);
+  app_control_add_extra_data(reply, "served", std::to_string(g_served).c_str());
+  int result = atoi(extra(request, "result", "0").c_str());
+  int ret = app_control_reply_to_launch_request(reply, request, (app_control_result_e)result);
+  app_control_destroy(reply);
+  return ret;
+}
+
+gboolean reply_later(gpointer data) {
+  auto request = static_cast<app_control_h>(data);
+  reply_to(request);
+  app_control_h reply = nullptr;
+  app_control_create(&reply);
+  int second = app_control_reply_to_launch_request(reply, request, APP_CONTROL_RESULT_SUCCEEDED);
+  app_control_destroy(reply);
+  app_control_destroy(request);
+  const std::string root = vtest::app::env_or("VELMORA_PLATFORM_ROOT", ".");
+  const std::string app_id = vtest::app::env_or("VELMORA_APP_ID", "none");
+  std::ofstream(root + "/test-markers/" + app_id + ".second") << second << "\n";
+  return G_SOURCE_REMOVE;
+}
+
+void on_request(app_control_h request, void *) {
+  ++g_served;
+  const std::string mode = extra(request, "mode", "reply");
+  if (mode == "die") _exit(3);
+  if (mode == "drop") return;
+  if (mode == "never" || mode == "later") {
+    app_control_h clone = nullptr;
+    if (app_control_clone(&clone, request) != 0) return;
+    if (mode == "never")
+      g_kept.push_back(clone);
+    else
+      g_idle_add(reply_later, clone);
+    return;
+  }
+  reply_to(request);
+}
+
+}  // namespace
+
+int main() {
+  vtest::app::mark_start();
+  vtest::app::limit_lifetime();
+  if (vtest::app::env_int("VTEST_REFUSE", 0)) velmora_host_app_control_set_refusing(true);
+  GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+  if (velmora_host_app_control_serve(on_request, nullptr) != APP_CONTROL_ERROR_NONE) return 2;
+  g_main_loop_run(loop);
+  velmora_host_app_control_stop();
+  g_main_loop_unref(loop);
+  return 0;
+}
