@@ -1,0 +1,61 @@
+// Velmora agent: the accounts signed in on this device, and which one is the default.
+//
+// Signing in needs a known user; the first account signed in becomes the default. Signing out
+// forgets the account's tokens and codes; when the default signs out, the earliest remaining
+// account becomes the default. After every change the platform account store is brought in step
+// (store_mirror.hh).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "clock.hh"
+#include "result.hh"
+#include "state_db.hh"
+#include "users.hh"
+
+namespace vagent {
+
+struct SignedInAccount {
+  std::string login_id;
+  bool is_default = false;
+  int64_t signed_in_at = 0;
+};
+
+class Accounts {
+ public:
+  Accounts(StateDb &db, Users &users, const Clock &clock) : db_(db), users_(users), clock_(clock) {}
+
+  // Checks the password, then signs the user in (again: keeps its place and default mark).
+  // INVALID_PARAMETER, UNKNOWN_USER, WRONG_PASSWORD.
+  Result<User> sign_in(const std::string &login_id, const std::string &password);
+  // Signs in a user whose identity was proven otherwise (an authorization code, the admin seed).
+  Result<User> sign_in_verified(const std::string &login_id);
+  // NEED_SIGNIN when the login id is not signed in.
+  Status sign_out(const std::string &login_id);
+
+  // Ok when signed in; UNKNOWN_USER for a login id nobody has, NEED_SIGNIN for a known one that
+  // is not signed in, INVALID_PARAMETER for an empty one.
+  Status require_signed_in(const std::string &login_id);
+  Result<bool> is_signed_in(const std::string &login_id);
+  // Any account signed in at all.
+  Result<bool> any_signed_in();
+  // In sign-in order.
+  Result<std::vector<SignedInAccount>> list();
+  // NEED_SIGNIN when nobody is signed in.
+  Result<std::string> default_account();
+  // NEED_SIGNIN when the login id is not signed in.
+  Status set_default(const std::string &login_id);
+
+  // Brings the platform account store in step with the signed-in accounts.
+  Status sync_store();
+
+ private:
+  Status mark_signed_in(const std::string &login_id);
+  StateDb &db_;
+  Users &users_;
+  const Clock &clock_;
+};
+
+}  // namespace vagent

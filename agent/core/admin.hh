@@ -1,0 +1,39 @@
+// Velmora agent: what the admin commands do (seed users and clients, faults, show the state), as
+// functions that the command line of velmora-agent and tests call.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "agent_state.hh"
+#include "result.hh"
+
+namespace vagent {
+
+struct SeedUserOptions {
+  NewUser user;
+  bool sign_in = false;
+  bool make_default = false;        // implies sign_in
+  std::optional<NewClient> client;  // registered (or replaced) along with the user
+};
+
+struct SeedResult {
+  User user;
+  bool signed_in = false;
+  bool is_default = false;
+};
+
+// Creates a user, then optionally registers a client and signs the user in (as the default).
+// Nothing is created when the user's fields or the client's are invalid.
+Result<SeedResult> seed_user(AgentState &state, const SeedUserOptions &options);
+
+// A readable account of the state: users, clients, signed-in accounts, token and code counts, the
+// platform store's records and the faults. It never shows a password, secret, token or code.
+std::string render_state(AgentState &state);
+
+// "key=value" -> (key, value); false without '=' or with an empty key.
+bool split_setting(const std::string &text, std::pair<std::string, std::string> *out);
+
+}  // namespace vagent

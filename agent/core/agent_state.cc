@@ -1,0 +1,62 @@
+// Velmora agent: the state of one platform root.
+#include "agent_state.hh"
+
+#include "clock_offset.hh"
+#include "config.hh"
+#include "velmora_host.h"
+
+namespace vagent {
+
+AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db)
+    : root_(std::move(root)),
+      db_(std::move(db)),
+      users_(*db_, clock_),
+      clients_(*db_),
+      accounts_(*db_, users_, clock_),
+      tokens_(*db_, users_, clients_, accounts_, clock_),
+      codes_(*db_, users_, clients_, accounts_, clock_),
+      mcc_(users_, accounts_),
+      consents_(users_, accounts_),
+      linking_(*db_, accounts_, clients_, tokens_) {
+  set_clock(nullptr);
+}
+
+void AgentState::set_clock(std::function<int64_t()> source) {
+  if (!source) {
+    const std::string root = root_;
+    source = [root] { return Clock::wall() + clock_offset(root); };
+  }
+  clock_.set(std::move(source));
+}
+
+Result<std::unique_ptr<AgentState>> AgentState::open() { return open(velmora_host_root()); }
+
+Result<std::unique_ptr<AgentState>> AgentState::open(const std::string &root) {
+  if (root.empty()) return Status::fail(errc::kInvalidParameter, "no platform root");
+  Result<std::unique_ptr<StateDb>> db = StateDb::open(root + "/" + kStateFile);
+  if (!db.ok()) return db.status();
+  return std::unique_ptr<AgentState>(new AgentState(root, std::move(db.value())));
+}
+
+Result<User> AgentState::sign_in_with_code(const std::string &code, const std::string &login_id) {
+  Result<RedeemedCode> redeemed = codes_.redeem(CodeKind::kEffortless, code, "", login_id);
+  if (!redeemed.ok()) return redeemed.status();
+  return accounts_.sign_in_verified(redeemed->login_id);
+}
+
+Status AgentState::confirm_user(const std::string &login_id, const std::string &password) {
+  if (login_id.empty() || password.empty())
+    return Status::fail(errc::kInvalidParameter, "login id and password are required");
+  return users_.verify_password(login_id, password);
+}
+
+Result<User> AgentState::account_from_user_id(const std::string &user_id) {
+  if (user_id.empty()) return Status::fail(errc::kInvalidParameter, "user id is required");
+  Result<User> user = users_.find_by_user_id(user_id);
+  if (!user.ok()) return user;
+  Status st = accounts_.require_signed_in(user->login_id);
+  if (!st.ok()) return st;
+  return user;
+}
+
+}  // namespace vagent

@@ -1,0 +1,83 @@
+// Velmora agent: the agent's whole state for one platform root, the object the servers work on.
+//
+//   auto state = vagent::AgentState::open();          // "<root>/agent/state.db"
+//   if (!state.ok()) ... state.status().describe() ...
+//   vagent::AgentState &s = *state.value();
+//   auto grant = s.tokens().issue({login_id, client_id, secret, expired, scope});
+//   if (!grant.ok()) reply_error(grant.code()); else reply(grant.value());
+//
+// Every operation answers a Result/Status whose code is one of errors.hh, ready to be sent as
+// "error_code" or as a delegate's result. Faults (faults.hh) are looked up per request by the
+// servers with faults(operation).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "accounts.hh"
+#include "clients.hh"
+#include "clock.hh"
+#include "codes.hh"
+#include "consents.hh"
+#include "faults.hh"
+#include "linking.hh"
+#include "mcc.hh"
+#include "result.hh"
+#include "state_db.hh"
+#include "tokens.hh"
+#include "users.hh"
+
+namespace vagent {
+
+class AgentState {
+ public:
+  // Opens the state of the current platform root (VELMORA_PLATFORM_ROOT).
+  static Result<std::unique_ptr<AgentState>> open();
+  // Opens the state of the platform root `root`.
+  static Result<std::unique_ptr<AgentState>> open(const std::string &root);
+
+  const std::string &root() const { return root_; }
+  StateDb &db() { return *db_; }
+  Users &users() { return users_; }
+  Clients &clients() { return clients_; }
+  Accounts &accounts() { return accounts_; }
+  Tokens &tokens() { return tokens_; }
+  Codes &codes() { return codes_; }
+  Mcc &mcc() { return mcc_; }
+  Consents &consents() { return consents_; }
+  Linking &linking() { return linking_; }
+
+  // The faults of an operation, read afresh from this root's faults.conf.
+  Fault faults(const std::string &operation) const { return faults_for(root_, operation); }
+
+  // Tests move time instead of waiting: `source` gives unix seconds. nullptr goes back to the
+  // agent's own clock: wall-clock time plus the root's clock offset (clock_offset.hh).
+  void set_clock(std::function<int64_t()> source);
+  int64_t now() const { return clock_.now(); }
+
+  // Signs in with an effortless-login code issued to another session of the agent: redeems the
+  // code (any client; for `login_id` when given) and signs its account in.
+  Result<User> sign_in_with_code(const std::string &code, const std::string &login_id);
+  // Checks a user's password without signing in (confirm user).
+  Status confirm_user(const std::string &login_id, const std::string &password);
+  // The signed-in account with this user id (GUID). UNKNOWN_USER, NEED_SIGNIN.
+  Result<User> account_from_user_id(const std::string &user_id);
+
+ private:
+  AgentState(std::string root, std::unique_ptr<StateDb> db);
+  std::string root_;
+  std::unique_ptr<StateDb> db_;
+  Clock clock_;
+  Users users_;
+  Clients clients_;
+  Accounts accounts_;
+  Tokens tokens_;
+  Codes codes_;
+  Mcc mcc_;
+  Consents consents_;
+  Linking linking_;
+};
+
+}  // namespace vagent

@@ -1,0 +1,61 @@
+// Velmora agent: the error codes the agent answers with.
+//
+// These are the numbers the agent sends as "error_code" (app-control replies) and as the result of
+// a reply delegate (AccountSvc port). Where a code of the client library fits, the agent uses it
+// (invalid parameter, need sign-in, not supported, ...); everything else is the agent's own, in the
+// range 0xC1000001.. (negative as int32), which no library code uses. The one table of all codes,
+// with names and meanings, is in errors.cc; `velmora-agent errors` prints it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vagent {
+
+namespace errc {
+
+// Codes shared with the client library.
+inline constexpr int kNone = 0;
+inline constexpr int kPermissionDenied = -13;
+inline constexpr int kResourceBusy = -16;  // a database stayed busy past its time-out
+inline constexpr int kInvalidParameter = -22;
+inline constexpr int kNotSupported = static_cast<int>(0xC0000002u);
+inline constexpr int kDbFailed = static_cast<int>(0xBFFFFFFBu);
+inline constexpr int kNeedSignIn = static_cast<int>(0xBFFFFFFAu);  // login id not signed in
+
+// The agent's own codes.
+inline constexpr int kUnknownUser = static_cast<int>(0xC1000001u);
+inline constexpr int kWrongPassword = static_cast<int>(0xC1000002u);
+inline constexpr int kUserExists = static_cast<int>(0xC1000003u);
+inline constexpr int kUnknownClient = static_cast<int>(0xC1000004u);
+inline constexpr int kWrongClientSecret = static_cast<int>(0xC1000005u);
+inline constexpr int kScopeNotAllowed = static_cast<int>(0xC1000006u);
+inline constexpr int kUnknownCode = static_cast<int>(0xC1000007u);
+inline constexpr int kCodeExpired = static_cast<int>(0xC1000008u);
+inline constexpr int kCodeAlreadyUsed = static_cast<int>(0xC1000009u);
+inline constexpr int kCodeClientMismatch = static_cast<int>(0xC100000Au);
+inline constexpr int kCodeAccountMismatch = static_cast<int>(0xC100000Bu);
+inline constexpr int kUnknownToken = static_cast<int>(0xC100000Cu);
+inline constexpr int kTokenExpired = static_cast<int>(0xC100000Du);
+inline constexpr int kNoToken = static_cast<int>(0xC100000Eu);
+inline constexpr int kConsentRequired = static_cast<int>(0xC100000Fu);
+inline constexpr int kUnknownFaultKey = static_cast<int>(0xC1000010u);
+
+}  // namespace errc
+
+struct ErrorInfo {
+  int code;
+  const char *name;     // e.g. "AGENT_ERROR_UNKNOWN_USER"
+  const char *meaning;  // one line, for people
+};
+
+// Every code the agent can answer with, in table order.
+const std::vector<ErrorInfo> &error_table();
+// The entry of a code, or nullptr for a number the agent never sends on its own (a code given by
+// fault injection may be any number).
+const ErrorInfo *find_error(int code);
+// "AGENT_ERROR_UNKNOWN_USER" and the like; "error <n>" for a number outside the table.
+std::string error_name(int code);
+
+}  // namespace vagent

@@ -1,0 +1,40 @@
+// Velmora agent: account linking.
+#include "linking.hh"
+
+namespace vagent {
+
+Result<bool> Linking::status(const LinkingQuery &q) {
+  if (q.login_id.empty() || q.client_id.empty() || q.partner_client_id.empty() ||
+      q.access_token.empty())
+    return Status::fail(errc::kInvalidParameter,
+                        "login id, client id, partner client id and access token are required");
+  Status st = accounts_.require_signed_in(q.login_id);
+  if (!st.ok()) return st;
+  Result<Client> client = clients_.find(q.client_id);
+  if (!client.ok()) return client.status();
+  Result<Client> partner = clients_.find(q.partner_client_id);
+  if (!partner.ok()) return partner.status();
+  Result<TokenInfo> token = tokens_.validate(q.access_token);
+  if (!token.ok()) return token.status();
+  if (token->login_id != q.login_id || token->client_id != q.client_id)
+    return Status::fail(errc::kUnknownToken, "access token belongs to another account or client");
+  Query sel(db_, "SELECT linked FROM linking WHERE login_id = ?1 AND partner_client_id = ?2");
+  sel.bind(1, q.login_id).bind(2, q.partner_client_id);
+  bool linked = sel.next(&st) && sel.integer(0) != 0;
+  if (!st.ok()) return st;
+  return linked;
+}
+
+Status Linking::set(const std::string &login_id, const std::string &partner_client_id,
+                    bool linked) {
+  Status st = accounts_.require_signed_in(login_id);
+  if (!st.ok() && st.code != errc::kNeedSignIn) return st;  // a known user is enough
+  Result<Client> partner = clients_.find(partner_client_id);
+  if (!partner.ok()) return partner.status();
+  Query q(db_,
+          "INSERT OR REPLACE INTO linking(login_id, partner_client_id, linked) VALUES(?1, ?2, ?3)");
+  q.bind(1, login_id).bind(2, partner_client_id).bind(3, static_cast<int64_t>(linked ? 1 : 0));
+  return q.run();
+}
+
+}  // namespace vagent

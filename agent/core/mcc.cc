@@ -1,0 +1,20 @@
+// Velmora agent: MCC of an account.
+#include "mcc.hh"
+
+namespace vagent {
+
+Result<MccInfo> Mcc::current(const std::string &login_id) {
+  Status st = accounts_.require_signed_in(login_id);
+  if (!st.ok()) return st;
+  Result<User> user = users_.find(login_id);
+  if (!user.ok()) return user.status();
+  return MccInfo{user->login_id, user->mcc, user->country_code};
+}
+
+Status Mcc::set(const std::string &login_id, const std::string &mcc) {
+  Status st = accounts_.require_signed_in(login_id);
+  if (!st.ok()) return st;
+  return users_.set_mcc(login_id, mcc);
+}
+
+}  // namespace vagent

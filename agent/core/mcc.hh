@@ -1,0 +1,32 @@
+// Velmora agent: the mobile country code (MCC) and country code of a signed-in account.
+#pragma once
+
+#include <string>
+
+#include "accounts.hh"
+#include "result.hh"
+#include "users.hh"
+
+namespace vagent {
+
+struct MccInfo {
+  std::string login_id;
+  std::string mcc;
+  std::string country_code;
+};
+
+class Mcc {
+ public:
+  Mcc(Users &users, Accounts &accounts) : users_(users), accounts_(accounts) {}
+
+  // INVALID_PARAMETER, UNKNOWN_USER, NEED_SIGNIN.
+  Result<MccInfo> current(const std::string &login_id);
+  // Three digits, else INVALID_PARAMETER.
+  Status set(const std::string &login_id, const std::string &mcc);
+
+ private:
+  Users &users_;
+  Accounts &accounts_;
+};
+
+}  // namespace vagent

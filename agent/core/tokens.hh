@@ -1,0 +1,93 @@
+// Velmora agent: access tokens and refresh tokens.
+//
+// An access token is 32 random bytes (43 base64url characters) with an issue time (unix seconds)
+// and a lifetime (the client's, 3600 s by default). It is kept in plain text because the agent
+// hands out the last one again ("last access token"); refresh tokens are only ever shown once and
+// are kept as SHA-256 hashes. Tokens belong to a (login id, client id) pair and go when the account
+// signs out.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "accounts.hh"
+#include "clients.hh"
+#include "clock.hh"
+#include "result.hh"
+#include "state_db.hh"
+#include "users.hh"
+
+namespace vagent {
+
+struct TokenRequest {
+  std::string login_id;
+  std::string client_id;
+  std::string client_secret;         // required on a TV, checked when given elsewhere
+  std::string expired_access_token;  // an old token of the caller: revoked when it matches
+  std::string scope;                 // empty: every scope the client is allowed
+};
+
+// What a token reply carries: the token, its times, and the account's facts.
+struct TokenGrant {
+  std::string access_token;
+  std::string refresh_token;  // empty where none is handed out (the last access token)
+  int64_t issue_time = 0;     // unix seconds
+  int64_t expires_in = 0;     // seconds from issue_time
+  std::string scope;
+  std::string login_id;
+  std::string client_id;
+  std::string user_id;
+  std::string country_code;
+  std::string mcc;
+  std::string api_server_url;
+  std::string auth_server_url;
+};
+
+// What the agent knows about a presented access token.
+struct TokenInfo {
+  std::string login_id;
+  std::string client_id;
+  std::string scope;
+  int64_t issue_time = 0;
+  int64_t expires_in = 0;
+};
+
+class Tokens {
+ public:
+  Tokens(StateDb &db, Users &users, Clients &clients, Accounts &accounts, const Clock &clock)
+      : db_(db), users_(users), clients_(clients), accounts_(accounts), clock_(clock) {}
+
+  // A new access and refresh token. Checks, in order: login id and client id given
+  // (INVALID_PARAMETER), client secret given on a TV (INVALID_PARAMETER), the login id signed in
+  // (UNKNOWN_USER / NEED_SIGNIN), the client registered (UNKNOWN_CLIENT), its secret
+  // (WRONG_CLIENT_SECRET), the scope (SCOPE_NOT_ALLOWED). A given expired_access_token of the same
+  // login id and client is revoked; one that matches nothing is ignored.
+  Result<TokenGrant> issue(const TokenRequest &request);
+  // The last access token handed out for the login id and client, whether it has expired or
+  // not (the caller can tell from its times). An empty login id means the default account; an
+  // empty client id, any client. NEED_SIGNIN / UNKNOWN_USER as for issue; NO_TOKEN when none.
+  Result<TokenGrant> last(const std::string &login_id, const std::string &client_id);
+  // A new access token (and a new refresh token, the presented one being used up) for a refresh
+  // token of this client. UNKNOWN_TOKEN, TOKEN_EXPIRED, NEED_SIGNIN.
+  Result<TokenGrant> refresh(const std::string &refresh_token, const std::string &client_id,
+                             const std::string &client_secret);
+  // UNKNOWN_TOKEN (never issued or revoked) or TOKEN_EXPIRED.
+  Result<TokenInfo> validate(const std::string &access_token);
+  // UNKNOWN_TOKEN when there is no such token.
+  Status revoke(const std::string &access_token);
+  // The number of access tokens of a login id that have not expired.
+  Result<int64_t> live_count(const std::string &login_id);
+
+ private:
+  Result<TokenGrant> grant(const User &user, const Client &client, const std::string &scope);
+  StateDb &db_;
+  Users &users_;
+  Clients &clients_;
+  Accounts &accounts_;
+  const Clock &clock_;
+};
+
+// The account's facts in a grant.
+void fill_account_facts(const User &user, TokenGrant *grant);
+
+}  // namespace vagent

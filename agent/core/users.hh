@@ -1,0 +1,63 @@
+// Velmora agent: the users the agent knows (login id, user id, password hash, country, MCC, server
+// URLs, terms consents).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "clock.hh"
+#include "result.hh"
+#include "state_db.hh"
+
+namespace vagent {
+
+struct User {
+  std::string login_id;
+  std::string user_id;  // the account's GUID
+  std::string country_code;
+  std::string mcc;
+  std::string api_server_url;
+  std::string auth_server_url;
+  int tnc = 0;  // terms consents bitmask (see consents.hh)
+  int64_t created_at = 0;
+};
+
+struct NewUser {
+  std::string login_id;
+  std::string password;
+  std::string user_id;       // generated when empty
+  std::string country_code;  // defaults of config.hh when empty
+  std::string mcc;
+  std::string api_server_url;
+  std::string auth_server_url;
+};
+
+class Users {
+ public:
+  Users(StateDb &db, const Clock &clock) : db_(db), clock_(clock) {}
+
+  // Stores a new user; the password only as a salted slow hash. INVALID_PARAMETER for a bad login
+  // id, empty password or malformed MCC; USER_EXISTS for a login id (or user id) in use.
+  Result<User> create(const NewUser &user);
+  // UNKNOWN_USER when there is none.
+  Result<User> find(const std::string &login_id);
+  Result<User> find_by_user_id(const std::string &user_id);
+  // Ok when the password matches; UNKNOWN_USER, WRONG_PASSWORD otherwise. An unknown login id
+  // costs the same hashing time as a known one.
+  Status verify_password(const std::string &login_id, const std::string &password);
+  Status set_mcc(const std::string &login_id, const std::string &mcc);
+  Status set_tnc(const std::string &login_id, int tnc);
+  Result<std::vector<User>> list();
+
+  // Login ids: 1..255 bytes of printable characters without blanks. MCCs: three digits.
+  static bool valid_login_id(const std::string &login_id);
+  static bool valid_mcc(const std::string &mcc);
+
+ private:
+  Result<User> find_where(const char *sql, const std::string &key);
+  StateDb &db_;
+  const Clock &clock_;
+};
+
+}  // namespace vagent

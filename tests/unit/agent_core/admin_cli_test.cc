@@ -1,0 +1,220 @@
+// Velmora tests: the admin commands of the built velmora-agent executable (exit codes, output,
+// effects on the state, the platform store and the fault file).
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "agent_state.hh"
+#include "clock_offset.hh"
+#include "faults.hh"
+#include "platform_root.hh"
+#include "store_view.hh"
+
+namespace {
+
+struct CliRun {
+  int exit_code = -1;
+  std::string out;
+  std::string err;
+};
+
+std::string agent_path() { return vtest::PlatformRoot::agent_exec(); }
+
+// Runs velmora-agent with `args` under the current environment (and so the test's root).
+CliRun run_agent(const std::vector<std::string> &args) {
+  std::vector<gchar *> argv;
+  const std::string exe = agent_path();
+  argv.push_back(const_cast<gchar *>(exe.c_str()));
+  for (const std::string &a : args) argv.push_back(const_cast<gchar *>(a.c_str()));
+  argv.push_back(nullptr);
+  CliRun r;
+  gchar *out = nullptr, *err = nullptr;
+  gint status = 0;
+  GError *error = nullptr;
+  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
+                    &status, &error)) {
+    ADD_FAILURE() << "cannot run " << exe << ": " << (error ? error->message : "?")
+                  << " (build the velmora-agent target)";
+    g_clear_error(&error);
+    return r;
+  }
+  r.out = out ? out : "";
+  r.err = err ? err : "";
+  g_free(out);
+  g_free(err);
+  r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  return r;
+}
+
+class AdminCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(g_file_test(agent_path().c_str(), G_FILE_TEST_IS_EXECUTABLE))
+        << agent_path() << " is missing: build the velmora-agent target";
+  }
+  vtest::PlatformRoot root_;
+};
+
+}  // namespace
+
+TEST_F(AdminCli, SeedUserSignsInAndNeverPrintsTheSecrets) {
+  CliRun seed =
+      run_agent({"seed-user", "--login-id", "alice@velmora.dev", "--password", "Pw-Canary-1",
+                 "--default", "--client-id", "app.one", "--client-secret", "Secret-Canary-2",
+                 "--scope", "profile.read", "--scope", "account.read"});
+  ASSERT_EQ(seed.exit_code, 0) << seed.err;
+  EXPECT_NE(seed.out.find("seeded alice@velmora.dev"), std::string::npos) << seed.out;
+  CliRun state = run_agent({"state"});
+  ASSERT_EQ(state.exit_code, 0) << state.err;
+  EXPECT_NE(state.out.find("alice@velmora.dev default"), std::string::npos) << state.out;
+  EXPECT_NE(state.out.find("app.one scopes=\"profile.read account.read\" secret=yes"),
+            std::string::npos)
+      << state.out;
+  for (const CliRun *r : {&seed, &state}) {
+    for (const char *secret : {"Pw-Canary-1", "Secret-Canary-2"}) {
+      EXPECT_EQ(r->out.find(secret), std::string::npos);
+      EXPECT_EQ(r->err.find(secret), std::string::npos);
+    }
+  }
+  EXPECT_EQ(agent_test::store_summary("dev.velmora.account"), "alice@velmora.dev*");
+  auto opened = vagent::AgentState::open();
+  ASSERT_TRUE(opened.ok());
+  EXPECT_TRUE(opened.value()->accounts().sign_in("alice@velmora.dev", "Pw-Canary-1").ok());
+  EXPECT_TRUE(opened.value()->clients().check_secret("app.one", "Secret-Canary-2", true).ok());
+}
+
+TEST_F(AdminCli, SeedUserWithoutSignInLeavesTheStoreEmpty) {
+  ASSERT_EQ(run_agent({"seed-user", "--login-id", "bob", "--password", "pw"}).exit_code, 0);
+  int err = 0;
+  agent_test::store_records("dev.velmora.account", &err);
+  EXPECT_EQ(err, ACCOUNT_ERROR_RECORD_NOT_FOUND);
+}
+
+TEST_F(AdminCli, BadUsageExitsWithTwo) {
+  CliRun no_password = run_agent({"seed-user", "--login-id", "alice"});
+  EXPECT_EQ(no_password.exit_code, 2);
+  EXPECT_NE(no_password.err.find("--password"), std::string::npos) << no_password.err;
+  EXPECT_EQ(run_agent({"seed-user", "--login-id", "a", "--password", "p", "--bogus"}).exit_code, 2);
+  EXPECT_EQ(
+      run_agent({"seed-user", "--login-id", "a", "--password", "p", "--scope", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"seed-user", "--login-id"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"no-such-command"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"state", "extra"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"--root"}).exit_code, 2);
+}
+
+TEST_F(AdminCli, FailedCommandsExitWithOneAndNameTheError) {
+  ASSERT_EQ(run_agent({"seed-user", "--login-id", "alice", "--password", "pw"}).exit_code, 0);
+  CliRun again = run_agent({"seed-user", "--login-id", "alice", "--password", "pw2"});
+  EXPECT_EQ(again.exit_code, 1);
+  EXPECT_NE(again.err.find("AGENT_ERROR_USER_EXISTS"), std::string::npos) << again.err;
+  CliRun bad_mcc = run_agent({"seed-user", "--login-id", "bob", "--password", "pw", "--mcc", "1"});
+  EXPECT_EQ(bad_mcc.exit_code, 1);
+  EXPECT_NE(bad_mcc.err.find("INVALID_PARAMETER"), std::string::npos) << bad_mcc.err;
+  CliRun sign_out = run_agent({"sign-out", "--login-id", "alice"});
+  EXPECT_EQ(sign_out.exit_code, 1);
+  EXPECT_NE(sign_out.err.find("NEED_SIGNIN"), std::string::npos) << sign_out.err;
+}
+
+TEST_F(AdminCli, FaultSetIsReadBackByTheCoreAndClearRemovesIt) {
+  CliRun set = run_agent({"fault", "set", "RequestAccessToken", "error_code=0xC1000001",
+                          "delay_ms=20", "never_answer=true"});
+  ASSERT_EQ(set.exit_code, 0) << set.err;
+  ASSERT_EQ(run_agent({"fault", "set", "*", "reject_connection=true"}).exit_code, 0);
+  vagent::Fault f = vagent::faults_for("RequestAccessToken");
+  EXPECT_EQ(f.error_code.value(), vagent::errc::kUnknownUser);
+  EXPECT_EQ(f.delay_ms, 20);
+  EXPECT_TRUE(f.never_answer);
+  EXPECT_TRUE(f.reject_connection);
+  CliRun list = run_agent({"fault", "list"});
+  EXPECT_NE(list.out.find("[RequestAccessToken] delay_ms=20"), std::string::npos) << list.out;
+  ASSERT_EQ(run_agent({"fault", "clear", "*"}).exit_code, 0);
+  EXPECT_FALSE(vagent::faults_for("GetDefaultAccount").any());
+  EXPECT_TRUE(vagent::faults_for("RequestAccessToken").never_answer);
+  ASSERT_EQ(run_agent({"fault", "clear"}).exit_code, 0);
+  EXPECT_FALSE(vagent::faults_for("RequestAccessToken").any());
+}
+
+TEST_F(AdminCli, FaultWithUnknownKeyOrBadValueExitsWithTwo) {
+  CliRun unknown = run_agent({"fault", "set", "op", "slowly=1"});
+  EXPECT_EQ(unknown.exit_code, 2);
+  EXPECT_NE(unknown.err.find("delay_ms"), std::string::npos) << unknown.err;  // lists the keys
+  EXPECT_EQ(run_agent({"fault", "set", "op", "crash"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "op", "delay_ms=x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "op"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "frobnicate"}).exit_code, 2);
+  EXPECT_FALSE(vagent::faults_for("op").any());
+}
+
+TEST_F(AdminCli, RootOptionOverridesTheEnvironment) {
+  vtest::PlatformRoot other;  // now the environment's root
+  ASSERT_EQ(run_agent({"--root", root_.path(), "seed-user", "--login-id", "alice", "--password",
+                       "pw", "--sign-in"})
+                .exit_code,
+            0);
+  CliRun here = run_agent({"state"});
+  EXPECT_EQ(here.out.find("alice"), std::string::npos) << here.out;
+  CliRun there = run_agent({"--root=" + root_.path(), "state"});
+  EXPECT_NE(there.out.find("alice default"), std::string::npos) << there.out;
+}
+
+TEST_F(AdminCli, ErrorsCommandListsTheTable) {
+  CliRun r = run_agent({"errors"});
+  ASSERT_EQ(r.exit_code, 0);
+  EXPECT_NE(r.out.find("0xC1000001  AGENT_ERROR_UNKNOWN_USER"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("-1073741830"), std::string::npos);
+}
+
+TEST_F(AdminCli, ServingAgentQuitsCleanlyOnSigterm) {
+  const std::string exe = agent_path();
+  gchar *argv[] = {const_cast<gchar *>(exe.c_str()), nullptr};
+  gchar **envp = g_get_environ();
+  envp = g_environ_setenv(envp, "VELMORA_APP_ID", "dev.velmora.account", TRUE);
+  envp = g_environ_setenv(envp, "VELMORA_LOG_LEVEL", "info", TRUE);
+  GPid pid = 0;
+  gint err_fd = -1;
+  GError *error = nullptr;
+  ASSERT_TRUE(g_spawn_async_with_pipes(nullptr, argv, envp, G_SPAWN_DO_NOT_REAP_CHILD, nullptr,
+                                       nullptr, &pid, nullptr, nullptr, &err_fd, &error))
+      << (error ? error->message : "?");
+  g_strfreev(envp);
+  // Wait for the line the agent logs once it is ready to serve.
+  std::string seen;
+  bool ready = false;
+  while (!ready) {
+    struct pollfd p = {err_fd, POLLIN, 0};
+    if (poll(&p, 1, 30000) <= 0) break;  // a guard against hanging, not a timing assertion
+    char buf[512];
+    ssize_t n = read(err_fd, buf, sizeof buf);
+    if (n <= 0) break;
+    seen.append(buf, static_cast<size_t>(n));
+    ready = seen.find("agent: serving as dev.velmora.account") != std::string::npos;
+  }
+  EXPECT_TRUE(ready) << seen;
+  kill(pid, SIGTERM);
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  close(err_fd);
+  g_spawn_close_pid(pid);
+  EXPECT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_TRUE(g_file_test(root_.path_of("agent/state.db").c_str(), G_FILE_TEST_IS_REGULAR));
+}
+
+TEST_F(AdminCli, ClockAdvanceAddsUpAndResetRemovesTheOffset) {
+  ASSERT_EQ(run_agent({"clock", "advance", "100"}).exit_code, 0);
+  CliRun second = run_agent({"clock", "advance", "50"});
+  ASSERT_EQ(second.exit_code, 0) << second.err;
+  EXPECT_EQ(run_agent({"clock", "show"}).out, "offset_s=150\n");
+  EXPECT_EQ(vagent::clock_offset(root_.path()), 150);
+  EXPECT_EQ(run_agent({"clock", "advance", "soon"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"clock"}).exit_code, 2);
+  ASSERT_EQ(run_agent({"clock", "reset"}).exit_code, 0);
+  EXPECT_EQ(vagent::clock_offset(root_.path()), 0);
+}
