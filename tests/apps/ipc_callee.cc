@@ -2,7 +2,8 @@
 //
 // The request's "mode" extra chooses what happens:
 //   "reply" (default)  replies at once: the request's extras in their order, then "caller" (the
-//                      caller id), "operation" and "served" (requests received so far); the result
+//                      caller id), "operation", "served" (requests received so far) and, when any
+//                      request had one, "tags" (the "tag" extras received so far); the result
 //                      is the "result" extra as a number (default 0, succeeded)
 //   "later"            keeps a clone and replies from it on a later main-loop turn as "reply" does,
 //                      then replies once more and writes that second reply's return code to
@@ -10,6 +11,7 @@
 //   "never"            keeps a clone and never replies
 //   "drop"             keeps nothing and does not reply
 //   "die"              exits at once with status 3
+// VTEST_REFUSE=1 makes it refuse every request; VTEST_START_DELAY_MS delays serving.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -24,6 +26,7 @@
 namespace {
 
 int g_served = 0;
+std::string g_tags;  // the "tag" extras of every request received, comma-separated
 std::vector<app_control_h> g_kept;
 
 std::string extra(app_control_h h, const char *key, const std::string &fallback) {
@@ -56,6 +59,7 @@ int reply_to(app_control_h request) {
   app_control_add_extra_data(reply, "operation", op ? op : "");
   free(op);
   app_control_add_extra_data(reply, "served", std::to_string(g_served).c_str());
+  if (!g_tags.empty()) app_control_add_extra_data(reply, "tags", g_tags.c_str());
   int result = atoi(extra(request, "result", "0").c_str());
   int ret = app_control_reply_to_launch_request(reply, request, (app_control_result_e)result);
   app_control_destroy(reply);
@@ -78,6 +82,8 @@ gboolean reply_later(gpointer data) {
 
 void on_request(app_control_h request, void *) {
   ++g_served;
+  const std::string tag = extra(request, "tag", "");
+  if (!tag.empty()) g_tags += (g_tags.empty() ? "" : ",") + tag;
   const std::string mode = extra(request, "mode", "reply");
   if (mode == "die") _exit(3);
   if (mode == "drop") return;
@@ -100,6 +106,8 @@ int main() {
   vtest::app::limit_lifetime();
   if (vtest::app::env_int("VTEST_REFUSE", 0)) velmora_host_app_control_set_refusing(true);
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+  const int delay = vtest::app::env_int("VTEST_START_DELAY_MS", 0);
+  if (delay > 0) g_usleep((gulong)delay * 1000);
   if (velmora_host_app_control_serve(on_request, nullptr) != APP_CONTROL_ERROR_NONE) return 2;
   g_main_loop_run(loop);
   velmora_host_app_control_stop();

@@ -58,6 +58,7 @@ struct Sender {
   FrameReader reader{kMaxFrame, kMaxAnswer};
   std::deque<Bytes> frames;
   bool answered = false;
+  IoStatus ended = IoStatus::kOk;  // how the stream ended while the answer was read
   GSource *watch = nullptr;
   GSource *idle = nullptr;
 
@@ -148,17 +149,19 @@ gboolean on_idle(gpointer data) {
   auto *s = static_cast<Sender *>(data);
   g_source_unref(s->idle);
   s->idle = nullptr;
-  pump(s, IoStatus::kOk);
+  pump(s, s->ended);
   return G_SOURCE_REMOVE;
 }
 
 void watch(Sender *s) {
-  s->watch = g_unix_fd_source_new(s->fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
-  g_source_set_callback(s->watch,
-                        reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)), s,
-                        nullptr);
-  g_source_attach(s->watch, s->ctx);
-  if (!s->frames.empty()) {  // the reply came with the answer
+  if (s->ended == IoStatus::kOk) {
+    s->watch = g_unix_fd_source_new(s->fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
+    g_source_set_callback(s->watch,
+                          reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
+                          s, nullptr);
+    g_source_attach(s->watch, s->ctx);
+  }
+  if (!s->frames.empty() || s->ended != IoStatus::kOk) {  // more came with the answer
     s->idle = g_idle_source_new();
     g_source_set_callback(s->idle, on_idle, s, nullptr);
     g_source_attach(s->idle, s->ctx);
@@ -182,9 +185,12 @@ int send_now(std::unique_ptr<Sender> s, int fd) {
   IoStatus status =
       read_frame_blocking(s->fd, &s->reader, &s->frames, velmora_host_rpc_timeout_ms());
   if (status == IoStatus::kTimedOut) return APP_CONTROL_ERROR_TIMED_OUT;
+  // The stream may have ended or failed right behind a complete answer: the answer counts, the
+  // end is reported through the callback.
   int32_t code;
-  if (status != IoStatus::kOk || !take_answer(s.get(), &code)) return APP_CONTROL_ERROR_LAUNCH_FAILED;
+  if (s->frames.empty() || !take_answer(s.get(), &code)) return APP_CONTROL_ERROR_LAUNCH_FAILED;
   if (code != 0) return code;
+  s->ended = status;
   if (s->callback) watch(s.release());
   return APP_CONTROL_ERROR_NONE;
 }
