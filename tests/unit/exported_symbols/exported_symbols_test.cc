@@ -1,0 +1,98 @@
+// Velmora tests: libvelmora-account.so exports its public interface and nothing else.
+//
+// The public interface is the velmora_account_* functions of include/, the generated rpc_port_*
+// functions and the REQUEST_OP_* operation URIs. Everything else is built with hidden visibility;
+// internal helpers (even those whose names begin with velmora_account_) must not be reachable.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform_root.hh"
+
+namespace {
+
+std::string library() { return vtest::PlatformRoot::build_dir() + "/src/libvelmora-account.so"; }
+
+// The defined dynamic symbols of the library, without version suffixes.
+std::set<std::string> exported_symbols() {
+  std::set<std::string> names;
+  const std::string command = "nm -D --defined-only '" + library() + "' 2>&1";
+  FILE *pipe = popen(command.c_str(), "r");
+  if (!pipe) return names;
+  char line[1024];
+  while (fgets(line, sizeof line, pipe)) {
+    std::istringstream fields(line);
+    std::string address, type, name;
+    if (!(fields >> address >> type >> name)) continue;
+    if (const size_t at = name.find('@'); at != std::string::npos) name.resize(at);
+    names.insert(name);
+  }
+  pclose(pipe);
+  return names;
+}
+
+bool starts_with(const std::string &s, const std::string &prefix) { return s.rfind(prefix, 0) == 0; }
+
+bool public_name(const std::string &name) {
+  return starts_with(name, "velmora_account_") || starts_with(name, "rpc_port_") ||
+         starts_with(name, "REQUEST_OP_");
+}
+
+bool allowed(const std::string &name) {
+  static const std::set<std::string> kLinkerSymbols = {"_init", "_fini", "_edata", "_end",
+                                                       "__bss_start"};
+  if (public_name(name) || kLinkerSymbols.count(name)) return true;
+  // AddressSanitizer's one-definition-rule indicator of an exported variable.
+  const std::string odr = "__odr_asan.";
+  return starts_with(name, odr) && public_name(name.substr(odr.size()));
+}
+
+class ExportedSymbols : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(std::filesystem::exists(library())) << library() << " is not built";
+    symbols_ = exported_symbols();
+    ASSERT_FALSE(symbols_.empty()) << "nm listed nothing for " << library();
+  }
+  std::set<std::string> symbols_;
+};
+
+}  // namespace
+
+TEST_F(ExportedSymbols, OnlyThePublicInterfaceIsExported) {
+  std::vector<std::string> stray;
+  for (const std::string &name : symbols_)
+    if (!allowed(name)) stray.push_back(name);
+  std::string list;
+  for (const std::string &name : stray) list += "  " + name + "\n";
+  EXPECT_TRUE(stray.empty()) << stray.size() << " symbols outside the public interface:\n" << list;
+}
+
+TEST_F(ExportedSymbols, InternalFunctionsAreHidden) {
+  for (const char *internal :
+       {"velmora_account_clone", "velmora_account_util_get_property_str",
+        "velmora_account_util_set_property_str", "velmora_account_util_get_property_int",
+        "velmora_account_util_set_property_int", "velmora_account_util_get_property_bool",
+        "velmora_account_util_set_property_bool", "velmora_account_util_str_field",
+        "velmora_account_util_clear_property_str", "is_agent_installed", "is_lower_agent",
+        "is_tv_profile", "is_wearable_profile", "_velmora_account_convert_error",
+        "__convert_app_control_error", "__app_control_error", "__convert_account_manager_error",
+        "_velmora_account_convert_connect_error", "va_dup_field_not_released_by_destroy",
+        "va_profile_list_new", "va_profile_list_release", "va_profile_category"})
+    EXPECT_EQ(symbols_.count(internal), 0u) << internal << " is exported";
+}
+
+TEST_F(ExportedSymbols, AccountHandleFunctionsAndOperationUrisAreExported) {
+  for (const char *name :
+       {"velmora_account_create", "velmora_account_destroy", "velmora_account_get_property_str",
+        "velmora_account_set_property_str", "velmora_account_unset_property_str",
+        "velmora_account_get_property_int", "velmora_account_set_property_int",
+        "velmora_account_get_property_bool", "velmora_account_set_property_bool",
+        "REQUEST_OP_SIGNIN", "REQUEST_OP_GETACCESSTOKEN", "REQUEST_OP_PROFILE_GET"})
+    EXPECT_EQ(symbols_.count(name), 1u) << name << " is not exported";
+}
