@@ -1,0 +1,151 @@
+// velmora-account: a handle in the chosen transport, and the GLib main loop that waits for the
+// agent's answers (bounded by --timeout).
+#include <glib.h>
+
+#include <cstdio>
+
+#include "cli.hh"
+
+namespace vcli {
+
+namespace {
+
+struct Wait {
+  GMainLoop *loop = nullptr;
+  bool done = false;
+  bool timed_out = false;
+};
+
+gboolean on_timeout(gpointer data) {
+  auto *wait = static_cast<Wait *>(data);
+  wait->timed_out = true;
+  g_main_loop_quit(wait->loop);
+  return G_SOURCE_REMOVE;
+}
+
+// Runs the loop until `wait->done` is set by a callback or the time-out passes; false on time-out.
+bool run_loop(Wait *wait, int timeout_s) {
+  if (wait->done) return true;
+  wait->loop = g_main_loop_new(nullptr, FALSE);
+  const guint timer = g_timeout_add_seconds(static_cast<guint>(timeout_s), on_timeout, wait);
+  g_main_loop_run(wait->loop);
+  if (!wait->timed_out) g_source_remove(timer);
+  g_main_loop_unref(wait->loop);
+  wait->loop = nullptr;
+  return !wait->timed_out;
+}
+
+void finish(Wait *wait) {
+  wait->done = true;
+  if (wait->loop) g_main_loop_quit(wait->loop);
+}
+
+struct Connecting {
+  Wait wait;
+  int result = 0;
+  int state = -1;
+};
+
+void on_connection(int result, int state, void *user_data) {
+  auto *c = static_cast<Connecting *>(user_data);
+  // Only the first event matters here: the outcome of connecting.
+  if (c->wait.done) return;
+  c->result = result;
+  c->state = state;
+  finish(&c->wait);
+}
+
+// The connection callback's data lives as long as the handle, which may report later events.
+Connecting g_connecting;
+
+int set_properties(const Options &o, velmora_account_h h) {
+  const std::pair<int, const std::string *> values[] = {
+      {VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, &o.login_id},
+      {VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, &o.client_id},
+      {VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, &o.client_secret},
+      {VELMORA_ACCOUNT_PROPERTY_SCOPE, &o.scope},
+      {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, &o.expired_token},
+      {VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, &o.device_code},
+  };
+  for (const auto &[property, value] : values) {
+    if (value->empty()) continue;
+    const int ret = velmora_account_set_property_str(h, property, value->c_str());
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
+  }
+  return VELMORA_ACCOUNT_ERROR_NONE;
+}
+
+struct Answer {
+  Wait wait;
+  int result = 0;
+  velmora_account_h account = nullptr;
+};
+
+void on_answer(int result, velmora_account_h account, void *user_data) {
+  auto *a = static_cast<Answer *>(user_data);
+  a->result = result;
+  a->account = account;
+  finish(&a->wait);
+}
+
+}  // namespace
+
+int open_handle(const Options &options, velmora_account_h *handle) {
+  velmora_account_h h = nullptr;
+  if (options.transport == Transport::kAppControl) {
+    const int ret = velmora_account_create(&h);
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(options, "create", ret);
+  } else {
+    const int ret = velmora_account_connect(&h, on_connection, &g_connecting);
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(options, "connect", ret);
+    if (!run_loop(&g_connecting.wait, options.timeout_s)) {
+      fprintf(stderr, "velmora-account: the agent did not accept the connection within %d s\n",
+              options.timeout_s);
+      velmora_account_disconnect(h);
+      return kExitTimeout;
+    }
+    if (g_connecting.state != VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED) {
+      velmora_account_disconnect(h);
+      return print_failure(options, "connect",
+                           g_connecting.result != 0 ? g_connecting.result
+                                                    : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+    }
+  }
+  const int ret = set_properties(options, h);
+  if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
+    close_handle(options, h);
+    return print_failure(options, "set property", ret);
+  }
+  *handle = h;
+  return kExitOk;
+}
+
+void close_handle(const Options &options, velmora_account_h handle) {
+  if (options.transport == Transport::kNidl)
+    velmora_account_disconnect(handle);
+  else
+    velmora_account_destroy(handle);
+}
+
+int run_request(const Options &options, const char *what, AsyncRequest send) {
+  velmora_account_h h = nullptr;
+  int status = open_handle(options, &h);
+  if (status != kExitOk) return status;
+
+  Answer answer;
+  const int ret = send(h, on_answer, &answer);
+  if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
+    status = print_failure(options, what, ret);
+  } else if (!run_loop(&answer.wait, options.timeout_s)) {
+    fprintf(stderr, "velmora-account: %s: no answer from the agent within %d s\n", what,
+            options.timeout_s);
+    status = kExitTimeout;
+  } else {
+    status = print_result(options, what, answer.result, answer.account);
+  }
+  if (answer.account) velmora_account_destroy(answer.account);
+  close_handle(options, h);
+  return status;
+}
+
+}  // namespace vcli
