@@ -25,6 +25,7 @@ struct Options {
   std::string login_id, client_id, client_secret, scope, expired_token, device_code;
   bool json = false;
   bool sync = false;
+  bool verbose = false;
   int timeout_s = 30;
   bool help = false;
 };

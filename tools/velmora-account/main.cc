@@ -5,7 +5,8 @@
 // Each command asks the account agent for something through the library, in either transport, and
 // prints the properties of the response handle (those that are set; tokens included: that is what
 // the command is for). Exit status: 0 success, 1 failure (the result code's name and a short
-// explanation are printed), 2 bad usage, 3 no answer within --timeout.
+// explanation are printed), 2 bad usage, 3 no answer within --timeout. The library's log lines are
+// silenced unless --verbose is given or VELMORA_LOG_LEVEL is set.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -25,6 +26,7 @@ constexpr const char *kCommonOptions =
     "  --scope SCOPE                 the requested scope (\"read write\")\n"
     "  --json                        print the result as one JSON object\n"
     "  --timeout SECONDS             how long to wait for the agent (default 30)\n"
+    "  --verbose                     show the library's log lines on stderr\n"
     "  --help                        this text\n";
 
 void print_usage(FILE *out) {
@@ -85,6 +87,10 @@ int parse(int argc, char **argv, Options *o) {
       o->sync = true;
       continue;
     }
+    if (name == "--verbose") {
+      o->verbose = true;
+      continue;
+    }
     bool matched = false;
     for (const StringOption &s : kStringOptions) {
       if (name != s.name) continue;
@@ -140,5 +146,9 @@ int main(int argc, char **argv) {
     print_command_usage(*command);
     return vcli::kExitOk;
   }
+  // The library logs every unset property it is asked for as an error; a command that prints
+  // whatever is set asks for all of them. Its lines go to stderr only when asked for (or when the
+  // caller chose a log level).
+  setenv("VELMORA_LOG_LEVEL", options.verbose ? "info" : "silent", options.verbose ? 1 : 0);
   return command->run(options);
 }

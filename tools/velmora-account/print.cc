@@ -73,10 +73,12 @@ std::vector<Row> rows_of(velmora_account_h account) {
     if (velmora_account_get_property_int(account, p.id, &value) == VELMORA_ACCOUNT_ERROR_NONE)
       rows.push_back({p.name, {std::to_string(value), false}});
   }
+  // A response handle starts as a copy whose flags read false: only a true flag tells something.
   for (const Named &p : kBoolProperties) {
     bool value = false;
-    if (velmora_account_get_property_bool(account, p.id, &value) == VELMORA_ACCOUNT_ERROR_NONE)
-      rows.push_back({p.name, {value ? "true" : "false", false}});
+    if (velmora_account_get_property_bool(account, p.id, &value) == VELMORA_ACCOUNT_ERROR_NONE &&
+        value)
+      rows.push_back({p.name, {"true", false}});
   }
   return rows;
 }
@@ -105,7 +107,10 @@ std::string json_string(const std::string &s) {
 
 std::string code_text(int code) {
   const char *name = error_name(code);
-  return name[0] ? std::string(name) + " (" + std::to_string(code) + ")" : std::to_string(code);
+  char hex[16];
+  snprintf(hex, sizeof hex, "0x%08X", static_cast<unsigned>(code));
+  const std::string number = std::to_string(code) + (code < -4096 ? std::string(", ") + hex : "");
+  return name[0] ? std::string(name) + " (" + number + ")" : number;
 }
 
 }  // namespace
