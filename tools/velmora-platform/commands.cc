@@ -11,15 +11,17 @@ const std::vector<Command> &commands() {
       {"init", "[--profile mobile|wearable|tv]",
        "create the platform root (device profile: mobile unless given)", run_init, false},
       {"profile", "[mobile|wearable|tv]", "show the device profile, or set it", run_profile, true},
-      {"install", "<package-id> --app <app-id>:<service|ui>:<exec> ... [--meta <app-id>:<key>=<value> ...]",
+      {"install",
+       "<package-id> --app <app-id>:<service|ui>:<exec> ... [--meta <app-id>:<key>=<value> ...]",
        "install (or replace) a package with its applications and their metadata", run_install,
        true},
       {"remove", "<package-id>", "remove an installed package", run_remove, true},
       {"list", "", "list the installed packages and their applications", run_list, true},
       {"show", "<package-id>", "show a package: its applications, executables and metadata",
        run_show, true},
-      // The account store's inspection ("accounts") joins here, next to the store's admin
-      // functions.
+      {"accounts", "[package-id]",
+       "list the account store's records (user name, custom values), of one package or all",
+       run_accounts, true},
   };
   return kCommands;
 }

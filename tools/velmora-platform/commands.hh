@@ -31,7 +31,8 @@ const Command *find_command(const std::string &name);
 
 // Prints "velmora-platform: <message>" to stderr and returns kExitFailure.
 int fail(const std::string &message);
-// Prints "velmora-platform <name>: <message>" and the command's usage to stderr; returns kExitUsage.
+// Prints "velmora-platform <name>: <message>" and the command's usage to stderr; returns
+// kExitUsage.
 int usage_error(const char *command, const std::string &message);
 // Takes a platform message handed out by velmora_host_* (freed here) and fails with it.
 int fail_with(char *platform_message, const std::string &fallback);
@@ -46,5 +47,6 @@ int run_install(const Args &args);
 int run_remove(const Args &args);
 int run_list(const Args &args);
 int run_show(const Args &args);
+int run_accounts(const Args &args);
 
 }  // namespace vplat

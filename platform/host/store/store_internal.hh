@@ -34,6 +34,7 @@ namespace vstore {
 // The prepared statements of a connection, by their job.
 enum class Stmt {
   kSelectByPackage,
+  kSelectAll,
   kInsertAccount,
   kInsertCustom,
   kFindId,
@@ -82,6 +83,9 @@ struct StmtUse {
   StmtUse(const StmtUse &) = delete;
   StmtUse &operator=(const StmtUse &) = delete;
 };
+
+// Reads the records of a package (of every package with NULL) in walk order.
+int load_records(const char *package_name, std::vector<account_s> *out);
 
 // The store error for an SQLite result code (SQLITE_OK and SQLITE_DONE give ACCOUNT_ERROR_NONE).
 int error_from_sqlite(int rc);

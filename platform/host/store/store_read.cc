@@ -10,15 +10,20 @@ const char *column_text(sqlite3_stmt *s, int col) {
   return reinterpret_cast<const char *>(sqlite3_column_text(s, col));
 }
 
-// Reads the package's records into memory. The walk then runs without the store's lock, so a
-// callback may itself use the store.
-int load_package(const char *package_name, std::vector<account_s> *out) {
+}  // namespace
+
+namespace vstore {
+
+// Reads the package's records (every package's with NULL) into memory. The walk then runs without
+// the store's lock, so a callback may itself use the store.
+int load_records(const char *package_name, std::vector<account_s> *out) {
   vstore::Session session;
   if (session.status() != ACCOUNT_ERROR_NONE) return session.status();
-  sqlite3_stmt *s = session.stmt(vstore::Stmt::kSelectByPackage);
+  sqlite3_stmt *s =
+      session.stmt(package_name ? vstore::Stmt::kSelectByPackage : vstore::Stmt::kSelectAll);
   if (!s) return ACCOUNT_ERROR_DB_FAILED;
   vstore::StmtUse use(s);
-  sqlite3_bind_text(s, 1, package_name, -1, SQLITE_TRANSIENT);
+  if (package_name) sqlite3_bind_text(s, 1, package_name, -1, SQLITE_TRANSIENT);
   int rc;
   while ((rc = sqlite3_step(s)) == SQLITE_ROW) {
     const int id = sqlite3_column_int(s, 0);
@@ -36,13 +41,13 @@ int load_package(const char *package_name, std::vector<account_s> *out) {
   return vstore::error_from_sqlite(rc);
 }
 
-}  // namespace
+}  // namespace vstore
 
 extern "C" int account_query_account_by_package_name(account_cb callback, const char *package_name,
                                                      void *user_data) {
   if (!callback || !package_name) return ACCOUNT_ERROR_INVALID_PARAMETER;
   std::vector<account_s> records;
-  int err = load_package(package_name, &records);
+  int err = vstore::load_records(package_name, &records);
   if (err != ACCOUNT_ERROR_NONE) return err;
   if (records.empty()) return ACCOUNT_ERROR_RECORD_NOT_FOUND;
   for (account_s &record : records)

@@ -1,0 +1,33 @@
+/*
+ * Velmora host platform: inspection of the platform account store, for the admin command and
+ * tests (the platform interface reads one custom value by key; this walk shows them all).
+ */
+#ifndef VELMORA_HOST_STORE_H
+#define VELMORA_HOST_STORE_H
+
+#include <stdbool.h>
+#include <stddef.h>
+
+#include "platform_export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* One record, lent for the call: its package, its user name (NULL when it has none) and its
+ * custom values in the order they were set. Return true to go on, false to stop. */
+typedef bool (*velmora_host_store_record_cb)(const char *package_name, const char *user_name,
+                                             const char *const *keys, const char *const *values,
+                                             size_t n_custom, void *user_data);
+
+/* Visits the records of `package_name` (NULL: of every package, ordered by package then insertion)
+ * in insertion order. Returns an account_error_e: ACCOUNT_ERROR_NONE also when there is no record,
+ * DB_NOT_OPENED / DB_FAILED / DATABASE_BUSY when the store cannot be read. */
+PLATFORM_API int velmora_host_store_foreach(const char *package_name,
+                                            velmora_host_store_record_cb callback,
+                                            void *user_data);
+
+#ifdef __cplusplus
+}
+#endif
+#endif /* VELMORA_HOST_STORE_H */
