@@ -1,0 +1,18 @@
+// Velmora agent: the AccountSvc port, the agent's end of NIDL mode.
+//
+// A stub on port "AccountSvc" that decodes each request, answers it from the agent's state
+// (nidl_methods.hh) and pushes the reply callbacks, with the fault injection of faults.hh applied
+// per method (the method's name is the operation name; "AccountSvc" names the port itself for
+// reject_connection, read when the agent starts).
+#pragma once
+
+#include <string>
+
+namespace vagent {
+
+struct ServerContext;
+
+bool account_svc_start(ServerContext &context, std::string *error);
+void account_svc_stop();
+
+}  // namespace vagent
