@@ -1,5 +1,5 @@
 /*
- * Velmora host platform: inspection of the platform account store, for the admin command and
+ * Velmora host platform: a look into the platform account store, for the admin command and
  * tests (the platform interface reads one custom value by key; this walk shows them all).
  */
 #ifndef VELMORA_HOST_STORE_H

@@ -36,7 +36,7 @@ constexpr std::array<const char *, static_cast<size_t>(Stmt::kCount)> kStatement
     "SELECT a.id, a.user_name, a.package_name, c.key, c.value FROM accounts a"
     " LEFT JOIN account_custom c ON c.account_id = a.id"
     " WHERE a.package_name = ?1 ORDER BY a.id, c.rowid",
-    // kSelectAll: every package's records, for inspection.
+    // kSelectAll: every package's records, for the admin listing.
     "SELECT a.id, a.user_name, a.package_name, c.key, c.value FROM accounts a"
     " LEFT JOIN account_custom c ON c.account_id = a.id"
     " ORDER BY a.package_name, a.id, c.rowid",

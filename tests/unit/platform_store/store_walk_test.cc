@@ -1,4 +1,4 @@
-// Velmora tests: inspection of the platform account store (the host walk with every custom value,
+// Velmora tests: a look into the platform account store (the host walk with every custom value,
 // and `velmora-platform accounts`).
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -63,7 +63,7 @@ ToolRun run_tool(const std::vector<std::string> &args) {
 
 }  // namespace
 
-TEST(StoreInspect, WalksEveryPackageWithAllCustomValues) {
+TEST(StoreWalk, WalksEveryPackageWithAllCustomValues) {
   TempRoot root;
   ASSERT_EQ(insert("dev.velmora.sso", "tv-user"), ACCOUNT_ERROR_NONE);
   ASSERT_EQ(insert("dev.velmora.account", "alice", {{"default", "true"}, {"mcc", "450"}}),
@@ -83,7 +83,7 @@ TEST(StoreInspect, WalksEveryPackageWithAllCustomValues) {
   EXPECT_EQ(stopped.lines.size(), 1u);
 }
 
-TEST(StoreInspect, EmptyStoreIsNoRecordsAndNullCallbackIsInvalid) {
+TEST(StoreWalk, EmptyStoreIsNoRecordsAndNullCallbackIsInvalid) {
   TempRoot root;
   Seen none;
   EXPECT_EQ(velmora_host_store_foreach(nullptr, collect, &none), ACCOUNT_ERROR_NONE);
@@ -91,7 +91,7 @@ TEST(StoreInspect, EmptyStoreIsNoRecordsAndNullCallbackIsInvalid) {
   EXPECT_EQ(velmora_host_store_foreach(nullptr, nullptr, nullptr), ACCOUNT_ERROR_INVALID_PARAMETER);
 }
 
-TEST(StoreInspect, PlatformToolListsTheRecords) {
+TEST(StoreWalk, PlatformToolListsTheRecords) {
   TempRoot root;
   ASSERT_EQ(insert("dev.velmora.account", "alice@velmora.dev", {{"default", "true"}}),
             ACCOUNT_ERROR_NONE);
@@ -108,7 +108,7 @@ TEST(StoreInspect, PlatformToolListsTheRecords) {
   EXPECT_EQ(run_tool({"accounts", "a", "b"}).exit_code, 2);
 }
 
-TEST(StoreInspect, PlatformToolFailsWhenTheStoreCannotBeRead) {
+TEST(StoreWalk, PlatformToolFailsWhenTheStoreCannotBeRead) {
   TempRoot root;
   ASSERT_TRUE(g_file_set_contents(root.sub("store").c_str(), "x", 1, nullptr));
   ToolRun r = run_tool({"accounts"});
