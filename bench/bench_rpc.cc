@@ -1,0 +1,423 @@
+// Velmora benchmarks: the round trip of one AccountSvc method call, next to the floor under it and
+// a common alternative.
+//
+//   BM_AccountSvc_GetDefaultAccount  rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount on the
+//                                    reference agent (launched on demand in a temporary platform
+//                                    root with one signed-in default account): request parcel,
+//                                    agent lookup in its state, result parcel with the login id.
+//   BM_Socketpair_PingPong           the floor: a Unix stream socketpair between two processes
+//                                    carrying frames of exactly the sizes the call above sends
+//                                    and receives, echoed by a child that does nothing else.
+//   BM_GDBus_PeerCall                a GDBus peer-to-peer method call (GDBusServer in a child
+//                                    process on a private address) with one string in and one out.
+//
+// Every side is checked once before timing. After the runs a table gives microseconds per call and
+// the two ratios with their targets: the AccountSvc call within 1.5x the floor, and at least 3x
+// faster than GDBus. The numbers are whatever this machine measures.
+//
+// The agent executable is VELMORA_AGENT_EXEC, else "../agent/velmora-agent" next to this program.
+#include <benchmark/benchmark.h>
+#include <gio/gio.h>
+#include <glib.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "account_svc_proxy.h"
+#include "rpc_port_parcel.h"
+#include "velmora_host.h"
+
+namespace {
+
+constexpr const char *kAgentAppId = "dev.velmora.account";
+constexpr const char *kLoginId = "alice@example.com";
+constexpr int kWaitMs = 20000;
+
+[[noreturn]] void fail(const std::string &what) {
+  fprintf(stderr, "bench_rpc: %s\n", what.c_str());
+  exit(1);
+}
+
+// ---- raw frames on a blocking stream socket (the floor) ----
+
+bool write_all(int fd, const void *data, size_t n) {
+  const char *p = static_cast<const char *>(data);
+  while (n > 0) {
+    ssize_t w = write(fd, p, n);
+    if (w < 0 && errno == EINTR) continue;
+    if (w <= 0) return false;
+    p += w;
+    n -= static_cast<size_t>(w);
+  }
+  return true;
+}
+
+bool read_all(int fd, void *data, size_t n) {
+  char *p = static_cast<char *>(data);
+  while (n > 0) {
+    ssize_t r = read(fd, p, n);
+    if (r < 0 && errno == EINTR) continue;
+    if (r <= 0) return false;
+    p += r;
+    n -= static_cast<size_t>(r);
+  }
+  return true;
+}
+
+// A frame as the host's ports send it: uint32 length, then the payload.
+std::vector<unsigned char> frame(size_t payload) {
+  std::vector<unsigned char> f(4 + payload, 0xab);
+  uint32_t len = static_cast<uint32_t>(payload);
+  memcpy(f.data(), &len, 4);
+  return f;
+}
+
+bool read_frame(int fd, std::vector<unsigned char> *buf) {
+  uint32_t len = 0;
+  if (!read_all(fd, &len, 4)) return false;
+  buf->resize(len);
+  return len == 0 || read_all(fd, buf->data(), len);
+}
+
+// The child of the floor: answers every request frame with a response frame of `response` bytes.
+[[noreturn]] void echo_child(int fd, size_t response) {
+  std::vector<unsigned char> out = frame(response), in;
+  while (read_frame(fd, &in))
+    if (!write_all(fd, out.data(), out.size())) break;
+  _exit(0);
+}
+
+// ---- GDBus peer to peer ----
+
+constexpr const char *kIntrospection =
+    "<node><interface name='dev.velmora.Bench'>"
+    "<method name='GetDefaultAccount'><arg type='s' direction='in'/>"
+    "<arg type='s' direction='out'/></method>"
+    "</interface></node>";
+
+void gdbus_method(GDBusConnection *, const gchar *, const gchar *, const gchar *, const gchar *,
+                  GVariant *, GDBusMethodInvocation *invocation, gpointer) {
+  g_dbus_method_invocation_return_value(invocation, g_variant_new("(s)", kLoginId));
+}
+
+gboolean gdbus_new_connection(GDBusServer *, GDBusConnection *connection, gpointer info) {
+  static const GDBusInterfaceVTable vtable = {gdbus_method, nullptr, nullptr, {nullptr}};
+  g_object_ref(connection);
+  g_dbus_connection_register_object(connection, "/dev/velmora/Bench",
+                                    static_cast<GDBusNodeInfo *>(info)->interfaces[0], &vtable,
+                                    nullptr, nullptr, nullptr);
+  return TRUE;
+}
+
+// The child of the GDBus side: a server on a private socket in `dir`; its client address goes to
+// `address_fd`.
+[[noreturn]] void gdbus_child(const std::string &dir, int address_fd) {
+  GError *err = nullptr;
+  GDBusNodeInfo *info = g_dbus_node_info_new_for_xml(kIntrospection, &err);
+  gchar *guid = g_dbus_generate_guid();
+  const std::string listen = "unix:tmpdir=" + dir;
+  GDBusServer *server = g_dbus_server_new_sync(listen.c_str(), G_DBUS_SERVER_FLAGS_NONE, guid,
+                                               nullptr, nullptr, &err);
+  if (!server) _exit(2);
+  g_signal_connect(server, "new-connection", G_CALLBACK(gdbus_new_connection), info);
+  g_dbus_server_start(server);
+  const char *address = g_dbus_server_get_client_address(server);
+  if (!write_all(address_fd, address, strlen(address) + 1)) _exit(3);
+  close(address_fd);
+  GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+  g_main_loop_run(loop);  // until the parent kills it
+  _exit(0);
+}
+
+// ---- the shared set-up ----
+
+struct Setup {
+  std::string root;
+  pid_t echo_pid = -1;
+  int echo_fd = -1;
+  pid_t gdbus_pid = -1;
+  GDBusConnection *gdbus = nullptr;
+  rpc_port_proxy_AccountSvc_h proxy = nullptr;
+  size_t request_payload = 0;
+  size_t response_payload = 0;
+};
+
+Setup &setup() {
+  static Setup s;
+  return s;
+}
+
+bool run_until(const std::function<bool()> &done) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kWaitMs);
+  while (!done() && std::chrono::steady_clock::now() < deadline)
+    if (!g_main_context_iteration(nullptr, FALSE)) g_usleep(1000);
+  return done();
+}
+
+std::string agent_exec() {
+  if (const char *env = getenv("VELMORA_AGENT_EXEC")) return env;
+  std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+  return (self.parent_path().parent_path() / "agent" / "velmora-agent").string();
+}
+
+// The sizes of the frames a GetDefaultAccount call sends and receives: the request is the method
+// id; the result is the protocol value, the login id as a string, the int result.
+void measure_sizes(Setup &s) {
+  rpc_port_parcel_h p = nullptr;
+  const void *raw = nullptr;
+  unsigned int size = 0;
+  rpc_port_parcel_create(&p);
+  rpc_port_parcel_write_int32(p, 2);
+  velmora_host_parcel_get_raw(p, &raw, &size);
+  s.request_payload = size;
+  rpc_port_parcel_destroy(p);
+  rpc_port_parcel_create(&p);
+  rpc_port_parcel_write_int32(p, 0);
+  rpc_port_parcel_write_string(p, kLoginId);
+  rpc_port_parcel_write_int32(p, 0);
+  velmora_host_parcel_get_raw(p, &raw, &size);
+  s.response_payload = size;
+  rpc_port_parcel_destroy(p);
+}
+
+// The two children start before this process has any thread or main loop of its own.
+void start_children(Setup &s) {
+  int sv[2];
+  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sv) != 0) fail("socketpair");
+  s.echo_pid = fork();
+  if (s.echo_pid == 0) {
+    close(sv[0]);
+    echo_child(sv[1], s.response_payload);
+  }
+  close(sv[1]);
+  s.echo_fd = sv[0];
+
+  int pipefd[2];
+  if (pipe2(pipefd, O_CLOEXEC) != 0) fail("pipe");
+  s.gdbus_pid = fork();
+  if (s.gdbus_pid == 0) {
+    close(pipefd[0]);
+    gdbus_child(s.root, pipefd[1]);
+  }
+  close(pipefd[1]);
+  std::string address;
+  char c;
+  while (read(pipefd[0], &c, 1) == 1 && c != '\0') address += c;
+  close(pipefd[0]);
+  if (address.empty()) fail("the GDBus server did not start");
+  GError *err = nullptr;
+  s.gdbus = g_dbus_connection_new_for_address_sync(
+      address.c_str(), G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT, nullptr, nullptr, &err);
+  if (!s.gdbus) fail(std::string("GDBus connection: ") + (err ? err->message : "?"));
+}
+
+void on_connected(rpc_port_proxy_AccountSvc_h, void *flag) { *static_cast<int *>(flag) = 1; }
+void on_rejected(rpc_port_proxy_AccountSvc_h, void *flag) { *static_cast<int *>(flag) = -1; }
+
+void start_agent(Setup &s) {
+  char *error = nullptr;
+  if (velmora_host_init_root("mobile", &error) != 0) fail(error ? error : "init root");
+  const std::string exec = agent_exec();
+  velmora_host_app_s apps[] = {{kAgentAppId, "service", exec.c_str()}};
+  velmora_host_metadata_s meta[] = {
+      {kAgentAppId, "velmora-experience-service-api-level", "5"}};
+  if (velmora_host_install_package(kAgentAppId, apps, 1, meta, 1, &error) != 0)
+    fail(error ? error : "install the agent");
+
+  // One signed-in default account, through the agent's admin command.
+  gchar *argv[] = {const_cast<gchar *>(exec.c_str()), const_cast<gchar *>("--root"),
+                   const_cast<gchar *>(s.root.c_str()), const_cast<gchar *>("seed-user"),
+                   const_cast<gchar *>("--login-id"), const_cast<gchar *>(kLoginId),
+                   const_cast<gchar *>("--password"), const_cast<gchar *>("bench-password"),
+                   const_cast<gchar *>("--default"), nullptr};
+  gint status = 0;
+  GError *err = nullptr;
+  if (!g_spawn_sync(nullptr, argv, nullptr, G_SPAWN_STDOUT_TO_DEV_NULL, nullptr, nullptr, nullptr,
+                    nullptr, &status, &err) ||
+      !g_spawn_check_wait_status(status, nullptr))
+    fail("seeding the account failed (is " + exec + " built?)");
+
+  static int state = 0;
+  rpc_port_proxy_AccountSvc_callback_s cbs = {on_connected, nullptr, on_rejected};
+  if (rpc_port_proxy_AccountSvc_create(kAgentAppId, &cbs, &state, &s.proxy) != 0 ||
+      rpc_port_proxy_AccountSvc_connect(s.proxy) != 0)
+    fail("proxy");
+  if (!run_until([] { return state != 0; }) || state != 1) fail("the agent did not connect");
+}
+
+void check_all(Setup &s) {
+  char *login = nullptr;
+  if (rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(s.proxy, &login) != 0 || !login ||
+      strcmp(login, kLoginId) != 0)
+    fail("GetDefaultAccount did not answer the seeded account");
+  free(login);
+
+  std::vector<unsigned char> req = frame(s.request_payload), in;
+  if (!write_all(s.echo_fd, req.data(), req.size()) || !read_frame(s.echo_fd, &in) ||
+      in.size() != s.response_payload)
+    fail("the socketpair echo did not answer");
+
+  GVariant *r = g_dbus_connection_call_sync(s.gdbus, nullptr, "/dev/velmora/Bench",
+                                            "dev.velmora.Bench", "GetDefaultAccount",
+                                            g_variant_new("(s)", ""), G_VARIANT_TYPE("(s)"),
+                                            G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
+  const gchar *answer = nullptr;
+  if (r) g_variant_get(r, "(&s)", &answer);
+  if (!answer || strcmp(answer, kLoginId) != 0) fail("the GDBus call did not answer");
+  g_variant_unref(r);
+}
+
+void stop_all(Setup &s) {
+  if (s.proxy) rpc_port_proxy_AccountSvc_destroy(s.proxy);
+  // The agent this run launched, from the launcher's pid file.
+  std::ifstream pidfile(s.root + "/run/" + kAgentAppId + ".pid");
+  long agent = 0;
+  pidfile >> agent;
+  int status;
+  if (agent > 0) {
+    kill(static_cast<pid_t>(agent), SIGTERM);
+    waitpid(static_cast<pid_t>(agent), &status, 0);
+  }
+  if (s.gdbus) g_object_unref(s.gdbus);
+  close(s.echo_fd);
+  for (pid_t child : {s.echo_pid, s.gdbus_pid}) {
+    if (child <= 0) continue;
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+  }
+  std::error_code ec;
+  std::filesystem::remove_all(s.root, ec);
+}
+
+// ---- the benchmarks ----
+
+void BM_AccountSvc_GetDefaultAccount(benchmark::State &state) {
+  for (auto _ : state) {
+    char *login = nullptr;
+    int ret = rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(setup().proxy, &login);
+    if (ret != 0) state.SkipWithError("call failed");
+    free(login);
+  }
+}
+
+void BM_Socketpair_PingPong(benchmark::State &state) {
+  std::vector<unsigned char> req = frame(setup().request_payload), in;
+  in.reserve(setup().response_payload);
+  for (auto _ : state) {
+    if (!write_all(setup().echo_fd, req.data(), req.size()) || !read_frame(setup().echo_fd, &in))
+      state.SkipWithError("echo failed");
+  }
+}
+
+void BM_GDBus_PeerCall(benchmark::State &state) {
+  for (auto _ : state) {
+    GVariant *r = g_dbus_connection_call_sync(
+        setup().gdbus, nullptr, "/dev/velmora/Bench", "dev.velmora.Bench", "GetDefaultAccount",
+        g_variant_new("(s)", ""), G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
+        nullptr);
+    if (!r) {
+      state.SkipWithError("call failed");
+      continue;
+    }
+    gchar *answer = nullptr;
+    g_variant_get(r, "(s)", &answer);
+    g_free(answer);
+    g_variant_unref(r);
+  }
+}
+
+// Prints as usual and keeps the mean real time per call of every benchmark.
+class Recorder : public benchmark::ConsoleReporter {
+ public:
+  Recorder() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
+  void ReportRuns(const std::vector<Run> &runs) override {
+    for (const Run &r : runs) {
+      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
+      Times &t = times_[r.run_name.function_name];
+      // Real time in the unit the benchmark was registered with (microseconds).
+      t.real += r.GetAdjustedRealTime();
+      t.runs += 1;
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  bool us(const std::string &name, double *real) const {
+    auto it = times_.find(name);
+    if (it == times_.end()) return false;
+    *real = it->second.real / it->second.runs;
+    return true;
+  }
+
+ private:
+  struct Times {
+    double real = 0;
+    int runs = 0;
+  };
+  std::map<std::string, Times> times_;
+};
+
+void print_table(const Recorder &rec, const Setup &s) {
+  double rpc, floor, gdbus;
+  if (!rec.us("BM_AccountSvc_GetDefaultAccount", &rpc) ||
+      !rec.us("BM_Socketpair_PingPong", &floor) || !rec.us("BM_GDBus_PeerCall", &gdbus))
+    return;  // filtered out
+  printf("\nRound trip, microseconds per call (real time; request %zu bytes, result %zu bytes):\n",
+         s.request_payload + 4, s.response_payload + 4);
+  printf("  %-44s %9.2f us\n", "socketpair ping-pong (the floor)", floor);
+  printf("  %-44s %9.2f us\n", "AccountSvc GetDefaultAccount (agent)", rpc);
+  printf("  %-44s %9.2f us\n", "GDBus peer-to-peer call (1 string in, 1 out)", gdbus);
+  const double over_floor = rpc / floor, vs_gdbus = gdbus / rpc;
+  printf("  AccountSvc / floor  = %5.2fx   target <= 1.50x: %s\n", over_floor,
+         over_floor <= 1.5 ? "met" : "MISSED");
+  printf("  GDBus / AccountSvc  = %5.2fx   target >= 3.00x: %s\n", vs_gdbus,
+         vs_gdbus >= 3.0 ? "met" : "MISSED");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  Setup &s = setup();
+  gchar *dir = g_dir_make_tmp("velmora-bench-XXXXXX", nullptr);
+  if (!dir) fail("cannot make a platform root");
+  s.root = dir;
+  g_free(dir);
+  setenv("VELMORA_PLATFORM_ROOT", s.root.c_str(), 1);
+  measure_sizes(s);
+  start_children(s);
+  start_agent(s);
+  check_all(s);
+
+  benchmark::RegisterBenchmark("BM_Socketpair_PingPong", BM_Socketpair_PingPong)
+      ->Unit(benchmark::kMicrosecond)
+      ->UseRealTime();
+  benchmark::RegisterBenchmark("BM_AccountSvc_GetDefaultAccount", BM_AccountSvc_GetDefaultAccount)
+      ->Unit(benchmark::kMicrosecond)
+      ->UseRealTime();
+  benchmark::RegisterBenchmark("BM_GDBus_PeerCall", BM_GDBus_PeerCall)
+      ->Unit(benchmark::kMicrosecond)
+      ->UseRealTime();
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    stop_all(s);
+    return 1;
+  }
+  Recorder rec;
+  benchmark::RunSpecifiedBenchmarks(&rec);
+  benchmark::Shutdown();
+  print_table(rec, s);
+  stop_all(s);
+  return 0;
+}
