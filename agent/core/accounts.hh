@@ -3,7 +3,8 @@
 // Signing in needs a known user; the first account signed in becomes the default. Signing out
 // forgets the account's tokens and codes; when the default signs out, the earliest remaining
 // account becomes the default. After every change the platform account store is brought in step
-// (store_mirror.hh).
+// (store_mirror.hh). When the store cannot be written, the change stays made in the agent's state
+// and the store's error is returned; the next change (or sync_store) repairs the store.
 #pragma once
 
 #include <cstdint>

@@ -9,6 +9,9 @@
 // Every operation answers a Result/Status whose code is one of errors.hh, ready to be sent as
 // "error_code" or as a delegate's result. Faults (faults.hh) are looked up per request by the
 // servers with faults(operation).
+//
+// An AgentState is used from one thread (the agent's main loop). Several processes may open the
+// same root at once (the agent and its admin command): the database is shared safely between them.
 #pragma once
 
 #include <cstdint>
