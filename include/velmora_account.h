@@ -20,9 +20,10 @@
  *     VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED when it is not; functions that need a newer agent return
  *     VELMORA_ACCOUNT_ERROR_LOWER_VERSION when the installed one is older.
  *
- * A handle made by velmora_account_create sends its requests as app-control launch requests; one made
- * by velmora_account_connect sends them over the agent's RPC port. Some operations exist for only
- * one of the two kinds of handle; they return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED for the other.
+ * A handle made by velmora_account_create sends its requests as app-control launch requests; one
+ * made by velmora_account_connect sends them over the agent's RPC port. Some operations exist for
+ * only one of the two kinds of handle; they return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED for the
+ * other.
  */
 #ifndef VELMORA_ACCOUNT_H
 #define VELMORA_ACCOUNT_H
@@ -45,7 +46,7 @@ typedef struct velmora_account_s *velmora_account_h;
 typedef enum {
   VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED = 0,    /* result 0 */
   VELMORA_ACCOUNT_CONNECTION_STATE_DISCONNECTED = 1, /* result 0; the handle must be disconnected */
-  VELMORA_ACCOUNT_CONNECTION_STATE_REJECTED = 2      /* result VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED */
+  VELMORA_ACCOUNT_CONNECTION_STATE_REJECTED = 2 /* result VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED */
 } velmora_account_connection_state_e;
 
 /* Reports the outcome of velmora_account_connect and later connection events. `state` is a
@@ -55,13 +56,14 @@ typedef void (*velmora_account_connection_cb)(int result, int state, void *user_
 /* Completion of a request. `account` is the response handle (rule 5 above). */
 typedef void (*velmora_account_response_cb)(int result, velmora_account_h account, void *user_data);
 
-/* Completion of velmora_account_is_signed_in: `signed_in` tells whether the account is signed in. */
+/* Completion of velmora_account_is_signed_in: `signed_in` tells whether the account is signed in.
+ */
 typedef void (*velmora_account_signed_in_cb)(int result, velmora_account_h account, bool signed_in,
                                              void *user_data);
 
-/* Completion of velmora_account_get_account_list: `account_list` holds `length` login ids. The array
- * and its strings belong to the library and are released when the callback returns; copy what you
- * keep. `account_list` is NULL when `length` is 0. */
+/* Completion of velmora_account_get_account_list: `account_list` holds `length` login ids. The
+ * array and its strings belong to the library and are released when the callback returns; copy what
+ * you keep. `account_list` is NULL when `length` is 0. */
 typedef void (*velmora_account_list_cb)(int result, velmora_account_h account, char **account_list,
                                         int length, void *user_data);
 
@@ -117,9 +119,7 @@ typedef enum {
 } velmora_account_tnc_e;
 
 /* Authentication types of velmora_account_request_authentication_for_sign_in. */
-typedef enum {
-  VELMORA_ACCOUNT_AUTHENTICATION_TYPE_SMS = 0
-} velmora_account_authentication_type_e;
+typedef enum { VELMORA_ACCOUNT_AUTHENTICATION_TYPE_SMS = 0 } velmora_account_authentication_type_e;
 
 /* ---- handle ---- */
 
@@ -150,7 +150,8 @@ VELMORA_API int velmora_account_unset_property_str(velmora_account_h handle, int
 
 /* Reads the integer property `property` (velmora_account_property_int_e). A stored value below 1
  * counts as not set. Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER, NO_DATA. */
-VELMORA_API int velmora_account_get_property_int(velmora_account_h handle, int property, int *value);
+VELMORA_API int velmora_account_get_property_int(velmora_account_h handle, int property,
+                                                 int *value);
 
 /* Stores `value` as the integer property `property`; a value below 1 reads back as NO_DATA.
  * Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER. */
@@ -170,10 +171,10 @@ VELMORA_API int velmora_account_set_property_bool(velmora_account_h handle, int 
 
 /* Creates a handle connected to the agent's RPC port and starts connecting. Returns NONE once the
  * connection is under way; `callback` then reports CONNECTED, or REJECTED with PERMISSION_DENIED,
- * and later DISCONNECTED if the agent goes away. Release the handle with velmora_account_disconnect.
- * Requires agent API level 3; not offered on TV.
- * Returns NONE, NOT_SUPPORTED (no agent, TV), LOWER_VERSION, INVALID_PARAMETER (NULL handle or
- * callback), OUT_OF_MEMORY (also when the port cannot be reached), PERMISSION_DENIED. */
+ * and later DISCONNECTED if the agent goes away. Release the handle with
+ * velmora_account_disconnect. Requires agent API level 3; not offered on TV. Returns NONE,
+ * NOT_SUPPORTED (no agent, TV), LOWER_VERSION, INVALID_PARAMETER (NULL handle or callback),
+ * OUT_OF_MEMORY (also when the port cannot be reached), PERMISSION_DENIED. */
 VELMORA_API int velmora_account_connect(velmora_account_h *handle,
                                         velmora_account_connection_cb callback, void *user_data);
 
@@ -192,8 +193,8 @@ VELMORA_API int velmora_account_sign_in(velmora_account_h handle,
                                         velmora_account_response_cb callback, void *user_data);
 
 /* Signs in with a second factor: login id, password and authentication number must be set, and the
- * authentication token unless `skip_token` is true. Only the agent's own UI application may call it.
- * Requires agent API level 5. Returns NONE, NOT_SUPPORTED, LOWER_VERSION, INVALID_PARAMETER,
+ * authentication token unless `skip_token` is true. Only the agent's own UI application may call
+ * it. Requires agent API level 5. Returns NONE, NOT_SUPPORTED, LOWER_VERSION, INVALID_PARAMETER,
  * OUT_OF_MEMORY, or the launch failure's code. */
 VELMORA_API int velmora_account_sign_in_with_2factor_authentication(
     velmora_account_h handle, bool skip_token, velmora_account_response_cb callback,
@@ -297,7 +298,8 @@ VELMORA_API int velmora_account_get_account_list_sync(velmora_account_h handle,
 
 /* Blocking: hands out the default account's login id in *account (the caller frees it; NULL when
  * there is none), from the platform account store. Requires agent API level 3.
- * Returns NONE, NOT_SUPPORTED, LOWER_VERSION, INVALID_PARAMETER, DB_FAILED, RESOURCE_BUSY, UNKNOWN. */
+ * Returns NONE, NOT_SUPPORTED, LOWER_VERSION, INVALID_PARAMETER, DB_FAILED, RESOURCE_BUSY, UNKNOWN.
+ */
 VELMORA_API int velmora_account_get_default_account_sync(velmora_account_h handle, char **account);
 
 /* Blocking: makes `account` (a login id) the default account, over the port of a connected handle.
@@ -314,9 +316,9 @@ VELMORA_API int velmora_account_set_default_account_sync(velmora_account_h handl
 VELMORA_API int velmora_account_request_mcc(velmora_account_h handle,
                                             velmora_account_response_cb callback, void *user_data);
 
-/* Sets (`value` true) or clears one terms-and-conditions consent `tnc` (velmora_account_tnc_e) on the
- * handle. No request is sent. Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER (NULL handle, not a
- * single consent bit). */
+/* Sets (`value` true) or clears one terms-and-conditions consent `tnc` (velmora_account_tnc_e) on
+ * the handle. No request is sent. Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER (NULL handle, not
+ * a single consent bit). */
 VELMORA_API int velmora_account_set_tnc(velmora_account_h handle, int tnc, bool value);
 
 /* Sends the handle's consents to the agent. Login id and MCC must be set and both mandatory

@@ -5,7 +5,8 @@
  * wearable in through the phone. The answer is a companion handle whose properties use the ids of
  * velmora_account.h (the boolean VELMORA_ACCOUNT_PROPERTY_BOOL_MOBILE_ACCOUNT_EXIST tells whether
  * the phone has an account). Every function requires agent API level 5; the two requests work only
- * on a wearable and with a handle made by velmora_account_create. The rules of velmora_account.h hold.
+ * on a wearable and with a handle made by velmora_account_create. The rules of velmora_account.h
+ * hold.
  */
 #ifndef VELMORA_ACCOUNT_COMPANION_H
 #define VELMORA_ACCOUNT_COMPANION_H

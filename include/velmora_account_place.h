@@ -28,7 +28,8 @@ typedef struct velmora_account_place_list_s *velmora_account_place_list_h;
 typedef bool (*velmora_account_place_cb)(velmora_account_place_h place, void *user_data);
 
 /* Completion of velmora_account_place_request_info: `account` is the response handle, `list` the
- * places; both belong to the receiver (velmora_account_destroy, velmora_account_place_list_destroy). */
+ * places; both belong to the receiver (velmora_account_destroy,
+ * velmora_account_place_list_destroy). */
 typedef void (*velmora_account_place_response_cb)(int result, velmora_account_h account,
                                                   velmora_account_place_list_h list,
                                                   void *user_data);

@@ -45,7 +45,8 @@ typedef enum {
 
 /* Item ids: a base per category (0x100 + 0x10 per category up to PHONE, 0x200 + 0x10 per category
  * from EMAIL on) plus the field's position. The VERIFIED fields are filled only by the agent and
- * cannot be set. The SOURCE ids address the category's source (velmora_account_profile_source_e). */
+ * cannot be set. The SOURCE ids address the category's source (velmora_account_profile_source_e).
+ */
 typedef enum {
   VELMORA_ACCOUNT_PROFILE_ITEM_NAME_PREFIX = 0x100,
   VELMORA_ACCOUNT_PROFILE_ITEM_NAME_GIVEN = 0x101,
@@ -265,7 +266,8 @@ VELMORA_API int velmora_account_profile_request_info(velmora_account_h handle,
                                                      void *user_data);
 
 /* Sends the items of `list` to the agent (login id and client id required); the list stays the
- * caller's. Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER, OUT_OF_MEMORY, launch or port failure. */
+ * caller's. Returns NONE, NOT_SUPPORTED, INVALID_PARAMETER, OUT_OF_MEMORY, launch or port failure.
+ */
 VELMORA_API int velmora_account_profile_update_info(velmora_account_h handle,
                                                     velmora_account_profile_list_h list,
                                                     velmora_account_response_cb callback,

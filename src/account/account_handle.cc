@@ -76,7 +76,8 @@ int velmora_account_clone(velmora_account_h handle, velmora_account_h *clone) {
     if (value == NULL) continue;
     char *copy = strdup(value);
     if (copy == NULL) {
-      for (int done = 0; done < property; ++done) velmora_account_util_clear_property_str(data, done);
+      for (int done = 0; done < property; ++done)
+        velmora_account_util_clear_property_str(data, done);
       free(data);
       VA_LOGE("(%s)", "!data");
       return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;

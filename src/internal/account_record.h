@@ -47,9 +47,9 @@ struct velmora_account_s {
   /* Fields 19 to 21 are not released by velmora_account_destroy (the handle's long-standing
    * behaviour, kept as it is; see tests/lsan.supp). Store them only through
    * velmora_account_util_set_property_str so that the leak checkers can tell these copies apart. */
-  char *authentication_token; /* 19, str 18 */
-  char *authentication_code;  /* 20, str 19 */
-  char *partner_client_id;    /* 21, str 20 */
+  char *authentication_token;       /* 19, str 18 */
+  char *authentication_code;        /* 20, str 19 */
+  char *partner_client_id;          /* 21, str 20 */
   int access_token_expires_in;      /* 22, int 0 */
   int access_token_issue_time;      /* 23, int 1 */
   int tnc_status;                   /* 24, no property: velmora_account_set_tnc bits */
@@ -59,17 +59,17 @@ struct velmora_account_s {
   int register_trusted_device;      /* 28, bool 1 */
   int check_2factor_authentication; /* 29, bool 2 */
   int account_linking_status;       /* 30, bool 4 */
-  bool connected;                   /* 31: made by velmora_account_connect (requests over the port) */
-  struct rpc_port_proxy_AccountSvc_s *proxy;      /* 32: NULL after a disconnected event */
-  velmora_account_connection_cb connection_cb;    /* 33 */
-  void *connection_user_data;                     /* 34 */
-  struct velmora_account_profile_list_s *link;    /* 35: the profile last received, or NULL */
+  bool connected; /* 31: made by velmora_account_connect (requests over the port) */
+  struct rpc_port_proxy_AccountSvc_s *proxy;   /* 32: NULL after a disconnected event */
+  velmora_account_connection_cb connection_cb; /* 33 */
+  void *connection_user_data;                  /* 34 */
+  struct velmora_account_profile_list_s *link; /* 35: the profile last received, or NULL */
 };
 
 /*
  * The copy of a handle that a request carries: string properties 0 to 15 and the integer fields
- * 22 to 24 only. Everything else stays zero: strings 16 to 20, the API time-out, the tri-state flags
- * (so a clone's flags read as false, not as not set), the connection and the profile link.
+ * 22 to 24 only. Everything else stays zero: strings 16 to 20, the API time-out, the tri-state
+ * flags (so a clone's flags read as false, not as not set), the connection and the profile link.
  * Returns NONE, INVALID_PARAMETER (NULL argument), OUT_OF_MEMORY.
  */
 int velmora_account_clone(velmora_account_h handle, velmora_account_h *clone);

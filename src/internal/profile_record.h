@@ -27,34 +27,35 @@ extern "C" {
 /*
  * The categories, in category order:
  *   X(value, CONSTANT, member, item type, log word, resource word, is list, most items)
- * CONSTANT completes VELMORA_ACCOUNT_PROFILE_CATEGORY_ and VELMORA_ACCOUNT_PROFILE_ITEM_<CONSTANT>_;
- * member names the profile record's item pointer and, with "l_" in front, the list's slot.
+ * CONSTANT completes VELMORA_ACCOUNT_PROFILE_CATEGORY_ and
+ * VELMORA_ACCOUNT_PROFILE_ITEM_<CONSTANT>_; member names the profile record's item pointer and,
+ * with "l_" in front, the list's slot.
  */
-#define VA_PROFILE_CATEGORIES(X)                                                          \
-  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2)                           \
-  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2)       \
-  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1)      \
-  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1)                     \
-  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION",             \
-    "organizations", false, 1)                                                            \
-  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1)                \
-  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1)         \
-  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1)                          \
-  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts",    \
-    true, 50)                                                                             \
-  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50)               \
-  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50)            \
-  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50)                      \
-  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50)                    \
+#define VA_PROFILE_CATEGORIES(X)                                                                 \
+  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2)                                  \
+  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2)              \
+  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1)             \
+  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1)                            \
+  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION", "organizations",   \
+    false, 1)                                                                                    \
+  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1)                       \
+  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1)                \
+  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1)                                 \
+  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts", true, 50) \
+  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50)                      \
+  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50)                   \
+  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50)                             \
+  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50)                           \
   X(13, HEALTH, health, va_profile_health_s, "HEALTH", "healths", false, 1)
 
 /*
  * The string fields of each category's item, in item-id order (the field at position n has item
  * id base + n); "verified" is always last. F(member).
  */
-#define VA_PROFILE_NAME_FIELDS(F)                                                           \
-  F(prefix) F(given_name) F(middle_name) F(family_name) F(suffix) F(phonetic_given)         \
-  F(phonetic_middle) F(phonetic_family) F(verified)
+#define VA_PROFILE_NAME_FIELDS(F)                                                            \
+  F(prefix)                                                                                  \
+  F(given_name) F(middle_name) F(family_name) F(suffix) F(phonetic_given) F(phonetic_middle) \
+      F(phonetic_family) F(verified)
 #define VA_PROFILE_BIRTHDAY_FIELDS(F) F(year) F(month) F(day) F(date) F(type) F(verified)
 #define VA_PROFILE_NICKNAME_FIELDS(F) F(value) F(verified)
 #define VA_PROFILE_PHOTO_FIELDS(F) F(url) F(create_index) F(create_time) F(hash) F(verified)
@@ -165,15 +166,15 @@ struct velmora_account_profile_list_s {
 /* What the code needs to know about one category. */
 typedef struct {
   int category;
-  const char *log_word;      /* "NAME", "PHONE", ... */
-  const char *resource;      /* the category's name on the wire: "names", "phoneNumbers", ... */
+  const char *log_word; /* "NAME", "PHONE", ... */
+  const char *resource; /* the category's name on the wire: "names", "phoneNumbers", ... */
   bool is_list;
-  int limit;                 /* most items in a list */
-  int item_base;             /* item id of the first string field */
-  int string_count;          /* string fields; the last is "verified" */
-  const size_t *string_offsets; /* offset of each string field in the item record */
+  int limit;                       /* most items in a list */
+  int item_base;                   /* item id of the first string field */
+  int string_count;                /* string fields; the last is "verified" */
+  const size_t *string_offsets;    /* offset of each string field in the item record */
   const char *const *string_names; /* member name of each string field */
-  bool has_source;           /* NAME and BIRTHDAY */
+  bool has_source;                 /* NAME and BIRTHDAY */
   size_t source_offset;
   size_t item_size;
 } va_profile_category_desc;

@@ -21,17 +21,17 @@ typedef void (*velmora_account_request_cb)(void);
 
 /* Fields in this order. */
 struct velmora_account_request_s {
-  velmora_account_h account;        /* 1: the clone the reply fills and the callback receives */
-  void *data;                       /* 2: the reply holder of replies that are not account
-                                       properties (signed-in status, account list, profile or
-                                       place list), else NULL */
-  int reserved;                     /* 3: not used */
+  velmora_account_h account;          /* 1: the clone the reply fills and the callback receives */
+  void *data;                         /* 2: the reply holder of replies that are not account
+                                         properties (signed-in status, account list, profile or
+                                         place list), else NULL */
+  int reserved;                       /* 3: not used */
   velmora_account_request_cb nidl_cb; /* 4: the caller's callback, requests over the port */
-  union {                           /* 5: */
+  union {                             /* 5: */
     velmora_account_request_cb app_control_cb; /* the caller's callback, app-control requests */
-    void *delegate;                 /*    the reply delegate made for a request over the port */
+    void *delegate; /*    the reply delegate made for a request over the port */
   };
-  void *user_data;                  /* 6: the caller's user data */
+  void *user_data; /* 6: the caller's user data */
 };
 
 typedef struct velmora_account_request_s *velmora_account_request_h;

@@ -24,8 +24,8 @@ extern "C" {
 int _velmora_account_convert_error(const char *error_code);
 
 /* The result of app_control_send_launch_request as a result code. On failure it also releases what
- * was prepared for the launch: `request` with a plain free(), `account` with velmora_account_destroy
- * (either may be NULL). On success it touches nothing. */
+ * was prepared for the launch: `request` with a plain free(), `account` with
+ * velmora_account_destroy (either may be NULL). On success it touches nothing. */
 int __convert_app_control_error(int err, velmora_account_request_h request,
                                 velmora_account_h account);
 
@@ -44,7 +44,8 @@ int _velmora_account_convert_connect_error(int err);
 
 /* True when the agent package (AGENT_APP_ID) is installed. */
 bool is_agent_installed(void);
-/* True when the installed agent's API level is below `api_level`. Levels below 2 are never lower. */
+/* True when the installed agent's API level is below `api_level`. Levels below 2 are never lower.
+ */
 bool is_lower_agent(int api_level);
 /* True when the device profile is exactly "tv". */
 bool is_tv_profile(void);

@@ -18,7 +18,9 @@ constexpr int item_base(int category) {
 }
 
 template <typename T>
-constexpr bool kHasSource = requires(T t) { t.source; };
+constexpr bool kHasSource = requires(T t) {
+  t.source;
+};
 
 template <typename T>
 constexpr size_t source_offset() {
@@ -32,26 +34,26 @@ constexpr size_t source_offset() {
 #define VA_FIELD_OFFSET(m) offsetof(Item, m),
 #define VA_FIELD_NAME(m) #m,
 #define VA_DEFINE_FIELDS(value, CONST, member, type, log_word, resource, is_list, limit) \
-  namespace cat_##CONST {                                                               \
-  using Item = type;                                                                    \
-  constexpr size_t kOffsets[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_OFFSET)};         \
-  constexpr const char *kNames[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NAME)};        \
+  namespace cat_##CONST {                                                                \
+    using Item = type;                                                                   \
+    constexpr size_t kOffsets[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_OFFSET)};        \
+    constexpr const char *kNames[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NAME)};       \
   }
 VA_PROFILE_CATEGORIES(VA_DEFINE_FIELDS)
 #undef VA_DEFINE_FIELDS
 
-#define VA_DESCRIBE(value, CONST, member, type, log_word, resource, is_list, limit)              \
-  {value,                                                                                       \
-   log_word,                                                                                    \
-   resource,                                                                                    \
-   is_list,                                                                                     \
-   limit,                                                                                       \
-   item_base(value),                                                                            \
-   static_cast<int>(std::size(cat_##CONST::kOffsets)),                                         \
-   cat_##CONST::kOffsets,                                                                       \
-   cat_##CONST::kNames,                                                                         \
-   kHasSource<type>,                                                                            \
-   source_offset<type>(),                                                                       \
+#define VA_DESCRIBE(value, CONST, member, type, log_word, resource, is_list, limit) \
+  {value,                                                                           \
+   log_word,                                                                        \
+   resource,                                                                        \
+   is_list,                                                                         \
+   limit,                                                                           \
+   item_base(value),                                                                \
+   static_cast<int>(std::size(cat_##CONST::kOffsets)),                              \
+   cat_##CONST::kOffsets,                                                           \
+   cat_##CONST::kNames,                                                             \
+   kHasSource<type>,                                                                \
+   source_offset<type>(),                                                           \
    sizeof(type)},
 constexpr va_profile_category_desc kCategories[] = {VA_PROFILE_CATEGORIES(VA_DESCRIBE)};
 #undef VA_DESCRIBE
@@ -59,11 +61,11 @@ static_assert(std::size(kCategories) == VA_PROFILE_CATEGORY_COUNT);
 
 // The table agrees with the public constants: category values, and each category's last string id
 // (VERIFIED) and source id.
-#define VA_CHECK(value, CONST, member, type, log_word, resource, is_list, limit)                \
-  static_assert(VELMORA_ACCOUNT_PROFILE_CATEGORY_##CONST == value);                           \
-  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_VERIFIED ==                            \
-                item_base(value) + std::size(cat_##CONST::kOffsets) - 1);                     \
-  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_SOURCE ==                              \
+#define VA_CHECK(value, CONST, member, type, log_word, resource, is_list, limit) \
+  static_assert(VELMORA_ACCOUNT_PROFILE_CATEGORY_##CONST == value);              \
+  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_VERIFIED ==               \
+                item_base(value) + std::size(cat_##CONST::kOffsets) - 1);        \
+  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_SOURCE ==                 \
                 item_base(value) + std::size(cat_##CONST::kOffsets));
 VA_PROFILE_CATEGORIES(VA_CHECK)
 #undef VA_CHECK
@@ -190,7 +192,8 @@ bool va_profile_set_item(velmora_account_profile_s *profile, int category, void 
 }
 
 velmora_account_profile_list_s *va_profile_list_new(void) {
-  auto *list = static_cast<velmora_account_profile_list_s *>(calloc(1, sizeof(velmora_account_profile_list_s)));
+  auto *list = static_cast<velmora_account_profile_list_s *>(
+      calloc(1, sizeof(velmora_account_profile_list_s)));
   if (!list) return nullptr;
   for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) {
     list->reserved[c] = VA_PROFILE_RESERVED_INITIAL;
@@ -218,11 +221,12 @@ void va_profile_list_release(velmora_account_profile_list_s *list) {
   free(list);
 }
 
-void *va_profile_list_get_item(const velmora_account_profile_list_s *list, int category, int index) {
+void *va_profile_list_get_item(const velmora_account_profile_list_s *list, int category,
+                               int index) {
   if (!list) return nullptr;
   switch (category) {
 #define VA_LIST_GET(value, CONST, member, type, log_word, resource, is_list, limit) \
-  case value:                                                                      \
+  case value:                                                                       \
     return slot_get(list->l_##member, index, limit);
     VA_PROFILE_CATEGORIES(VA_LIST_GET)
 #undef VA_LIST_GET
@@ -235,7 +239,7 @@ bool va_profile_list_set_item(velmora_account_profile_list_s *list, int category
   if (!list) return false;
   switch (category) {
 #define VA_LIST_SET(value, CONST, member, type, log_word, resource, is_list, limit) \
-  case value:                                                                      \
+  case value:                                                                       \
     return slot_set(list->l_##member, index, limit, item);
     VA_PROFILE_CATEGORIES(VA_LIST_SET)
 #undef VA_LIST_SET

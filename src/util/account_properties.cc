@@ -62,8 +62,9 @@ bool valid_id(int property, int count) { return property >= 0 && property < coun
 
 }  // namespace
 
-// The copy stored in a field that velmora_account_destroy leaves alone. A function of its own so that
-// the leak checkers' suppressions (tests/lsan.supp, tests/valgrind.supp) name exactly these copies.
+// The copy stored in a field that velmora_account_destroy leaves alone. A function of its own so
+// that the leak checkers' suppressions (tests/lsan.supp, tests/valgrind.supp) name exactly these
+// copies.
 extern "C" __attribute__((noinline)) char *va_dup_field_not_released_by_destroy(const char *value) {
   return strdup(value);
 }
@@ -100,8 +101,8 @@ int velmora_account_util_set_property_str(velmora_account_h data, int property, 
   }
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  char *copy = property >= kFirstUnreleasedStr ? va_dup_field_not_released_by_destroy(value)
-                                               : strdup(value);
+  char *copy =
+      property >= kFirstUnreleasedStr ? va_dup_field_not_released_by_destroy(value) : strdup(value);
   VA_RETV_IF(copy == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   char *&stored = data->*kStrFields[property].member;
   free(stored);

@@ -46,8 +46,8 @@ static bool _app_info_metadata_cb(const char *metadata_key, const char *metadata
 }
 
 // Only the first application whose metadata could be read is consulted.
-static bool _package_info_foreach_cb(package_info_app_component_type_e comp_type, const char *app_id,
-                                     void *user_data) {
+static bool _package_info_foreach_cb(package_info_app_component_type_e comp_type,
+                                     const char *app_id, void *user_data) {
   VA_ENTRY();
   app_info_h app_info = NULL;
   int ret = app_info_create(app_id, &app_info);

@@ -1,9 +1,9 @@
 // Velmora tests: a fresh platform root per test.
 //
-// PlatformRoot makes a new temporary directory, points VELMORA_PLATFORM_ROOT at it and, when it goes
-// out of scope, restores the variable and removes the directory. With it a test sets the device
-// profile and installs packages (the account agent, with any API level or none) without sharing
-// anything with other tests.
+// PlatformRoot makes a new temporary directory, points VELMORA_PLATFORM_ROOT at it and, when it
+// goes out of scope, restores the variable and removes the directory. With it a test sets the
+// device profile and installs packages (the account agent, with any API level or none) without
+// sharing anything with other tests.
 #pragma once
 
 #include <optional>

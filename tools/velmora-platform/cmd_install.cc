@@ -95,7 +95,8 @@ int run_install(const Args &args) {
   std::vector<velmora_host_app_s> c_apps;
   for (const App &a : apps) c_apps.push_back({a.id.c_str(), a.type.c_str(), a.exec.c_str()});
   std::vector<velmora_host_metadata_s> c_meta;
-  for (const Meta &m : metadata) c_meta.push_back({m.app_id.c_str(), m.key.c_str(), m.value.c_str()});
+  for (const Meta &m : metadata)
+    c_meta.push_back({m.app_id.c_str(), m.key.c_str(), m.value.c_str()});
   char *error = nullptr;
   if (velmora_host_install_package(package_id.c_str(), c_apps.data(), c_apps.size(), c_meta.data(),
                                    c_meta.size(), &error) != 0)

@@ -83,7 +83,8 @@ int main(int argc, char **argv) {
     if (env) root = env;
   }
   if (root.empty()) {
-    fprintf(stderr, "velmora-platform: no platform root: give --root DIR or set VELMORA_PLATFORM_ROOT\n");
+    fprintf(stderr,
+            "velmora-platform: no platform root: give --root DIR or set VELMORA_PLATFORM_ROOT\n");
     return vplat::kExitUsage;
   }
   gchar *absolute = g_canonicalize_filename(root.c_str(), nullptr);
@@ -92,7 +93,8 @@ int main(int argc, char **argv) {
   setenv("VELMORA_PLATFORM_ROOT", root.c_str(), 1);
 
   if (cmd->needs_root && !g_file_test(root.c_str(), G_FILE_TEST_IS_DIR))
-    return vplat::fail("platform root " + root + " does not exist (create it with: velmora-platform init --root " +
-                       root + ")");
+    return vplat::fail("platform root " + root +
+                       " does not exist (create it with: velmora-platform init --root " + root +
+                       ")");
   return cmd->run(args);
 }

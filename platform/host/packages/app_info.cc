@@ -1,8 +1,9 @@
 // Velmora host platform: an installed application's information and metadata, from the registry.
+#include "app_info.h"
+
 #include <new>
 #include <utility>
 
-#include "app_info.h"
 #include "registry.hh"
 
 struct app_info_s {
@@ -21,8 +22,7 @@ int app_info_create(const char *app_id, app_info_h *app_info) {
   return APP_MANAGER_ERROR_NONE;
 }
 
-int app_info_foreach_metadata(app_info_h app_info, app_info_metadata_cb callback,
-                              void *user_data) {
+int app_info_foreach_metadata(app_info_h app_info, app_info_metadata_cb callback, void *user_data) {
   if (!app_info || !callback) return APP_MANAGER_ERROR_INVALID_PARAMETER;
   for (const auto &[key, value] : app_info->app.metadata)
     if (!callback(key.c_str(), value.c_str(), user_data)) break;

@@ -51,9 +51,10 @@ bool device_profile_read(std::string *profile, std::string *error) {
     }
     // A file that cannot be opened as such is unreadable; one that opens but does not parse is
     // malformed.
-    const bool malformed = err && err->domain == G_KEY_FILE_ERROR &&
-                           g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR);
-    *error = (malformed ? path + " is malformed: " : "cannot read " + path + ": ") + take_error(err);
+    const bool malformed =
+        err && err->domain == G_KEY_FILE_ERROR && g_file_test(path.c_str(), G_FILE_TEST_IS_REGULAR);
+    *error =
+        (malformed ? path + " is malformed: " : "cannot read " + path + ": ") + take_error(err);
     return false;
   }
   gchar *value = g_key_file_get_string(kf.get(), kGroup, kProfileKey, &err);

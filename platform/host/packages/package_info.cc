@@ -15,7 +15,8 @@ namespace {
 
 // The component type of an application of the given registry type.
 package_info_app_component_type_e component_type(const std::string &type) {
-  return type == "ui" ? PACKAGE_INFO_APP_COMPONENT_TYPE_UI : PACKAGE_INFO_APP_COMPONENT_TYPE_SERVICE;
+  return type == "ui" ? PACKAGE_INFO_APP_COMPONENT_TYPE_UI
+                      : PACKAGE_INFO_APP_COMPONENT_TYPE_SERVICE;
 }
 
 bool wanted(package_info_app_component_type_e wanted_type, const std::string &type) {

@@ -1,11 +1,12 @@
 // Velmora host platform: system information (the device profile of the platform root).
+#include "system_info.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
 #include "device_config.hh"
 #include "dlog.h"
-#include "system_info.h"
 
 extern "C" int system_info_get_platform_string(const char *key, char **value) {
   if (!key || !value) return SYSTEM_INFO_ERROR_INVALID_PARAMETER;

@@ -125,14 +125,16 @@ TEST_F(AccountHandle, DestroyReleasesTheProfileLink) {
   ASSERT_NE(list, nullptr);
   // A populated link: two names, a nickname, a phone and a walk view.
   for (int i = 0; i < 2; ++i) {
-    auto *name = static_cast<va_profile_name_s *>(va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME));
+    auto *name = static_cast<va_profile_name_s *>(
+        va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME));
     name->given_name = strdup("Ada");
     name->verified = strdup("Y");
     ASSERT_TRUE(va_profile_list_set_item(list, VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME, i, name));
   }
   list->count[VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME] = 2;
   list->l_nickname->value = strdup("ada");
-  auto *phone = static_cast<va_profile_phone_s *>(va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE));
+  auto *phone = static_cast<va_profile_phone_s *>(
+      va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE));
   phone->value = strdup("+1 555");
   list->l_phone[7] = phone;
   list->cb = static_cast<velmora_account_profile_s *>(calloc(1, sizeof(velmora_account_profile_s)));
@@ -169,8 +171,12 @@ TEST_F(AccountHandle, CloneCopiesTheFirstSixteenStringsAndTheTokenTimes) {
   Handle a;
   for (int p = 0; p <= 17; ++p)
     ASSERT_EQ(velmora_account_set_property_str(a.h, p, ("v" + std::to_string(p)).c_str()), 0);
-  ASSERT_EQ(velmora_account_set_property_int(a.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, 3600), 0);
-  ASSERT_EQ(velmora_account_set_property_int(a.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, 77), 0);
+  ASSERT_EQ(velmora_account_set_property_int(
+                a.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, 3600),
+            0);
+  ASSERT_EQ(velmora_account_set_property_int(
+                a.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, 77),
+            0);
   ASSERT_EQ(velmora_account_set_property_int(a.h, VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, 30), 0);
   a.h->tnc_status = 3;
 
@@ -186,9 +192,13 @@ TEST_F(AccountHandle, CloneCopiesTheFirstSixteenStringsAndTheTokenTimes) {
   for (int p = 16; p <= 17; ++p) EXPECT_EQ(str(c.h, p), "<no data>") << p;
   EXPECT_NE(c.h->access_token, a.h->access_token);  // fresh copies, not shared
   int v = 0;
-  EXPECT_EQ(velmora_account_get_property_int(c.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &v), 0);
+  EXPECT_EQ(velmora_account_get_property_int(
+                c.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &v),
+            0);
   EXPECT_EQ(v, 3600);
-  EXPECT_EQ(velmora_account_get_property_int(c.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &v), 0);
+  EXPECT_EQ(velmora_account_get_property_int(
+                c.h, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &v),
+            0);
   EXPECT_EQ(v, 77);
   EXPECT_EQ(velmora_account_get_property_int(c.h, VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, &v),
             VELMORA_ACCOUNT_ERROR_NO_DATA);
@@ -209,7 +219,9 @@ TEST_F(AccountHandle, CloneOfAHandleWithIdTokenHasNoIdToken) {
 
 TEST_F(AccountHandle, CloneFlagsReadFalseNotUnset) {
   Handle a;
-  ASSERT_EQ(velmora_account_set_property_bool(a.h, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, true), 0);
+  ASSERT_EQ(
+      velmora_account_set_property_bool(a.h, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, true),
+      0);
   velmora_account_h c = nullptr;
   ASSERT_EQ(velmora_account_clone(a.h, &c), 0);
   for (int p = 0; p <= 4; ++p) {

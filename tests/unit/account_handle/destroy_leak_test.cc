@@ -5,8 +5,8 @@
 // handle and exits; the leak checker then reports at the child's exit. Without the suppression the
 // child must report exactly three leaks, each made by va_dup_field_not_released_by_destroy; with
 // it, none.
-#include <gtest/gtest.h>
 #include <glib.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -57,8 +57,8 @@ ChildResult run_child(const std::string &lsan_options) {
   gchar *out = nullptr, *err = nullptr;
   gint status = 0;
   GError *error = nullptr;
-  if (g_spawn_sync(nullptr, const_cast<gchar **>(argv), env, G_SPAWN_DEFAULT, nullptr, nullptr, &out,
-                   &err, &status, &error)) {
+  if (g_spawn_sync(nullptr, const_cast<gchar **>(argv), env, G_SPAWN_DEFAULT, nullptr, nullptr,
+                   &out, &err, &status, &error)) {
     result.exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     result.err = err ? err : "";
   } else {

@@ -21,7 +21,9 @@ class AccountProperties : public ::testing::Test {
     ASSERT_EQ(velmora_account_create(&h_), 0);
   }
   void TearDown() override {
-    if (h_) EXPECT_EQ(velmora_account_destroy(h_), 0);
+    if (h_) {
+      EXPECT_EQ(velmora_account_destroy(h_), 0);
+    }
   }
   vtest::PlatformRoot root_;
   velmora_account_h h_ = nullptr;
@@ -29,16 +31,26 @@ class AccountProperties : public ::testing::Test {
 
 // The condition logged when a string property is not set, by id.
 const char *const kUnsetCondition[21] = {
-    "data->access_token == NULL",         "data->api_server_url == NULL",
-    "data->authcode == NULL",             "data->auth_server_url == NULL",
-    "data->client_id == NULL",            "data->client_secret == NULL",
-    "data->cc == NULL",                   "data->device_unique_code == NULL",
-    "data->expired_access_token == NULL", "data->login_id == NULL",
-    "data->mcc == NULL",                  "data->password == NULL",
-    "data->refresh_token == NULL",        "data->scope == NULL",
-    "data->user_id == NULL",              "data->signin_app_message == NULL",
-    "data->customizedservice == NULL",    "data->id_token == NULL",
-    "data->authentication_token == NULL", "data->authentication_code == NULL",
+    "data->access_token == NULL",
+    "data->api_server_url == NULL",
+    "data->authcode == NULL",
+    "data->auth_server_url == NULL",
+    "data->client_id == NULL",
+    "data->client_secret == NULL",
+    "data->cc == NULL",
+    "data->device_unique_code == NULL",
+    "data->expired_access_token == NULL",
+    "data->login_id == NULL",
+    "data->mcc == NULL",
+    "data->password == NULL",
+    "data->refresh_token == NULL",
+    "data->scope == NULL",
+    "data->user_id == NULL",
+    "data->signin_app_message == NULL",
+    "data->customizedservice == NULL",
+    "data->id_token == NULL",
+    "data->authentication_token == NULL",
+    "data->authentication_code == NULL",
     "data->partner_client_id == NULL",
 };
 
@@ -112,7 +124,8 @@ TEST_F(AccountProperties, SetStringWithIdTwentyOneIsRefusedWithItsLine) {
 TEST_F(AccountProperties, GetStringWithIdTwentyOneIsRefusedWithoutThatLine) {
   vtest::LogCapture log;
   char *value = nullptr;
-  EXPECT_EQ(velmora_account_get_property_str(h_, 21, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_str(h_, 21, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(value, nullptr);
   EXPECT_EQ(log.count("INVALID_PARAMETER [type : 21]"), 0) << log.dump();
   ASSERT_EQ(log.lines().size(), 1u) << log.dump();  // only the entry line
@@ -120,7 +133,8 @@ TEST_F(AccountProperties, GetStringWithIdTwentyOneIsRefusedWithoutThatLine) {
 
 TEST_F(AccountProperties, NegativeStringIdsAreRefused) {
   char *value = nullptr;
-  EXPECT_EQ(velmora_account_get_property_str(h_, -1, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_str(h_, -1, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(velmora_account_set_property_str(h_, -1, "x"), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(velmora_account_unset_property_str(h_, -1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 }
@@ -128,19 +142,24 @@ TEST_F(AccountProperties, NegativeStringIdsAreRefused) {
 TEST_F(AccountProperties, StringAccessorsRefuseNullArguments) {
   vtest::LogCapture log;
   char *value = nullptr;
-  EXPECT_EQ(velmora_account_get_property_str(nullptr, 0, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_str(nullptr, 0, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(handle == NULL)")) << log.dump();
   log.clear();
-  EXPECT_EQ(velmora_account_get_property_str(h_, 0, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_str(h_, 0, nullptr),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(value == NULL)")) << log.dump();
   log.clear();
-  EXPECT_EQ(velmora_account_set_property_str(nullptr, 0, "x"), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_set_property_str(nullptr, 0, "x"),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(handle == NULL)")) << log.dump();
   log.clear();
-  EXPECT_EQ(velmora_account_set_property_str(h_, 0, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_set_property_str(h_, 0, nullptr),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(value == NULL)")) << log.dump();
   log.clear();
-  EXPECT_EQ(velmora_account_unset_property_str(nullptr, 0), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_unset_property_str(nullptr, 0),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(handle == NULL)")) << log.dump();
 }
 
@@ -182,8 +201,10 @@ TEST_F(AccountProperties, UnsetWithIdTwentyOneIsRefusedWithItsLine) {
 
 TEST_F(AccountProperties, UnsetFreesAnUnreleasedField) {
   // Unset releases the fields destroy leaves alone.
-  ASSERT_EQ(velmora_account_set_property_str(h_, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN, "t"), 0);
-  EXPECT_EQ(velmora_account_unset_property_str(h_, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN), 0);
+  ASSERT_EQ(
+      velmora_account_set_property_str(h_, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN, "t"), 0);
+  EXPECT_EQ(velmora_account_unset_property_str(h_, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN),
+            0);
   EXPECT_EQ(h_->authentication_token, nullptr);
 }
 
@@ -199,8 +220,12 @@ TEST_F(AccountProperties, NewHandleHasNoIntegerProperty) {
 
 TEST_F(AccountProperties, IntegerPropertiesMapToTheirFields) {
   vtest::LogCapture log;
-  ASSERT_EQ(velmora_account_set_property_int(h_, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, 10), 0);
-  ASSERT_EQ(velmora_account_set_property_int(h_, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, 20), 0);
+  ASSERT_EQ(velmora_account_set_property_int(
+                h_, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, 10),
+            0);
+  ASSERT_EQ(velmora_account_set_property_int(
+                h_, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, 20),
+            0);
   ASSERT_EQ(velmora_account_set_property_int(h_, VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, 30), 0);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[velmora_account_set_property_int]")) << log.dump();
   EXPECT_EQ(h_->access_token_expires_in, 10);
@@ -208,7 +233,8 @@ TEST_F(AccountProperties, IntegerPropertiesMapToTheirFields) {
   EXPECT_EQ(h_->api_timeout, 30);
   EXPECT_EQ(h_->tnc_status, 0);
   int value = 0;
-  EXPECT_EQ(velmora_account_get_property_int(h_, VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, &value), 0);
+  EXPECT_EQ(velmora_account_get_property_int(h_, VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, &value),
+            0);
   EXPECT_EQ(value, 30);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[velmora_account_get_property_int]")) << log.dump();
 }
@@ -227,7 +253,8 @@ TEST_F(AccountProperties, ZeroOrNegativeIntegerReadsBackAsNoData) {
 
 TEST_F(AccountProperties, UnknownIntegerIdsAreRefused) {
   int value = 0;
-  EXPECT_EQ(velmora_account_get_property_int(h_, 3, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_int(h_, 3, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(velmora_account_set_property_int(h_, 3, 1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(velmora_account_set_property_int(h_, -1, 1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 }
@@ -235,11 +262,14 @@ TEST_F(AccountProperties, UnknownIntegerIdsAreRefused) {
 TEST_F(AccountProperties, IntegerAccessorsRefuseNullArguments) {
   vtest::LogCapture log;
   int value = 0;
-  EXPECT_EQ(velmora_account_get_property_int(nullptr, 0, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_int(nullptr, 0, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(handle == NULL)")) << log.dump();
-  EXPECT_EQ(velmora_account_get_property_int(h_, 0, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_int(h_, 0, nullptr),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(value == NULL)")) << log.dump();
-  EXPECT_EQ(velmora_account_set_property_int(nullptr, 0, 1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_set_property_int(nullptr, 0, 1),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 }
 
 // ---- boolean properties ----
@@ -252,49 +282,70 @@ TEST_F(AccountProperties, NewHandleHasNoBooleanProperty) {
 }
 
 TEST_F(AccountProperties, FalseReadsBackAsFalseNotNoData) {
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false), 0);
+  ASSERT_EQ(
+      velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false),
+      0);
   bool value = true;
-  EXPECT_EQ(velmora_account_get_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &value), 0);
+  EXPECT_EQ(velmora_account_get_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER,
+                                              &value),
+            0);
   EXPECT_FALSE(value);
 }
 
 TEST_F(AccountProperties, BooleanIdsMapToTheirFieldsOutOfStorageOrder) {
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, true), 0);
+  ASSERT_EQ(
+      velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, true),
+      0);
   EXPECT_EQ(h_->request_to_server, 1);
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE, true), 0);
+  ASSERT_EQ(velmora_account_set_property_bool(
+                h_, VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE, true),
+            0);
   EXPECT_EQ(h_->register_trusted_device, 1);
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_CHECK_2FACTOR_AUTHENTICATION, false), 0);
+  ASSERT_EQ(velmora_account_set_property_bool(
+                h_, VELMORA_ACCOUNT_PROPERTY_BOOL_CHECK_2FACTOR_AUTHENTICATION, false),
+            0);
   EXPECT_EQ(h_->check_2factor_authentication, 0);
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_MOBILE_ACCOUNT_EXIST, true), 0);
+  ASSERT_EQ(velmora_account_set_property_bool(
+                h_, VELMORA_ACCOUNT_PROPERTY_BOOL_MOBILE_ACCOUNT_EXIST, true),
+            0);
   EXPECT_EQ(h_->mobile_account_exist, 1);
   EXPECT_EQ(h_->account_linking_status, 2);
-  ASSERT_EQ(velmora_account_set_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, true), 0);
+  ASSERT_EQ(velmora_account_set_property_bool(
+                h_, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, true),
+            0);
   EXPECT_EQ(h_->account_linking_status, 1);
 }
 
 TEST_F(AccountProperties, AnyNonZeroStoredFlagReadsTrue) {
   h_->mobile_account_exist = 5;  // only 2 means not set
   bool value = false;
-  EXPECT_EQ(velmora_account_get_property_bool(h_, VELMORA_ACCOUNT_PROPERTY_BOOL_MOBILE_ACCOUNT_EXIST, &value), 0);
+  EXPECT_EQ(velmora_account_get_property_bool(
+                h_, VELMORA_ACCOUNT_PROPERTY_BOOL_MOBILE_ACCOUNT_EXIST, &value),
+            0);
   EXPECT_TRUE(value);
 }
 
 TEST_F(AccountProperties, UnknownBooleanIdsAreRefused) {
   bool value = false;
-  EXPECT_EQ(velmora_account_get_property_bool(h_, 5, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_bool(h_, 5, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   vtest::LogCapture log;
-  EXPECT_EQ(velmora_account_set_property_bool(h_, 5, true), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_set_property_bool(h_, 5, true),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(log.count("INVALID_PARAMETER [type : 5]"), 0) << log.dump();
 }
 
 TEST_F(AccountProperties, BooleanAccessorsRefuseNullArguments) {
   vtest::LogCapture log;
   bool value = false;
-  EXPECT_EQ(velmora_account_get_property_bool(nullptr, 0, &value), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_bool(nullptr, 0, &value),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(handle == NULL)")) << log.dump();
-  EXPECT_EQ(velmora_account_get_property_bool(h_, 0, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_get_property_bool(h_, 0, nullptr),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(value == NULL)")) << log.dump();
-  EXPECT_EQ(velmora_account_set_property_bool(nullptr, 0, true), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_set_property_bool(nullptr, 0, true),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 }
 
 // ---- the property logic without the agent check ----
@@ -304,12 +355,18 @@ TEST_F(AccountProperties, UtilFunctionsRefuseANullRecord) {
   char *s = nullptr;
   int i = 0;
   bool b = false;
-  EXPECT_EQ(velmora_account_util_get_property_str(nullptr, 0, &s), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_str(nullptr, 0, "x"), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_get_property_int(nullptr, 0, &i), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_int(nullptr, 0, 1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_get_property_bool(nullptr, 0, &b), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_bool(nullptr, 0, true), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_get_property_str(nullptr, 0, &s),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_set_property_str(nullptr, 0, "x"),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_get_property_int(nullptr, 0, &i),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_set_property_int(nullptr, 0, 1),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_get_property_bool(nullptr, 0, &b),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_util_set_property_bool(nullptr, 0, true),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(log.count("(data == NULL)"), 6) << log.dump();
 }
 
@@ -328,7 +385,8 @@ TEST(AccountPropertiesWithoutAgent, EveryPublicAccessorIsNotSupported) {
   EXPECT_EQ(velmora_account_get_property_int(&record, 0, &i), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_EQ(velmora_account_set_property_int(&record, 0, 1), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_EQ(velmora_account_get_property_bool(&record, 0, &b), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
-  EXPECT_EQ(velmora_account_set_property_bool(&record, 0, true), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(velmora_account_set_property_bool(&record, 0, true),
+            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_EQ(log.count("(is_agent_installed() == false)"), 7) << log.dump();
   EXPECT_EQ(record.access_token, nullptr);
 }

@@ -36,7 +36,9 @@ std::set<std::string> exported_symbols() {
   return names;
 }
 
-bool starts_with(const std::string &s, const std::string &prefix) { return s.rfind(prefix, 0) == 0; }
+bool starts_with(const std::string &s, const std::string &prefix) {
+  return s.rfind(prefix, 0) == 0;
+}
 
 bool public_name(const std::string &name) {
   return starts_with(name, "velmora_account_") || starts_with(name, "rpc_port_") ||
@@ -74,16 +76,28 @@ TEST_F(ExportedSymbols, OnlyThePublicInterfaceIsExported) {
 }
 
 TEST_F(ExportedSymbols, InternalFunctionsAreHidden) {
-  for (const char *internal :
-       {"velmora_account_clone", "velmora_account_util_get_property_str",
-        "velmora_account_util_set_property_str", "velmora_account_util_get_property_int",
-        "velmora_account_util_set_property_int", "velmora_account_util_get_property_bool",
-        "velmora_account_util_set_property_bool", "velmora_account_util_str_field",
-        "velmora_account_util_clear_property_str", "is_agent_installed", "is_lower_agent",
-        "is_tv_profile", "is_wearable_profile", "_velmora_account_convert_error",
-        "__convert_app_control_error", "__app_control_error", "__convert_account_manager_error",
-        "_velmora_account_convert_connect_error", "va_dup_field_not_released_by_destroy",
-        "va_profile_list_new", "va_profile_list_release", "va_profile_category"})
+  for (const char *internal : {"velmora_account_clone",
+                               "velmora_account_util_get_property_str",
+                               "velmora_account_util_set_property_str",
+                               "velmora_account_util_get_property_int",
+                               "velmora_account_util_set_property_int",
+                               "velmora_account_util_get_property_bool",
+                               "velmora_account_util_set_property_bool",
+                               "velmora_account_util_str_field",
+                               "velmora_account_util_clear_property_str",
+                               "is_agent_installed",
+                               "is_lower_agent",
+                               "is_tv_profile",
+                               "is_wearable_profile",
+                               "_velmora_account_convert_error",
+                               "__convert_app_control_error",
+                               "__app_control_error",
+                               "__convert_account_manager_error",
+                               "_velmora_account_convert_connect_error",
+                               "va_dup_field_not_released_by_destroy",
+                               "va_profile_list_new",
+                               "va_profile_list_release",
+                               "va_profile_category"})
     EXPECT_EQ(symbols_.count(internal), 0u) << internal << " is exported";
 }
 

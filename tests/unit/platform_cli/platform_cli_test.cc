@@ -24,7 +24,8 @@ std::string tool() { return vtest::PlatformRoot::build_dir() + "/tools/velmora-p
 
 // Runs the command with `args`. The environment is the test's, with VELMORA_PLATFORM_ROOT set to
 // `root` (removed when `root` is empty).
-CliRun run(const std::vector<std::string> &args, const std::string &root, const std::string &cwd = "") {
+CliRun run(const std::vector<std::string> &args, const std::string &root,
+           const std::string &cwd = "") {
   std::vector<const char *> argv{"velmora-platform"};
   for (const std::string &a : args) argv.push_back(a.c_str());
   argv.push_back(nullptr);
@@ -117,9 +118,10 @@ TEST_F(PlatformCli, MissingRootIsAClearError) {
 
 TEST_F(PlatformCli, RootThatDoesNotExistIsRefused) {
   const std::string missing = root_.path_of("not-there");
-  for (const std::vector<std::string> &command :
-       {std::vector<std::string>{"profile"}, {"show", "dev.velmora.account"}, {"remove", "x"},
-        {"install", "x", "--app", "x:service:/x"}}) {
+  for (const std::vector<std::string> &command : {std::vector<std::string>{"profile"},
+                                                  {"show", "dev.velmora.account"},
+                                                  {"remove", "x"},
+                                                  {"install", "x", "--app", "x:service:/x"}}) {
     std::vector<std::string> args{"--root", missing};
     args.insert(args.end(), command.begin(), command.end());
     const CliRun r = run(args, "");
@@ -193,11 +195,11 @@ TEST_F(PlatformCli, ProfileOfAMalformedConfigurationIsAClearError) {
 }
 
 TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
-  const CliRun r = run({"install", "dev.velmora.account", "--app",
-                     "dev.velmora.account:service:/opt/agent", "--app",
-                     "dev.velmora.account.ui:ui:/opt/agent", "--meta",
-                     "dev.velmora.account:velmora-experience-service-api-level=3"},
-                    root_.path());
+  const CliRun r =
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent",
+           "--app", "dev.velmora.account.ui:ui:/opt/agent", "--meta",
+           "dev.velmora.account:velmora-experience-service-api-level=3"},
+          root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "installed dev.velmora.account (2 applications)\n");
   EXPECT_TRUE(is_agent_installed());
@@ -206,9 +208,9 @@ TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
 }
 
 TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
-  const CliRun r = run({"install", "dev.velmora.account", "--app",
-                     "dev.velmora.account:service:/opt/agent"},
-                    root_.path());
+  const CliRun r =
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent"},
+          root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "installed dev.velmora.account (1 application)\n");
   EXPECT_TRUE(is_agent_installed());
@@ -217,8 +219,8 @@ TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
 
 TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
   ASSERT_EQ(run({"install", "dev.example.app", "--app", "dev.example.app:service:bin/app", "--app",
-                 "dev.example.app.ui:ui:/usr/bin/app-ui", "--meta", "dev.example.app:url=http://x/y?a=b",
-                 "--meta", "dev.example.app:empty="},
+                 "dev.example.app.ui:ui:/usr/bin/app-ui", "--meta",
+                 "dev.example.app:url=http://x/y?a=b", "--meta", "dev.example.app:empty="},
                 root_.path(), root_.path())
                 .status,
             0);
@@ -228,12 +230,14 @@ TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
             "package dev.example.app\n"
             "app dev.example.app\n"
             "  type service\n"
-            "  exec " + root_.path() + "/bin/app\n"  // relative paths are made absolute
-            "  metadata url=http://x/y?a=b\n"
-            "  metadata empty=\n"
-            "app dev.example.app.ui\n"
-            "  type ui\n"
-            "  exec /usr/bin/app-ui\n");
+            "  exec " +
+                root_.path() +
+                "/bin/app\n"  // relative paths are made absolute
+                "  metadata url=http://x/y?a=b\n"
+                "  metadata empty=\n"
+                "app dev.example.app.ui\n"
+                "  type ui\n"
+                "  exec /usr/bin/app-ui\n");
 }
 
 TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
@@ -244,13 +248,20 @@ TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
       {{"install"}, "no package id given"},
       {{"install", "dev.example.a"}, "a package needs at least one --app"},
       {{"install", "dev.example.a", "--app"}, "--app needs a value"},
-      {{"install", "dev.example.a", "--app", "dev.example.a"}, "is not <app-id>:<service|ui>:<exec>"},
-      {{"install", "dev.example.a", "--app", "dev.example.a:daemon:/x"}, "the type is service or ui"},
-      {{"install", "dev.example.a", "--app", "dev.example.a:service:"}, "needs an application id and an executable"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", "a:novalue"}, "is not <app-id>:<key>=<value>"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", ":k=v"}, "is not <app-id>:<key>=<value>"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--force"}, "unknown option '--force'"},
-      {{"install", "dev.example.a", "dev.example.b", "--app", "a:service:/x"}, "unexpected argument 'dev.example.b'"},
+      {{"install", "dev.example.a", "--app", "dev.example.a"},
+       "is not <app-id>:<service|ui>:<exec>"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:daemon:/x"},
+       "the type is service or ui"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:service:"},
+       "needs an application id and an executable"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", "a:novalue"},
+       "is not <app-id>:<key>=<value>"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", ":k=v"},
+       "is not <app-id>:<key>=<value>"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--force"},
+       "unknown option '--force'"},
+      {{"install", "dev.example.a", "dev.example.b", "--app", "a:service:/x"},
+       "unexpected argument 'dev.example.b'"},
   };
   for (const auto &c : cases) {
     const CliRun r = run(c.args, root_.path());
@@ -263,10 +274,11 @@ TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
 
 TEST_F(PlatformCli, InstallReportsWhatThePlatformRefuses) {
   CliRun r = run({"install", "dev.example.a", "--app", "dev.example.a:service:/x", "--meta",
-               "dev.example.other:k=v"},
-              root_.path());
+                  "dev.example.other:k=v"},
+                 root_.path());
   EXPECT_EQ(r.status, 1);
-  EXPECT_TRUE(contains(r.err, "metadata for 'dev.example.other', which is not an application of dev.example.a"))
+  EXPECT_TRUE(contains(
+      r.err, "metadata for 'dev.example.other', which is not an application of dev.example.a"))
       << r.err;
   r = run({"install", "bad/id", "--app", "x:service:/x"}, root_.path());
   EXPECT_EQ(r.status, 1);
@@ -298,7 +310,8 @@ TEST_F(PlatformCli, ListShowsPackagesInOrderWithTheirApplications) {
 
 TEST_F(PlatformCli, ListNamesAMalformedPackageFileAndFails) {
   root_.install_package("dev.example.a", {{"dev.example.a", "ui", "/x"}});
-  std::ofstream(root_.path_of("packages/dev.example.b.pkg")) << "[package]\nid=dev.example.b\napps=x\n";
+  std::ofstream(root_.path_of("packages/dev.example.b.pkg"))
+      << "[package]\nid=dev.example.b\napps=x\n";
   const CliRun r = run({"list"}, root_.path());
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "dev.example.a: dev.example.a (ui)\n");
@@ -312,7 +325,8 @@ TEST_F(PlatformCli, ShowOfAnUnknownOrMalformedPackageFails) {
   std::ofstream(root_.path_of("packages/dev.example.bad.pkg")) << "\x01\x02 binary junk\n";
   r = run({"show", "dev.example.bad"}, root_.path());
   EXPECT_EQ(r.status, 1);
-  EXPECT_TRUE(contains(r.err, "package 'dev.example.bad' cannot be read: its package file is malformed"))
+  EXPECT_TRUE(
+      contains(r.err, "package 'dev.example.bad' cannot be read: its package file is malformed"))
       << r.err;
   r = run({"show"}, root_.path());
   EXPECT_EQ(r.status, 2);

@@ -68,7 +68,8 @@ TEST(HostAdmin, InitRootReportsAMalformedConfiguration) {
   vtest::PlatformRoot root;
   std::ofstream(root.path_of("device.conf")) << "garbage\n";
   int code = 0;
-  const std::string message = message_of([](char **e) { return velmora_host_init_root(nullptr, e); }, &code);
+  const std::string message =
+      message_of([](char **e) { return velmora_host_init_root(nullptr, e); }, &code);
   EXPECT_EQ(code, -5);
   EXPECT_NE(message.find("device.conf"), std::string::npos) << message;
 }
@@ -95,21 +96,43 @@ TEST(HostAdmin, InstallRefusesBadPackages) {
   const velmora_host_metadata_s bad_key{"dev.example.a", "a=b", "v"};
   int code = 0;
   std::string m;
-  m = message_of([&](char **e) { return velmora_host_install_package("bad id", &good, 1, nullptr, 0, e); }, &code);
+  m = message_of(
+      [&](char **e) { return velmora_host_install_package("bad id", &good, 1, nullptr, 0, e); },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_NE(m.find("invalid package id"), std::string::npos) << m;
-  m = message_of([&](char **e) { return velmora_host_install_package("dev.example.a", &bad_type, 1, nullptr, 0, e); }, &code);
+  m = message_of(
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.a", &bad_type, 1, nullptr, 0, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_NE(m.find("type must be service or ui"), std::string::npos) << m;
-  m = message_of([&](char **e) { return velmora_host_install_package("dev.example.a", &bad_id, 1, nullptr, 0, e); }, &code);
+  m = message_of(
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.a", &bad_id, 1, nullptr, 0, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
-  m = message_of([&](char **e) { return velmora_host_install_package("dev.example.a", twice, 2, nullptr, 0, e); }, &code);
+  m = message_of(
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.a", twice, 2, nullptr, 0, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_NE(m.find("given twice"), std::string::npos) << m;
-  m = message_of([&](char **e) { return velmora_host_install_package("dev.example.a", &good, 1, &stray, 1, e); }, &code);
+  m = message_of(
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.a", &good, 1, &stray, 1, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_NE(m.find("not an application of dev.example.a"), std::string::npos) << m;
-  m = message_of([&](char **e) { return velmora_host_install_package("dev.example.a", &good, 1, &bad_key, 1, e); }, &code);
+  m = message_of(
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.a", &good, 1, &bad_key, 1, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_EQ(velmora_host_install_package(nullptr, &good, 1, nullptr, 0, nullptr), -22);
   // None of these left a package behind.
@@ -124,7 +147,10 @@ TEST(HostAdmin, AnAppIdBelongsToOnePackage) {
   const velmora_host_app_s same{"dev.example.shared", "service", "/bin/true"};
   int code = 0;
   const std::string m = message_of(
-      [&](char **e) { return velmora_host_install_package("dev.example.b", &same, 1, nullptr, 0, e); }, &code);
+      [&](char **e) {
+        return velmora_host_install_package("dev.example.b", &same, 1, nullptr, 0, e);
+      },
+      &code);
   EXPECT_EQ(code, -22);
   EXPECT_NE(m.find("belongs to package 'dev.example.a'"), std::string::npos) << m;
 }
@@ -142,8 +168,8 @@ TEST(HostAdmin, ReinstallReplacesThePackage) {
 TEST(HostAdmin, RemoveOfAnUnknownPackageIsNoSuchPackage) {
   vtest::PlatformRoot root;
   int code = 0;
-  const std::string m =
-      message_of([](char **e) { return velmora_host_remove_package("dev.example.none", e); }, &code);
+  const std::string m = message_of(
+      [](char **e) { return velmora_host_remove_package("dev.example.none", e); }, &code);
   EXPECT_EQ(code, PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE);
   EXPECT_NE(m.find("is not installed"), std::string::npos) << m;
 }
@@ -169,7 +195,8 @@ TEST(HostAdmin, ListIsSortedAndNamesMalformedFiles) {
 TEST(HostAdmin, AppExecOfAnUnknownAppIsNoSuchApp) {
   vtest::PlatformRoot root;
   char *exec = nullptr;
-  EXPECT_EQ(velmora_host_get_app_exec("dev.example.none", &exec, nullptr), APP_MANAGER_ERROR_NO_SUCH_APP);
+  EXPECT_EQ(velmora_host_get_app_exec("dev.example.none", &exec, nullptr),
+            APP_MANAGER_ERROR_NO_SUCH_APP);
   EXPECT_EQ(exec, nullptr);
 }
 
@@ -204,7 +231,8 @@ TEST(PlatformRootSupport, AgentWithALevelCarriesItsMetadata) {
   app_info_foreach_metadata(
       app,
       [](const char *k, const char *v, void *d) {
-        if (std::string(k) == "velmora-experience-service-api-level") *static_cast<std::string *>(d) = v;
+        if (std::string(k) == "velmora-experience-service-api-level")
+          *static_cast<std::string *>(d) = v;
         return true;
       },
       &level);

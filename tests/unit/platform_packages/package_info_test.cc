@@ -36,10 +36,11 @@ std::vector<Visit> visit(package_info_h info, package_info_app_component_type_e 
 class PlatformPackages : public ::testing::Test {
  protected:
   void SetUp() override {
-    root_.install_package("dev.example.mixed", {{"dev.example.mixed.ui1", "ui", "/bin/a"},
-                                                 {"dev.example.mixed", "service", "/bin/b"},
-                                                 {"dev.example.mixed.ui2", "ui", "/bin/c"},
-                                                 {"dev.example.mixed.svc2", "service", "/bin/d"}},
+    root_.install_package("dev.example.mixed",
+                          {{"dev.example.mixed.ui1", "ui", "/bin/a"},
+                           {"dev.example.mixed", "service", "/bin/b"},
+                           {"dev.example.mixed.ui2", "ui", "/bin/c"},
+                           {"dev.example.mixed.svc2", "service", "/bin/d"}},
                           {{"dev.example.mixed", "first", "1"},
                            {"dev.example.mixed", "second", "two"},
                            {"dev.example.mixed", "empty", ""},
@@ -71,13 +72,14 @@ TEST_F(PlatformPackages, UnknownPackageIsNoSuchPackage) {
 TEST_F(PlatformPackages, PackageInfoRefusesNullArguments) {
   package_info_h info = nullptr;
   EXPECT_EQ(package_info_create(nullptr, &info), PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(package_info_create("dev.example.mixed", nullptr), PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(package_info_destroy(nullptr), PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(package_info_foreach_app_from_package(nullptr, kService,
-                                                  [](package_info_app_component_type_e, const char *,
-                                                     void *) { return true; },
-                                                  nullptr),
+  EXPECT_EQ(package_info_create("dev.example.mixed", nullptr),
             PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(package_info_destroy(nullptr), PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(
+      package_info_foreach_app_from_package(
+          nullptr, kService,
+          [](package_info_app_component_type_e, const char *, void *) { return true; }, nullptr),
+      PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(PlatformPackages, MalformedPackageFileIsAnIoErrorNotACrash) {
@@ -97,8 +99,8 @@ TEST_F(PlatformPackages, PackageFileOfAnotherIdIsMalformed) {
 TEST_F(PlatformPackages, ServiceWalkVisitsServiceAppsInOrder) {
   package_info_h info = nullptr;
   ASSERT_EQ(package_info_create("dev.example.mixed", &info), 0);
-  EXPECT_EQ(visit(info, kService),
-            (std::vector<Visit>{{kService, "dev.example.mixed"}, {kService, "dev.example.mixed.svc2"}}));
+  EXPECT_EQ(visit(info, kService), (std::vector<Visit>{{kService, "dev.example.mixed"},
+                                                       {kService, "dev.example.mixed.svc2"}}));
   package_info_destroy(info);
 }
 
@@ -132,8 +134,8 @@ TEST_F(PlatformPackages, WalkRefusesUnknownComponentTypesAndNullCallback) {
   package_info_h info = nullptr;
   ASSERT_EQ(package_info_create("dev.example.mixed", &info), 0);
   auto cb = [](package_info_app_component_type_e, const char *, void *) { return true; };
-  EXPECT_EQ(package_info_foreach_app_from_package(info, static_cast<package_info_app_component_type_e>(3),
-                                                  cb, nullptr),
+  EXPECT_EQ(package_info_foreach_app_from_package(
+                info, static_cast<package_info_app_component_type_e>(3), cb, nullptr),
             PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(package_info_foreach_app_from_package(info, kService, nullptr, nullptr),
             PACKAGE_MANAGER_ERROR_INVALID_PARAMETER);
@@ -160,10 +162,12 @@ TEST_F(PlatformPackages, MetadataWalkStopsWhenTheCallbackSaysSo) {
   app_info_h app = nullptr;
   ASSERT_EQ(app_info_create("dev.example.mixed", &app), 0);
   int calls = 0;
-  EXPECT_EQ(app_info_foreach_metadata(
-                app, [](const char *, const char *, void *data) { return ++*static_cast<int *>(data) < 2; },
-                &calls),
-            0);
+  EXPECT_EQ(
+      app_info_foreach_metadata(
+          app,
+          [](const char *, const char *, void *data) { return ++*static_cast<int *>(data) < 2; },
+          &calls),
+      0);
   EXPECT_EQ(calls, 2);
   app_info_destroy(app);
 }
@@ -172,10 +176,12 @@ TEST_F(PlatformPackages, AppWithoutMetadataIsWalkedWithoutCalls) {
   app_info_h app = nullptr;
   ASSERT_EQ(app_info_create("dev.example.mixed.svc2", &app), 0);
   int calls = 0;
-  EXPECT_EQ(app_info_foreach_metadata(
-                app, [](const char *, const char *, void *data) { return ++*static_cast<int *>(data) > 0; },
-                &calls),
-            0);
+  EXPECT_EQ(
+      app_info_foreach_metadata(
+          app,
+          [](const char *, const char *, void *data) { return ++*static_cast<int *>(data) > 0; },
+          &calls),
+      0);
   EXPECT_EQ(calls, 0);
   app_info_destroy(app);
 }
@@ -190,7 +196,8 @@ TEST_F(PlatformPackages, AppInfoRefusesNullArguments) {
   app_info_h app = nullptr;
   EXPECT_EQ(app_info_create(nullptr, &app), APP_MANAGER_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(app_info_create("dev.example.mixed", nullptr), APP_MANAGER_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(app_info_foreach_metadata(nullptr, nullptr, nullptr), APP_MANAGER_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(app_info_foreach_metadata(nullptr, nullptr, nullptr),
+            APP_MANAGER_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(app_info_destroy(nullptr), APP_MANAGER_ERROR_INVALID_PARAMETER);
 }
 

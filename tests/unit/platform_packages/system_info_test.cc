@@ -1,4 +1,6 @@
 // Velmora tests: the host platform's system information (the device profile).
+#include "system_info.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -9,7 +11,6 @@
 #include "dlog.h"
 #include "log_capture.hh"
 #include "platform_root.hh"
-#include "system_info.h"
 
 namespace {
 
@@ -81,9 +82,9 @@ TEST(SystemInfo, MalformedDeviceConfigurationIsAClearError) {
     const char *content;
     const char *complaint;
   } cases[] = {
-      {"profile=tv\n", "is malformed"},                      // no group
-      {"[device]\nkind=tv\n", "is malformed"},               // no profile key
-      {"[device]\nprofile=\n", "invalid profile ''"},        // empty
+      {"profile=tv\n", "is malformed"},                // no group
+      {"[device]\nkind=tv\n", "is malformed"},         // no profile key
+      {"[device]\nprofile=\n", "invalid profile ''"},  // empty
       {"[device]\nprofile=TV box\n", "invalid profile 'TV box'"},
       {"not a key file at all\n", "is malformed"},
   };

@@ -88,10 +88,10 @@ TEST(ApiLevelProbe, MetadataVisitLogsTheKeyAndTheValueFound) {
   EXPECT_FALSE(is_lower_agent(3));
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[_package_info_foreach_cb]")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[_app_info_metadata_cb] other-key")) << log.dump();
-  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO,
-                      "[_app_info_metadata_cb] velmora-experience-service-api-level"));
-  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO,
-                      ">> meta key[velmora-experience-service-api-level] value[3]"))
+  EXPECT_TRUE(
+      log.has(kVaTag, DLOG_INFO, "[_app_info_metadata_cb] velmora-experience-service-api-level"));
+  EXPECT_TRUE(
+      log.has(kVaTag, DLOG_INFO, ">> meta key[velmora-experience-service-api-level] value[3]"))
       << log.dump();
   // The walk stops at the level key: the entry after it is never visited.
   EXPECT_EQ(log.count("[_app_info_metadata_cb] after-key"), 0) << log.dump();
@@ -124,8 +124,8 @@ TEST(ApiLevelProbe, MissingAgentIsNotLowerAndIsAskedAgain) {
   PlatformRoot root;
   vtest::LogCapture log;
   EXPECT_FALSE(is_lower_agent(3));
-  const std::string failed =
-      "-- package_info_create failed [" + std::to_string(PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE) + "]";
+  const std::string failed = "-- package_info_create failed [" +
+                             std::to_string(PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE) + "]";
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, failed)) << log.dump();
   root.install_agent(2);
   EXPECT_TRUE(is_lower_agent(3));  // nothing was cached for the failed query

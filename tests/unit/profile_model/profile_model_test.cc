@@ -61,10 +61,12 @@ TEST(ProfileModel, CategoryTableHasTheFourteenCategories) {
 TEST(ProfileModel, EmailIsAddressedFrom0x200NotFrom0x1A0) {
   int category = -1, position = -1;
   EXPECT_FALSE(va_profile_item_id_decode(0x1A0, &category, &position));
-  ASSERT_TRUE(va_profile_item_id_decode(VELMORA_ACCOUNT_PROFILE_ITEM_EMAIL_VALUE, &category, &position));
+  ASSERT_TRUE(
+      va_profile_item_id_decode(VELMORA_ACCOUNT_PROFILE_ITEM_EMAIL_VALUE, &category, &position));
   EXPECT_EQ(category, VELMORA_ACCOUNT_PROFILE_CATEGORY_EMAIL);
   EXPECT_EQ(position, 0);
-  ASSERT_TRUE(va_profile_item_id_decode(VELMORA_ACCOUNT_PROFILE_ITEM_EMAIL_SOURCE, &category, &position));
+  ASSERT_TRUE(
+      va_profile_item_id_decode(VELMORA_ACCOUNT_PROFILE_ITEM_EMAIL_SOURCE, &category, &position));
   EXPECT_EQ(position, 5);
 }
 
@@ -95,7 +97,8 @@ TEST(ProfileModel, NewItemsAreEmptyAndNameAndBirthdaySourcesUnset) {
   for (const Expected &e : kExpected) {
     void *item = va_profile_item_new(e.category);
     ASSERT_NE(item, nullptr);
-    for (int i = 0; i < e.strings; ++i) EXPECT_EQ(*va_profile_item_str(item, e.category, i), nullptr);
+    for (int i = 0; i < e.strings; ++i)
+      EXPECT_EQ(*va_profile_item_str(item, e.category, i), nullptr);
     EXPECT_EQ(va_profile_item_str(item, e.category, e.strings), nullptr);  // past the last field
     int *source = va_profile_item_source(item, e.category);
     if (e.has_source) {
@@ -110,14 +113,16 @@ TEST(ProfileModel, NewItemsAreEmptyAndNameAndBirthdaySourcesUnset) {
 }
 
 TEST(ProfileModel, ItemFieldsAreTheNamedMembers) {
-  auto *name = static_cast<va_profile_name_s *>(va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME));
+  auto *name =
+      static_cast<va_profile_name_s *>(va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME));
   *va_profile_item_str(name, 0, 1) = strdup("Ada");
   *va_profile_item_str(name, 0, 7) = strdup("Lovelace");
   EXPECT_STREQ(name->given_name, "Ada");
   EXPECT_STREQ(name->phonetic_family, "Lovelace");
   va_profile_item_free(VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME, name);  // frees the strings too
 
-  auto *birthday = static_cast<va_profile_birthday_s *>(va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_BIRTHDAY));
+  auto *birthday = static_cast<va_profile_birthday_s *>(
+      va_profile_item_new(VELMORA_ACCOUNT_PROFILE_CATEGORY_BIRTHDAY));
   *va_profile_item_str(birthday, 1, 4) = strdup("anniversary");
   EXPECT_STREQ(birthday->type, "anniversary");
   *va_profile_item_source(birthday, 1) = VELMORA_ACCOUNT_PROFILE_SOURCE_PROFILE;
@@ -167,13 +172,17 @@ TEST(ProfileModel, ReleaseFreesAFullListAndItsView) {
       void *item = e.is_list ? va_profile_item_new(e.category)
                              : va_profile_list_get_item(list, e.category, 0);
       for (int f = 0; f < e.strings; ++f)
-        *va_profile_item_str(item, e.category, f) = strdup((std::string(e.log_word) + std::to_string(f)).c_str());
-      if (e.is_list) ASSERT_TRUE(va_profile_list_set_item(list, e.category, i, item));
+        *va_profile_item_str(item, e.category, f) =
+            strdup((std::string(e.log_word) + std::to_string(f)).c_str());
+      if (e.is_list) {
+        ASSERT_TRUE(va_profile_list_set_item(list, e.category, i, item));
+      }
     }
     list->count[e.category] = e.limit;
   }
   list->cb = static_cast<velmora_account_profile_s *>(calloc(1, sizeof(velmora_account_profile_s)));
-  ASSERT_TRUE(va_profile_set_item(list->cb, VELMORA_ACCOUNT_PROFILE_CATEGORY_EVENT, list->l_event[3]));
+  ASSERT_TRUE(
+      va_profile_set_item(list->cb, VELMORA_ACCOUNT_PROFILE_CATEGORY_EVENT, list->l_event[3]));
   va_profile_list_release(list);  // the leak checker fails this test if anything is kept
   va_profile_list_release(nullptr);
 }
@@ -189,5 +198,6 @@ TEST(ProfileModel, ProfileItemPointersFollowTheCategory) {
   EXPECT_EQ(va_profile_get_item(&profile, VELMORA_ACCOUNT_PROFILE_CATEGORY_STATUS), profile.status);
   EXPECT_FALSE(va_profile_set_item(&profile, 14, nullptr));
   EXPECT_EQ(va_profile_get_item(&profile, 14), nullptr);
-  for (const Expected &e : kExpected) va_profile_item_free(e.category, va_profile_get_item(&profile, e.category));
+  for (const Expected &e : kExpected)
+    va_profile_item_free(e.category, va_profile_get_item(&profile, e.category));
 }

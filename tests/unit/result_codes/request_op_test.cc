@@ -11,7 +11,8 @@ TEST(RequestOperation, AgentOperationsUseTheAgentPrefix) {
             std::string(agent) + "/appcontrol/operation/getaccountlinkingstatus");
   EXPECT_EQ(std::string(REQUEST_OP_2FACTOR_SMS),
             std::string(agent) + "/appcontrol/operation/requestsmsauthentication");
-  EXPECT_EQ(std::string(REQUEST_OP_CONFIRMUSER_POPUP), std::string(agent) + "/internal/confirmuser");
+  EXPECT_EQ(std::string(REQUEST_OP_CONFIRMUSER_POPUP),
+            std::string(agent) + "/internal/confirmuser");
   EXPECT_EQ(std::string(REQUEST_OP_SIGNIN_POPUP), std::string(agent) + "/internal/signin");
   EXPECT_EQ(std::string(REQUEST_OP_COMPANION_ACCOUNT_EXIST),
             std::string(agent) + "/appcontrol/operation/companion_accountexist");

@@ -39,7 +39,8 @@ TEST(ConvertErrorCode, MissingErrorCodeReadsAsSuccess) {
   vtest::LogCapture log;
   EXPECT_EQ(_velmora_account_convert_error(nullptr), VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[_velmora_account_convert_error]")) << log.dump();
-  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode is NULL [(null)], value set to 0")) << log.dump();
+  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode is NULL [(null)], value set to 0"))
+      << log.dump();
 }
 
 TEST(ConvertErrorCode, NegativeNumberIsPassedThrough) {
@@ -100,7 +101,8 @@ TEST(ConvertLaunchError, SuccessTouchesNothing) {
   root.install_agent(5);
   velmora_account_h account = nullptr;
   ASSERT_EQ(velmora_account_create(&account), 0);
-  auto *request = static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
+  auto *request =
+      static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
   vtest::LogCapture log;
   EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_NONE, request, account), 0);
   EXPECT_EQ(log.count("REQUEST_HANDLE_FREE"), 0) << log.dump();
@@ -147,8 +149,10 @@ TEST(ConvertLaunchError, FailureReleasesTheRequestAndTheAccount) {
   root.install_agent(5);
   velmora_account_h account = nullptr;
   ASSERT_EQ(velmora_account_create(&account), 0);
-  ASSERT_EQ(velmora_account_set_property_str(account, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "a@b.c"), 0);
-  auto *request = static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
+  ASSERT_EQ(velmora_account_set_property_str(account, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "a@b.c"),
+            0);
+  auto *request =
+      static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
   request->account = account;
   vtest::LogCapture log;
   EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_IO_ERROR, request, account),
@@ -173,8 +177,8 @@ TEST(ConvertLaunchError, FailureWithNothingPreparedReleasesNothing) {
 // ---- platform account store errors ----
 
 TEST(ConvertAccountStoreError, CommonCodesPassThrough) {
-  for (int err : {ACCOUNT_ERROR_NOT_SUPPORTED, ACCOUNT_ERROR_NO_DATA, ACCOUNT_ERROR_PERMISSION_DENIED,
-                  ACCOUNT_ERROR_OUT_OF_MEMORY})
+  for (int err : {ACCOUNT_ERROR_NOT_SUPPORTED, ACCOUNT_ERROR_NO_DATA,
+                  ACCOUNT_ERROR_PERMISSION_DENIED, ACCOUNT_ERROR_OUT_OF_MEMORY})
     EXPECT_EQ(__convert_account_manager_error(err, "f"), err);
 }
 
@@ -199,8 +203,9 @@ TEST(ConvertAccountStoreError, ZeroAndUnmappedCodesAreUnknownWithTheLogLine) {
   vtest::LogCapture log;
   EXPECT_EQ(__convert_account_manager_error(0, "account_query_account_by_package_name"),
             VELMORA_ACCOUNT_ERROR_UNKNOWN);
-  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO,
-                      "[account_query_account_by_package_name] error [0], convert to [-1073741824]"))
+  EXPECT_TRUE(
+      log.has(kVaTag, DLOG_INFO,
+              "[account_query_account_by_package_name] error [0], convert to [-1073741824]"))
       << log.dump();
   EXPECT_EQ(__convert_account_manager_error(ACCOUNT_ERROR_DUPLICATED, "f"),
             VELMORA_ACCOUNT_ERROR_UNKNOWN);
@@ -216,7 +221,9 @@ TEST(ConvertConnectError, PermissionDeniedAndSuccessStay) {
 
 TEST(ConvertConnectError, EveryOtherResultBecomesOutOfMemory) {
   for (int err = -12; err <= -1; ++err)
-    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY) << err;
+    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
+        << err;
   for (int err : {-5, -14, -22, 1, 13, INT_MIN, INT_MAX})
-    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY) << err;
+    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
+        << err;
 }
