@@ -397,7 +397,7 @@ const std::vector<Command> &commands() {
       {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
       {"fault", cmd_fault,
        "fault set <operation|*> key=value...   (keys: delay_ms error_code never_answer crash\n"
-       "          reject_connection push_unknown_delegate_id push_wrong_sequence "
+       "          close_connection reject_connection push_unknown_delegate_id push_wrong_sequence "
        "push_malformed_body)\n"
        "fault clear [operation|*]\n"
        "fault list"},

@@ -100,6 +100,11 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
 
   const Fault fault = g_server.state->faults(method->name);
   if (fault.crash) crash_now(method->name);
+  if (fault.close_connection) {
+    NIDL_LOG(DLOG_WARN, "AccountSvc: closing %s's connection in %s (fault close_connection)",
+             sender, method->name);
+    return -1;
+  }
   if (fault.never_answer) {
     NIDL_LOG(DLOG_WARN, "AccountSvc: %s from %s left unanswered (fault never_answer)",
              method->name, sender);

@@ -41,6 +41,7 @@ const std::vector<KeyDef> &key_table() {
       {"error_code", Kind::kCode, nullptr},
       {"never_answer", Kind::kFlag, &Fault::never_answer},
       {"crash", Kind::kFlag, &Fault::crash},
+      {"close_connection", Kind::kFlag, &Fault::close_connection},
       {"reject_connection", Kind::kFlag, &Fault::reject_connection},
       {"push_unknown_delegate_id", Kind::kFlag, &Fault::push_unknown_delegate_id},
       {"push_wrong_sequence", Kind::kFlag, &Fault::push_wrong_sequence},
@@ -161,8 +162,9 @@ Status save(GKeyFile *kf, const std::string &root) {
 }  // namespace
 
 bool Fault::any() const {
-  return delay_ms > 0 || error_code.has_value() || never_answer || crash || reject_connection ||
-         push_unknown_delegate_id || push_wrong_sequence || push_malformed_body;
+  return delay_ms > 0 || error_code.has_value() || never_answer || crash || close_connection ||
+         reject_connection || push_unknown_delegate_id || push_wrong_sequence ||
+         push_malformed_body;
 }
 
 std::string Fault::describe() const {

@@ -17,6 +17,7 @@
 //                                   hex such as 0xC1000001)
 //   never_answer=<bool>             accept the request but never answer it
 //   crash=<bool>                    abort the agent in the middle of the request
+//   close_connection=<bool>         AccountSvc port: close the caller's connection mid-call
 //   reject_connection=<bool>        refuse the connection (AccountSvc port) or the launch request
 //   push_unknown_delegate_id=<bool> AccountSvc port: push the reply with a delegate id nobody has
 //   push_wrong_sequence=<bool>      AccountSvc port: push the reply with a wrong sequence number
@@ -40,6 +41,7 @@ struct Fault {
   std::optional<int> error_code;
   bool never_answer = false;
   bool crash = false;
+  bool close_connection = false;
   bool reject_connection = false;
   bool push_unknown_delegate_id = false;
   bool push_wrong_sequence = false;

@@ -132,6 +132,28 @@ TEST_F(NidlEdges, FailedSendKeepsTheDelegateAndReportsIoError) {
   EXPECT_EQ(vtest::listed(proxy), 0u);
 }
 
+TEST_F(NidlEdges, ConnectionClosedMidCallEndsTheCallThenDisconnects) {
+  fault("GetAccountList", "close_connection", "true");
+  rpc_port_proxy_AccountSvc_h proxy = connect_proxy(&events_);
+  const pid_t agent = agent_pid();
+  vtest::LogCapture log;
+  rpc_port_list_string_h list = nullptr;
+  EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_GetAccountList(proxy, &list), -1);
+  EXPECT_EQ(list, nullptr);
+  EXPECT_EQ(get_last_result(), 0);
+  EXPECT_TRUE(log.has(vtest::kRpcTag, DLOG_ERROR, "Invalid protocol")) << log.dump();
+  ASSERT_TRUE(vtest::run_until([this] { return events_.disconnected > 0; }));
+
+  // The agent itself lives on and serves a new connection.
+  vtest::Events again;
+  rpc_port_proxy_AccountSvc_h other = connect_proxy(&again);
+  EXPECT_EQ(agent_pid(), agent);
+  char *login = nullptr;
+  EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(other, &login), 0);
+  EXPECT_STREQ(login, "alice@example.com");
+  free(login);
+}
+
 TEST_F(NidlEdges, DisposedDelegateIsNeverCalled) {
   rpc_port_proxy_AccountSvc_h proxy = connect_proxy(&events_);
   vtest::LogCapture log;
