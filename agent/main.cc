@@ -242,7 +242,7 @@ int cmd_link(const Args &args) {
 
 int cmd_fault(const Args &args) {
   const std::string root = velmora_host_root();
-  if (args.empty()) return usage_error("usage: fault set|clear|list ...");
+  if (args.empty()) return usage_error("usage: fault set|clear|list|keys ...");
   const std::string &verb = args[0];
   if (verb == "set") {
     if (args.size() < 3) return usage_error("usage: fault set <operation|*> key=value...");
@@ -269,6 +269,11 @@ int cmd_fault(const Args &args) {
         args.size() == 2 ? vagent::clear_faults(root, args[1]) : vagent::clear_faults(root);
     if (st.code == vagent::errc::kInvalidParameter) return usage_error(st.message);
     if (!st.ok()) return failed(st);
+    return 0;
+  }
+  if (verb == "keys") {
+    if (args.size() != 1) return usage_error("usage: fault keys");
+    for (const std::string &k : vagent::fault_keys()) printf("%s\n", k.c_str());
     return 0;
   }
   if (verb == "list") {
@@ -396,11 +401,10 @@ const std::vector<Command> &commands() {
       {"sign-out", cmd_sign_out, "sign-out --login-id L"},
       {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
       {"fault", cmd_fault,
-       "fault set <operation|*> key=value...   (keys: delay_ms error_code never_answer crash\n"
-       "          close_connection reject_connection push_unknown_delegate_id push_wrong_sequence "
-       "push_malformed_body)\n"
+       "fault set <operation|*> key=value...\n"
        "fault clear [operation|*]\n"
-       "fault list"},
+       "fault list                 the faults set\n"
+       "fault keys                 the keys fault set knows"},
       {"clock", cmd_clock,
        "clock show|reset|advance SECONDS|set-offset SECONDS   move the agent's time (tests)"},
       {"state", cmd_state,
@@ -415,7 +419,12 @@ int cmd_help(const Args &) {
   printf(
       "usage: velmora-agent [--root DIR] [command] ...\n"
       "The platform root is --root, else VELMORA_PLATFORM_ROOT.\ncommands:\n");
-  for (const Command &c : commands()) printf("  %s\n", c.usage);
+  for (const Command &c : commands()) {
+    std::string usage = c.usage;
+    for (size_t at = usage.find('\n'); at != std::string::npos; at = usage.find('\n', at + 3))
+      usage.replace(at, 1, "\n  ");
+    printf("  %s\n", usage.c_str());
+  }
   return 0;
 }
 

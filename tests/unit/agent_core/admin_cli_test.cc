@@ -149,6 +149,10 @@ TEST_F(AdminCli, FaultWithUnknownKeyOrBadValueExitsWithTwo) {
   EXPECT_EQ(run_agent({"fault", "set", "op", "delay_ms=x"}).exit_code, 2);
   EXPECT_EQ(run_agent({"fault", "set", "op"}).exit_code, 2);
   EXPECT_EQ(run_agent({"fault", "frobnicate"}).exit_code, 2);
+  CliRun keys = run_agent({"fault", "keys"});
+  EXPECT_EQ(keys.exit_code, 0);
+  for (const std::string &k : vagent::fault_keys())
+    EXPECT_NE(keys.out.find(k + "\n"), std::string::npos) << k;
   EXPECT_FALSE(vagent::faults_for("op").any());
 }
 
