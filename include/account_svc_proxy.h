@@ -15,7 +15,8 @@
  *  4. Items lent to a foreach callback belong to the list; the callback must not destroy them.
  *  5. Every record and list begins with its parcelable pair, so a handle can be given directly to
  *     rpc_port_parcel_write() / rpc_port_parcel_read() of the platform.
- *  6. Nothing here takes a lock; a handle must not be used from two threads at once.
+ *  6. Records, lists and delegates take no lock: a handle must not be used from two threads at
+ *     once. Only a proxy serialises its method calls (each holds the proxy's mutex while it waits).
  */
 #ifndef VELMORA_ACCOUNT_SVC_PROXY_H
 #define VELMORA_ACCOUNT_SVC_PROXY_H
@@ -146,7 +147,8 @@ VELMORA_API int rpc_port_proxy_AccountSvc_create(const char *stub_appid,
 /* Starts connecting; the outcome arrives as the connected or rejected event. Returns 0, -1 for a
  * NULL or unusable proxy, or the rpc-port library's error code. */
 VELMORA_API int rpc_port_proxy_AccountSvc_connect(rpc_port_proxy_AccountSvc_h h);
-/* Frees the proxy with every delegate it still holds (their callbacks are never called). */
+/* Frees the proxy with every delegate it still holds (their callbacks are never called).
+ * Returns 0, or -1 for NULL. */
 VELMORA_API int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h);
 
 /* ---- reply delegates ----
