@@ -10,7 +10,7 @@
 //                   VTEST_NO_LISTEN=1 makes it run without ever listening.
 //   ipc_callee      serves launch requests; the request's "mode" extra chooses what it does (see
 //                   ipc_callee.cc). VTEST_REFUSE=1 makes it refuse every request;
-//                   VTEST_START_DELAY_MS delays serving.
+//                   VTEST_START_DELAY_MS delays serving; VTEST_NO_LISTEN=1: it never serves.
 //   ipc_quitter     exits at once with status 3, without listening.
 //   ipc_sender      a second client process: "proxy <app> <port>" or "appcontrol <app>"; exits 0
 //                   when its round trip succeeded.

@@ -10,7 +10,9 @@
 //     another user), no answer APP_CONTROL_ERROR_TIMED_OUT, a callee that closes without an
 //     answer APP_CONTROL_ERROR_LAUNCH_FAILED.
 // A target that is starting is waited for on the main loop; if it dies or never listens, or
-// refuses the request then, the reply callback runs with APP_CONTROL_RESULT_FAILED.
+// refuses the request then, the reply callback runs with APP_CONTROL_RESULT_FAILED. A target that
+// closes the stream before it answers was most likely ending while the request reached it: the
+// request then goes through the launcher again (a few times, on the main loop) before it fails.
 //
 // The reply callback runs once, on the main context of the sending thread, with a copy of the sent
 // app control, the reply (lent) and the callee's result; with reply NULL and
@@ -38,6 +40,9 @@ namespace {
 
 // The answer frame's size, the largest first frame a callee may send.
 constexpr size_t kMaxAnswer = 64;
+// Attempts at a target that closes before it answers, and the first pause between them.
+constexpr int kMaxAttempts = 4;
+constexpr guint kRetryPauseMs = 20;
 
 void drop_source(GSource **src) {
   if (*src) {
@@ -59,12 +64,15 @@ struct Sender {
   std::deque<Bytes> frames;
   bool answered = false;
   IoStatus ended = IoStatus::kOk;  // how the stream ended while the answer was read
+  int attempts = 1;
   GSource *watch = nullptr;
   GSource *idle = nullptr;
+  GSource *retry = nullptr;
 
   ~Sender() {
     drop_source(&watch);
     drop_source(&idle);
+    drop_source(&retry);
     if (fd >= 0) close(fd);
     delete request;
     if (ctx) g_main_context_unref(ctx);
@@ -75,6 +83,7 @@ struct Sender {
 void finish(Sender *s, app_control_h reply, app_control_result_e result) {
   drop_source(&s->watch);
   drop_source(&s->idle);
+  drop_source(&s->retry);
   if (s->fd >= 0) {
     close(s->fd);
     s->fd = -1;
@@ -99,6 +108,8 @@ bool take_answer(Sender *s, int32_t *code) {
   s->answered = true;
   return true;
 }
+
+bool try_again(Sender *s);
 
 // Handles the frames that arrived and then the state of the stream. False when `s` is gone.
 bool pump(Sender *s, IoStatus status) {
@@ -133,6 +144,7 @@ bool pump(Sender *s, IoStatus status) {
     return false;
   }
   if (status != IoStatus::kOk) {
+    if (!s->answered && status != IoStatus::kTooBig && try_again(s)) return false;
     finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
     return false;
   }
@@ -168,23 +180,75 @@ void watch(Sender *s) {
   }
 }
 
+void launch(Sender *s);
+
+gboolean on_retry(gpointer data) {
+  auto *s = static_cast<Sender *>(data);
+  g_source_unref(s->retry);
+  s->retry = nullptr;
+  launch(s);
+  return G_SOURCE_REMOVE;
+}
+
+// The target closed before it answered: go through the launcher again after a pause. False when
+// the attempts are used up. The stream is given up here; the caller returns without touching it.
+bool try_again(Sender *s) {
+  if (s->attempts >= kMaxAttempts) return false;
+  drop_source(&s->watch);
+  drop_source(&s->idle);
+  if (s->fd >= 0) close(s->fd);
+  s->fd = -1;
+  s->reader = FrameReader(kMaxFrame, kMaxAnswer);
+  s->frames.clear();
+  s->ended = IoStatus::kOk;
+  s->retry = g_timeout_source_new(kRetryPauseMs << (s->attempts - 1));
+  ++s->attempts;
+  g_source_set_callback(s->retry, on_retry, s, nullptr);
+  g_source_attach(s->retry, s->ctx);
+  return true;
+}
+
 // The target started and listens (fd), or it could not be reached (-1).
 void launched(Sender *s, int fd) {
   s->fd = fd;
-  if (fd < 0 || !hand_over(s)) {
+  if (fd < 0 || (!hand_over(s) && !try_again(s))) {
     finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
     return;
   }
-  watch(s);
+  if (s->fd >= 0) watch(s);  // else a retry is scheduled
+}
+
+// Reaches the target again from the main loop (a retry).
+void launch(Sender *s) {
+  int fd = -1;
+  LaunchWait *wait = nullptr;
+  switch (launch_connect(s->request->app_id, kAppControlSocket, s->ctx,
+                         [s](int connected_fd) { launched(s, connected_fd); }, &fd, &wait)) {
+    case LaunchStart::kNotFound:
+    case LaunchStart::kFailed:
+      finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
+      break;
+    case LaunchStart::kPending:
+      break;  // the launch wait owns the sender until it calls back
+    case LaunchStart::kConnected:
+      launched(s, fd);
+      break;
+  }
 }
 
 // Hands the request to a running target and waits for its answer.
 int send_now(std::unique_ptr<Sender> s, int fd) {
   s->fd = fd;
-  if (!hand_over(s.get())) return APP_CONTROL_ERROR_LAUNCH_FAILED;
-  IoStatus status =
-      read_frame_blocking(s->fd, &s->reader, &s->frames, velmora_host_rpc_timeout_ms());
+  const bool handed = hand_over(s.get());
+  IoStatus status = handed ? read_frame_blocking(s->fd, &s->reader, &s->frames,
+                                                 velmora_host_rpc_timeout_ms())
+                           : IoStatus::kEof;
   if (status == IoStatus::kTimedOut) return APP_CONTROL_ERROR_TIMED_OUT;
+  if (s->frames.empty() && (status == IoStatus::kEof || status == IoStatus::kError)) {
+    // Closed before it answered: an ending instance, most likely. Retry from the main loop.
+    try_again(s.release());
+    return APP_CONTROL_ERROR_NONE;
+  }
   // The stream may have ended or failed right behind a complete answer: the answer counts, the
   // end is reported through the callback.
   int32_t code;

@@ -5,6 +5,8 @@
 // callback stream, each with a hello, and waits for the stub's answer on both. Outcomes, all
 // delivered on the main context of the thread that created the proxy:
 //   - both streams accepted: connected event (with the main port);
+//   - the stub application closes a stream before it answers (it was ending while the proxy
+//     reached it): the proxy goes through the launcher again, a few times, before it gives up;
 //   - the application is not registered, cannot be started, never listens, refuses this caller,
 //     dies or does not answer within velmora_host_rpc_timeout_ms(): rejected event;
 //   - a connected link that ends (end of stream or failure on either port, a read that timed out):
@@ -41,6 +43,10 @@ enum class State {
 
 enum class Event { kRejected, kDisconnected };
 
+// Attempts at a stub that closes before it answers, and the first pause between them.
+constexpr int kMaxAttempts = 4;
+constexpr guint kRetryPauseMs = 20;
+
 }  // namespace
 
 struct rpc_port_proxy_s : LinkOwner {
@@ -64,6 +70,10 @@ struct rpc_port_proxy_s : LinkOwner {
   Link *link = nullptr;
   bool main_accepted = false;
   bool callback_accepted = false;
+  bool no_retry = false;  // the stub refused or did not answer in time
+  int attempts = 0;
+  Link *stale = nullptr;  // the link of a failed attempt, released before the next one
+  GSource *retry_timer = nullptr;
   GSource *handshake_timer = nullptr;
   GSource *pending = nullptr;
   Event pending_event = Event::kRejected;
@@ -80,6 +90,9 @@ struct rpc_port_proxy_s : LinkOwner {
   void on_frames(Link *l, rpc_port_s *port) override;
   void on_closed(Link *l) override;
 
+  void begin_launch();
+  void retry_or_reject();
+  void release_stale();
   void start_handshake(int main_fd);
   bool take_answer(rpc_port_s *port, bool *accepted);
   void deliver_received(Link *l);
@@ -87,6 +100,7 @@ struct rpc_port_proxy_s : LinkOwner {
   void stop_timer();
   static gboolean deliver_pending(gpointer data);
   static gboolean handshake_expired(gpointer data);
+  static gboolean retry_now(gpointer data);
 };
 
 namespace {
@@ -102,6 +116,72 @@ void drop_source(GSource **src) {
 }  // namespace
 
 void rpc_port_proxy_s::stop_timer() { drop_source(&handshake_timer); }
+
+void rpc_port_proxy_s::release_stale() {
+  if (!stale) return;
+  stale->detach();
+  stale->unref();
+  stale = nullptr;
+}
+
+void rpc_port_proxy_s::begin_launch() {
+  state = State::kLaunching;
+  int fd = -1;
+  LaunchWait *wait = nullptr;
+  LaunchStart start = launch_connect(
+      appid, rpc_socket_name(port_name), ctx,
+      [this](int connected_fd) {
+        launch = nullptr;
+        if (connected_fd < 0)
+          schedule(Event::kRejected);
+        else
+          start_handshake(connected_fd);
+      },
+      &fd, &wait);
+  switch (start) {
+    case LaunchStart::kConnected:
+      start_handshake(fd);
+      break;
+    case LaunchStart::kPending:
+      launch = wait;
+      break;
+    case LaunchStart::kNotFound:
+      IPC_LOGE("%s is not registered", appid.c_str());
+      schedule(Event::kRejected);
+      break;
+    case LaunchStart::kFailed:
+      schedule(Event::kRejected);
+      break;
+  }
+}
+
+gboolean rpc_port_proxy_s::retry_now(gpointer data) {
+  auto *p = static_cast<rpc_port_proxy_s *>(data);
+  g_source_unref(p->retry_timer);
+  p->retry_timer = nullptr;
+  p->release_stale();
+  p->begin_launch();
+  return G_SOURCE_REMOVE;
+}
+
+// The handshake failed without a refusal: try again after a pause, or give up.
+void rpc_port_proxy_s::retry_or_reject() {
+  if (no_retry || attempts + 1 >= kMaxAttempts) {
+    schedule(Event::kRejected);
+    return;
+  }
+  stop_timer();
+  if (link) {
+    release_stale();
+    stale = link;  // may be inside its own close(): released from the retry timer
+    link = nullptr;
+  }
+  state = State::kLaunching;
+  retry_timer = g_timeout_source_new(kRetryPauseMs << attempts);
+  ++attempts;
+  g_source_set_callback(retry_timer, retry_now, this, nullptr);
+  g_source_attach(retry_timer, ctx);
+}
 
 void rpc_port_proxy_s::schedule(Event event) {
   state = State::kEnding;
@@ -134,6 +214,7 @@ gboolean rpc_port_proxy_s::deliver_pending(gpointer data) {
     old->detach();
     old->unref();
   }
+  if (!p->destroyed && p->state != State::kHandshake) p->release_stale();
   p->unref();
   return G_SOURCE_REMOVE;
 }
@@ -144,6 +225,7 @@ gboolean rpc_port_proxy_s::handshake_expired(gpointer data) {
            velmora_host_rpc_timeout_ms());
   g_source_unref(p->handshake_timer);
   p->handshake_timer = nullptr;
+  p->no_retry = true;
   if (p->link) p->link->close();  // -> on_closed -> rejected
   return G_SOURCE_REMOVE;
 }
@@ -153,7 +235,7 @@ void rpc_port_proxy_s::start_handshake(int main_fd) {
   int callback_fd = connect_unix(path);
   if (callback_fd < 0) {
     ::close(main_fd);
-    schedule(Event::kRejected);
+    retry_or_reject();
     return;
   }
   state = State::kHandshake;
@@ -173,7 +255,7 @@ void rpc_port_proxy_s::start_handshake(int main_fd) {
   if (send_frame(link->main.fd, main_hello.data(), main_hello.size(), timeout) != IoStatus::kOk ||
       send_frame(link->callback.fd, callback_hello.data(), callback_hello.size(), timeout) !=
           IoStatus::kOk) {
-    link->close();  // -> on_closed -> rejected
+    link->close();  // -> on_closed -> retry or rejected
     return;
   }
   handshake_timer = g_timeout_source_new((guint)timeout);
@@ -190,11 +272,13 @@ bool rpc_port_proxy_s::take_answer(rpc_port_s *port, bool *accepted) {
   int32_t code = -1;
   if (!decode_answer(frame, &code)) {
     IPC_LOGE("%s/%s sent no valid answer", appid.c_str(), port_name.c_str());
+    no_retry = true;
     link->close();
     return false;
   }
   if (code != 0) {
     IPC_LOGE("%s/%s refused the connection (%d)", appid.c_str(), port_name.c_str(), (int)code);
+    no_retry = true;
     link->close();
     return false;
   }
@@ -238,8 +322,8 @@ void rpc_port_proxy_s::deliver_received(Link *l) {
 
 void rpc_port_proxy_s::on_closed(Link *l) {
   if (destroyed || l != link) return;
-  if (state == State::kHandshake || state == State::kLaunching)
-    schedule(Event::kRejected);
+  if (state == State::kHandshake)
+    retry_or_reject();
   else if (state == State::kConnected)
     schedule(Event::kDisconnected);
 }
@@ -261,7 +345,9 @@ int rpc_port_proxy_destroy(rpc_port_proxy_h h) {
   launch_cancel(h->launch);
   h->launch = nullptr;
   drop_source(&h->handshake_timer);
+  drop_source(&h->retry_timer);
   drop_source(&h->pending);
+  h->release_stale();
   if (h->link) {
     h->link->detach();
     h->link->close();
@@ -279,35 +365,9 @@ int rpc_port_proxy_connect(rpc_port_proxy_h h, const char *appid, const char *po
     return RPC_PORT_ERROR_INVALID_PARAMETER;
   h->appid = appid;
   h->port_name = port_name;
-  h->state = State::kLaunching;
-  int fd = -1;
-  LaunchWait *wait = nullptr;
-  rpc_port_proxy_s *p = h;
-  LaunchStart start = launch_connect(
-      p->appid, rpc_socket_name(p->port_name), p->ctx,
-      [p](int connected_fd) {
-        p->launch = nullptr;
-        if (connected_fd < 0)
-          p->schedule(Event::kRejected);
-        else
-          p->start_handshake(connected_fd);
-      },
-      &fd, &wait);
-  switch (start) {
-    case LaunchStart::kConnected:
-      h->start_handshake(fd);
-      break;
-    case LaunchStart::kPending:
-      h->launch = wait;
-      break;
-    case LaunchStart::kNotFound:
-      IPC_LOGE("%s is not registered", appid);
-      h->schedule(Event::kRejected);
-      break;
-    case LaunchStart::kFailed:
-      h->schedule(Event::kRejected);
-      break;
-  }
+  h->attempts = 0;
+  h->no_retry = false;
+  h->begin_launch();
   return RPC_PORT_ERROR_NONE;
 }
 

@@ -215,10 +215,30 @@ TEST_F(AppControlSendWire, UnknownRefusalCodeIsLaunchRejected) {
   EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_REJECTED);
 }
 
-TEST_F(AppControlSendWire, CalleeClosingWithoutAnAnswerIsLaunchFailed) {
-  serve({});
+TEST_F(AppControlSendWire, CalleeClosingWithoutAnAnswerIsTriedAgainThenFails) {
+  // An instance that closes before it answers is taken for one that was ending: the sender
+  // goes through the launcher again, four attempts in all, and then reports the failure.
+  std::atomic<int> accepted{0};
+  callee = std::thread([&] {
+    for (int i = 0; i < 4; ++i) {
+      int fd = raw::accept_one(listen_fd);
+      if (fd < 0) return;
+      raw::Bytes frame;
+      raw::read_frame(fd, &frame);
+      raw::read_frame(fd, &frame);
+      close(fd);
+      ++accepted;
+    }
+  });
   Replies r;
-  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_FAILED);
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  callee.join();
+  drain();
+  EXPECT_EQ(accepted, 4);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_FALSE(r.had_reply);
 }
 
 TEST_F(AppControlSendWire, GarbageAnswerIsLaunchFailed) {

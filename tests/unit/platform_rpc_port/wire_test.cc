@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <thread>
 
 #include "../../apps/ipc_fixture.hh"
@@ -229,13 +230,52 @@ TEST_F(RpcPortProxyWire, StubThatNeverAnswersIsRejectedAfterTheTimeOut) {
   EXPECT_EQ(c.rejected, 1);
 }
 
-TEST_F(RpcPortProxyWire, StubClosingBeforeItAnswersIsRejected) {
+TEST_F(RpcPortProxyWire, StubClosingBeforeItAnswersIsTriedAgainThenRejected) {
+  // A stub that closes before it answers is taken for one that was ending: the proxy goes
+  // through the launcher again, four attempts in all, and then reports the rejection.
+  std::atomic<int> attempts{0};
+  std::thread stub([&] {
+    for (int i = 0; i < 4; ++i) {
+      int m = raw::accept_one(listen_fd);
+      int cb = raw::accept_one(listen_fd);
+      if (m < 0 || cb < 0) return;
+      raw::Bytes frame;
+      raw::read_frame(m, &frame);
+      close(m);
+      close(cb);
+      ++attempts;
+    }
+  });
   Client c;
-  accept_streams(&c);
-  close(main_fd);
-  main_fd = -1;
+  ASSERT_EQ(c.connect(kApp), 0);
   ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  stub.join();
+  drain();
+  EXPECT_EQ(attempts, 4);
   EXPECT_EQ(c.rejected, 1);
+  EXPECT_EQ(c.connected, 0);
+}
+
+TEST_F(RpcPortProxyWire, StubClosingOnceBeforeItAnswersIsReachedOnTheNextAttempt) {
+  std::thread stub([&] {
+    int m = raw::accept_one(listen_fd);
+    int cb = raw::accept_one(listen_fd);
+    close(m);  // the first attempt meets an ending instance
+    close(cb);
+    main_fd = raw::accept_one(listen_fd);
+    callback_fd = raw::accept_one(listen_fd);
+    raw::Bytes frame;
+    raw::read_frame(main_fd, &frame);
+    raw::read_frame(callback_fd, &frame);
+    raw::write_frame(main_fd, raw::answer(0));
+    raw::write_frame(callback_fd, raw::answer(0));
+  });
+  Client c;
+  ASSERT_EQ(c.connect(kApp), 0);
+  ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  stub.join();
+  EXPECT_EQ(c.connected, 1);
+  EXPECT_EQ(c.rejected, 0);
 }
 
 // The test plays the proxy against the echo stub application.
