@@ -140,8 +140,8 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
   rpc_port_parcel_write_int32(p.get(), kProtocolCallback);
   // Id 5 belongs to no delegate type; a sequence number this far off was never handed out.
   rpc_port_parcel_write_int32(p.get(), faults.unknown_id ? 5 : delegate.id);
-  rpc_port_parcel_write_int32(p.get(), faults.wrong_sequence ? delegate.seq + 0x40000000
-                                                             : delegate.seq);
+  rpc_port_parcel_write_int32(p.get(),
+                              faults.wrong_sequence ? delegate.seq + 0x40000000 : delegate.seq);
   rpc_port_parcel_write_bool(p.get(), delegate.once);
   if (faults.malformed_body) {
     // Three bytes where the int32 result should be: nothing of the body can be read.
@@ -164,8 +164,8 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
                          rpc_port_PlaceInfoS_destroy>(p.get());
       break;
     case kResponseProfileCb:
-      write_empty_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create,
-                         rpc_port_ProfileS_destroy>(p.get());
+      write_empty_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create, rpc_port_ProfileS_destroy>(
+          p.get());
       break;
     default:  // ResponseErrorCb, or an id the agent does not know: the result alone
       break;

@@ -69,10 +69,10 @@ bool read_request(rpc_port_parcel_h parcel, const std::vector<ArgKind> &args, Ni
 
 // The outputs of a method's result.
 struct Output {
-  std::string text;                 // kString
-  bool flag = false;                // kBool
-  std::vector<std::string> list;    // kStringList
-  Account account;                  // kAccount (empty record when null)
+  std::string text;               // kString
+  bool flag = false;              // kBool
+  std::vector<std::string> list;  // kStringList
+  Account account;                // kAccount (empty record when null)
 };
 
 // protocol 0, the output of kind `kind`, the result.

@@ -103,8 +103,8 @@ Answer set_default_account(AgentState &state, const NidlRequest &req) {
 Answer is_signed_in(AgentState &state, const NidlRequest &req) {
   Answer a;
   const std::string &login_id = req.strings.at(0);
-  Result<bool> r = login_id.empty() ? state.accounts().any_signed_in()
-                                    : state.accounts().is_signed_in(login_id);
+  Result<bool> r =
+      login_id.empty() ? state.accounts().any_signed_in() : state.accounts().is_signed_in(login_id);
   if (r.ok())
     a.output.flag = r.value();
   else
@@ -230,17 +230,32 @@ const std::vector<Method> &methods() {
       {6, "GetLastAccessToken", {K::kAccount}, OutKind::kAccount, get_last_access_token},
       {7, "RequestAccessToken", {K::kAccount, K::kDelegate}, OutKind::kNone, request_access_token},
       {8, "RequestAuthcode", {K::kAccount, K::kDelegate}, OutKind::kNone, request_authcode},
-      {9, "RequestAuthcodeEffortless", {K::kAccount, K::kDelegate}, OutKind::kNone,
+      {9,
+       "RequestAuthcodeEffortless",
+       {K::kAccount, K::kDelegate},
+       OutKind::kNone,
        request_authcode_effortless},
       {10, "RequestPlaceInfo", {K::kAccount, K::kDelegate}, OutKind::kNone, not_supported},
-      {11, "RequestProfileInfo", {K::kAccount, K::kString, K::kDelegate}, OutKind::kNone,
+      {11,
+       "RequestProfileInfo",
+       {K::kAccount, K::kString, K::kDelegate},
+       OutKind::kNone,
        not_supported},
-      {12, "UpdateProfileInfo", {K::kAccount, K::kInt, K::kProfile, K::kDelegate}, OutKind::kNone,
+      {12,
+       "UpdateProfileInfo",
+       {K::kAccount, K::kInt, K::kProfile, K::kDelegate},
+       OutKind::kNone,
        not_supported},
-      {13, "UpdatePrivacyInfo", {K::kAccount, K::kPrivacy, K::kDelegate}, OutKind::kNone,
+      {13,
+       "UpdatePrivacyInfo",
+       {K::kAccount, K::kPrivacy, K::kDelegate},
+       OutKind::kNone,
        not_supported},
       {14, "CommonAccount", {K::kAccount, K::kInt, K::kDelegate}, OutKind::kNone, common_account},
-      {15, "CommonProfile", {K::kAccount, K::kInt, K::kString, K::kDelegate}, OutKind::kNone,
+      {15,
+       "CommonProfile",
+       {K::kAccount, K::kInt, K::kString, K::kDelegate},
+       OutKind::kNone,
        not_supported},
   };
   return table;

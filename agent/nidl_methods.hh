@@ -15,10 +15,10 @@ namespace vagent::nidl {
 
 // What the agent answers to one request.
 struct Answer {
-  int result = 0;  // the method's int result (methods with a delegate: always 0)
-  Output output;   // the method's outputs
-  int push_result = 0;     // the pushed callback's result (methods with a delegate)
-  Account push_account;    // the pushed ResponseCb's account (empty record when null)
+  int result = 0;        // the method's int result (methods with a delegate: always 0)
+  Output output;         // the method's outputs
+  int push_result = 0;   // the pushed callback's result (methods with a delegate)
+  Account push_account;  // the pushed ResponseCb's account (empty record when null)
 };
 
 struct Method {

@@ -106,8 +106,8 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     return -1;
   }
   if (fault.never_answer) {
-    NIDL_LOG(DLOG_WARN, "AccountSvc: %s from %s left unanswered (fault never_answer)",
-             method->name, sender);
+    NIDL_LOG(DLOG_WARN, "AccountSvc: %s from %s left unanswered (fault never_answer)", method->name,
+             sender);
     return 0;
   }
 
@@ -121,9 +121,9 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     push = nidl::callback_parcel(req.delegate, answer.push_result, answer.push_account.get(), pf);
   }
   nidl::Parcel result = nidl::result_parcel(method->out, answer.output, answer.result);
-  NIDL_LOG(DLOG_INFO, "AccountSvc: %s from %s: result %d%s", method->name, sender, answer.result,
-           method->has_delegate() ? (", callback " + std::to_string(answer.push_result)).c_str()
-                                  : "");
+  NIDL_LOG(
+      DLOG_INFO, "AccountSvc: %s from %s: result %d%s", method->name, sender, answer.result,
+      method->has_delegate() ? (", callback " + std::to_string(answer.push_result)).c_str() : "");
 
   if (fault.delay_ms > 0) {
     PendingAnswer &p = g_server.pending.emplace_back();

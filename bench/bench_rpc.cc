@@ -17,9 +17,9 @@
 //
 // The agent executable is VELMORA_AGENT_EXEC, else "../agent/velmora-agent" next to this program.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <gio/gio.h>
 #include <glib.h>
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -233,17 +233,16 @@ void start_agent(Setup &s) {
   if (velmora_host_init_root("mobile", &error) != 0) fail(error ? error : "init root");
   const std::string exec = agent_exec();
   velmora_host_app_s apps[] = {{kAgentAppId, "service", exec.c_str()}};
-  velmora_host_metadata_s meta[] = {
-      {kAgentAppId, "velmora-experience-service-api-level", "5"}};
+  velmora_host_metadata_s meta[] = {{kAgentAppId, "velmora-experience-service-api-level", "5"}};
   if (velmora_host_install_package(kAgentAppId, apps, 1, meta, 1, &error) != 0)
     fail(error ? error : "install the agent");
 
   // One signed-in default account, through the agent's admin command.
-  gchar *argv[] = {const_cast<gchar *>(exec.c_str()), const_cast<gchar *>("--root"),
+  gchar *argv[] = {const_cast<gchar *>(exec.c_str()),   const_cast<gchar *>("--root"),
                    const_cast<gchar *>(s.root.c_str()), const_cast<gchar *>("seed-user"),
-                   const_cast<gchar *>("--login-id"), const_cast<gchar *>(kLoginId),
-                   const_cast<gchar *>("--password"), const_cast<gchar *>("bench-password"),
-                   const_cast<gchar *>("--default"), nullptr};
+                   const_cast<gchar *>("--login-id"),   const_cast<gchar *>(kLoginId),
+                   const_cast<gchar *>("--password"),   const_cast<gchar *>("bench-password"),
+                   const_cast<gchar *>("--default"),    nullptr};
   gint status = 0;
   GError *err = nullptr;
   if (!g_spawn_sync(nullptr, argv, nullptr, G_SPAWN_STDOUT_TO_DEV_NULL, nullptr, nullptr, nullptr,
@@ -325,10 +324,10 @@ void BM_Socketpair_PingPong(benchmark::State &state) {
 
 void BM_GDBus_PeerCall(benchmark::State &state) {
   for (auto _ : state) {
-    GVariant *r = g_dbus_connection_call_sync(
-        setup().gdbus, nullptr, "/dev/velmora/Bench", "dev.velmora.Bench", "GetDefaultAccount",
-        g_variant_new("(s)", ""), G_VARIANT_TYPE("(s)"), G_DBUS_CALL_FLAGS_NONE, -1, nullptr,
-        nullptr);
+    GVariant *r = g_dbus_connection_call_sync(setup().gdbus, nullptr, "/dev/velmora/Bench",
+                                              "dev.velmora.Bench", "GetDefaultAccount",
+                                              g_variant_new("(s)", ""), G_VARIANT_TYPE("(s)"),
+                                              G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr);
     if (!r) {
       state.SkipWithError("call failed");
       continue;

@@ -67,7 +67,7 @@ enum DelegateId : int {
 // and how to call a delegate of this type with its own signature.
 struct DelegateType {
   int id;
-  const char *name;            // "ResponseCb"
+  const char *name;  // "ResponseCb"
   const vrec::RecordDesc *record;
   void (*call)(const Delegate &d, int result, void *record);
 };

@@ -160,19 +160,18 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
 }  // namespace vproxy
 
 // ---- the exported functions of each type ----
-#define VPROXY_EXPORT_DELEGATE_(D)                                                              \
-  rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                                 \
-      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data) {                      \
-    return static_cast<rpc_port_AccountSvc_##D##_h>(                                            \
-        vproxy::create(vproxy::k##D, reinterpret_cast<void (*)()>(callback), once, user_data,   \
-                       __func__));                                                              \
-  }                                                                                             \
-  int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h) {                        \
-    return vproxy::destroy(h, __func__);                                                        \
-  }                                                                                             \
-  int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy,                \
-                                              rpc_port_AccountSvc_##D##_h delegate) {           \
-    return vproxy::dispose(proxy, delegate, __func__);                                          \
+#define VPROXY_EXPORT_DELEGATE_(D)                                                         \
+  rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                            \
+      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data) {                 \
+    return static_cast<rpc_port_AccountSvc_##D##_h>(vproxy::create(                        \
+        vproxy::k##D, reinterpret_cast<void (*)()>(callback), once, user_data, __func__)); \
+  }                                                                                        \
+  int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h) {                   \
+    return vproxy::destroy(h, __func__);                                                   \
+  }                                                                                        \
+  int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy,           \
+                                              rpc_port_AccountSvc_##D##_h delegate) {      \
+    return vproxy::dispose(proxy, delegate, __func__);                                     \
   }
 
 VPROXY_EXPORT_DELEGATE_(ResponseCb)

@@ -118,7 +118,8 @@ int call(rpc_port_proxy_AccountSvc_h h, int method, std::initializer_list<Arg> a
   for (const Arg &a : args) {
     write_arg(parcel, a);
     // From here on the proxy owns the delegate, whatever happens to the call.
-    if (a.kind == Arg::kDelegate) h->delegates = g_list_append(h->delegates, const_cast<void *>(a.ptr));
+    if (a.kind == Arg::kDelegate)
+      h->delegates = g_list_append(h->delegates, const_cast<void *>(a.ptr));
   }
 
   int status = 0;
@@ -165,8 +166,8 @@ int rpc_port_proxy_AccountSvc_invoke_SetDefaultAccount(rpc_port_proxy_AccountSvc
   return call(h, kSetDefaultAccount, {Arg::string(login_id)}, Out::none(), __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_IsSignedIn(rpc_port_proxy_AccountSvc_h h,
-                                                const char *login_id, bool *is_signed_in) {
+int rpc_port_proxy_AccountSvc_invoke_IsSignedIn(rpc_port_proxy_AccountSvc_h h, const char *login_id,
+                                                bool *is_signed_in) {
   return call(h, kIsSignedIn, {Arg::string(login_id)}, {Out::kBool, is_signed_in}, __func__);
 }
 
@@ -182,11 +183,11 @@ int rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(rpc_port_proxy_AccountSv
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(
-    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
-    rpc_port_AccountSvc_ResponseCb_h callback) {
-  return call(h, kRequestAccessToken, {Arg::record(account), Arg::delegate(callback)},
-              Out::none(), __func__);
+int rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(rpc_port_proxy_AccountSvc_h h,
+                                                        rpc_port_AccountS_h account,
+                                                        rpc_port_AccountSvc_ResponseCb_h callback) {
+  return call(h, kRequestAccessToken, {Arg::record(account), Arg::delegate(callback)}, Out::none(),
+              __func__);
 }
 
 int rpc_port_proxy_AccountSvc_invoke_RequestAuthcode(rpc_port_proxy_AccountSvc_h h,
@@ -214,8 +215,8 @@ int rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, const char *resource,
     rpc_port_AccountSvc_ResponseProfileCb_h callback) {
   return call(h, kRequestProfileInfo,
-              {Arg::record(account), Arg::string(resource), Arg::delegate(callback)},
-              Out::none(), __func__);
+              {Arg::record(account), Arg::string(resource), Arg::delegate(callback)}, Out::none(),
+              __func__);
 }
 
 int rpc_port_proxy_AccountSvc_invoke_UpdateProfileInfo(

@@ -83,7 +83,8 @@ void __AccountSvc_on_received(const char *endpoint, const char *port_name, void 
 // Steps that the log names "__create_AccountSvc": the record, its stub id and the connection
 // object. nullptr after logging why.
 rpc_port_proxy_AccountSvc_h __create_AccountSvc(const char *stub_appid) {
-  auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
+  auto *h =
+      static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
   if (!h) {
     RPC_LOGE("Out of memory");
     return nullptr;
@@ -158,8 +159,7 @@ int rpc_port_proxy_AccountSvc_create(const char *stub_appid,
     free_record(proxy);
     return ret;
   }
-  ret = rpc_port_proxy_add_disconnected_event_cb(proxy->proxy, __AccountSvc_on_disconnected,
-                                                 proxy);
+  ret = rpc_port_proxy_add_disconnected_event_cb(proxy->proxy, __AccountSvc_on_disconnected, proxy);
   if (ret != 0) {
     RPC_LOGE("Failed to add disconnected event cb. err = %d", ret);
     free_record(proxy);

@@ -3,6 +3,7 @@
 // disconnected, rejected, a hung agent, and launch on demand for two clients at once.
 #include <dirent.h>
 #include <limits.h>
+#include <poll.h>
 #include <stdlib.h>
 
 #include <cstring>
@@ -102,8 +103,7 @@ TEST_F(NidlConnection, NullCallbackIsInvalidParameterBeforeTheTvCheck) {
   root_->set_profile("tv");
   vtest::LogCapture log;
   velmora_account_h h = nullptr;
-  EXPECT_EQ(velmora_account_connect(&h, nullptr, nullptr),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(velmora_account_connect(&h, nullptr, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(has(log, DLOG_ERROR, "(callback == NULL)")) << log.dump();
   EXPECT_EQ(log.count("(is_tv_profile())"), 0) << log.dump();
   EXPECT_EQ(h, nullptr);
@@ -124,8 +124,7 @@ TEST_F(NidlConnection, ConnectAndDisconnectAreNotOfferedOnTv) {
   vtest::LogCapture log;
   States states;
   velmora_account_h h = nullptr;
-  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states),
-            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_EQ(h, nullptr);
   velmora_account_h plain = nullptr;
   ASSERT_EQ(velmora_account_create(&plain), VELMORA_ACCOUNT_ERROR_NONE);
@@ -140,8 +139,7 @@ TEST_F(NidlConnection, ConnectWithoutTheAgentIsNotSupported) {
   vtest::LogCapture log;
   States states;
   velmora_account_h h = nullptr;
-  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states),
-            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_TRUE(has(log, DLOG_ERROR, "(is_agent_installed() == false)")) << log.dump();
 }
 
@@ -154,8 +152,7 @@ TEST_F(NidlConnectionOldAgent, ConnectAndDisconnectNeedLevelThree) {
   vtest::LogCapture log;
   States states;
   velmora_account_h h = nullptr;
-  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states),
-            VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  EXPECT_EQ(velmora_account_connect(&h, States::cb, &states), VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
   EXPECT_EQ(h, nullptr);
   velmora_account_h plain = nullptr;
   ASSERT_EQ(velmora_account_create(&plain), VELMORA_ACCOUNT_ERROR_NONE);
@@ -310,6 +307,70 @@ TEST_F(NidlConnection, TwoClientsConnectingAtOnceLaunchOneAgent) {
   EXPECT_EQ(running[0], agent_pid());
   EXPECT_EQ(velmora_account_disconnect(a), VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_EQ(velmora_account_disconnect(b), VELMORA_ACCOUNT_ERROR_NONE);
+}
+
+// The child of the test below: connects at the parent's signal, calls the agent, reports on
+// `report` and waits for the parent's word before it ends.
+[[noreturn]] void connect_in_child(int go, int report) {
+  char c = 0;
+  if (read(go, &c, 1) != 1) _exit(2);
+  States states;
+  velmora_account_h h = nullptr;
+  if (velmora_account_connect(&h, States::cb, &states) != 0) _exit(3);
+  if (!vtest::run_until([&states] { return !states.got.empty(); })) _exit(4);
+  char *login = nullptr;
+  bool ok = states.has(VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED) &&
+            rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(h->proxy, &login) == 0 && login &&
+            strcmp(login, "alice@example.com") == 0;
+  free(login);
+  char answer = ok ? 'y' : 'n';
+  if (write(report, &answer, 1) != 1) _exit(5);
+  if (read(go, &c, 1) != 1) _exit(6);  // the parent has counted the agents
+  velmora_account_disconnect(h);
+  _exit(ok ? 0 : 1);
+}
+
+TEST_F(NidlConnection, ClientsInTwoProcessesConnectingAtOnceLaunchOneAgent) {
+  int go[2], report[2];
+  ASSERT_EQ(pipe(go), 0);
+  ASSERT_EQ(pipe(report), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    close(go[1]);
+    close(report[0]);
+    connect_in_child(go[0], report[1]);
+  }
+  close(go[0]);
+  close(report[1]);
+
+  // Both processes connect at once; neither finds the agent running.
+  ASSERT_EQ(write(go[1], "g", 1), 1);
+  States states;
+  velmora_account_h h = nullptr;
+  ASSERT_EQ(velmora_account_connect(&h, States::cb, &states), VELMORA_ACCOUNT_ERROR_NONE);
+  char child_answer = 0;
+  auto child_reported = [&] {
+    if (child_answer) return true;
+    struct pollfd p = {report[0], POLLIN, 0};
+    if (poll(&p, 1, 0) == 1 && read(report[0], &child_answer, 1) != 1) child_answer = '?';
+    return child_answer != 0;
+  };
+  ASSERT_TRUE(vtest::run_until([&] { return !states.got.empty() && child_reported(); }));
+  EXPECT_TRUE(states.has(VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED));
+  EXPECT_EQ(child_answer, 'y');
+  EXPECT_EQ(default_account(h), "alice@example.com");
+  std::vector<pid_t> running = agent_processes(root());
+  ASSERT_EQ(running.size(), 1u);
+  EXPECT_EQ(running[0], agent_pid());
+
+  ASSERT_EQ(write(go[1], "q", 1), 1);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
+  close(go[1]);
+  close(report[0]);
+  EXPECT_EQ(velmora_account_disconnect(h), VELMORA_ACCOUNT_ERROR_NONE);
 }
 
 }  // namespace

@@ -75,9 +75,8 @@ TEST_F(NidlEdges, PushWithUnreadableBodyReachesTheDelegateAsFailure) {
 }
 
 TEST_F(NidlEdges, CallBeforeTheConnectedEventIsNotConnectedAndSendsNothing) {
-  rpc_port_proxy_AccountSvc_callback_s cbs = {vtest::Events::on_connected,
-                                              vtest::Events::on_disconnected,
-                                              vtest::Events::on_rejected};
+  rpc_port_proxy_AccountSvc_callback_s cbs = {
+      vtest::Events::on_connected, vtest::Events::on_disconnected, vtest::Events::on_rejected};
   rpc_port_proxy_AccountSvc_h proxy = nullptr;
   ASSERT_EQ(rpc_port_proxy_AccountSvc_create(kAgent, &cbs, &events_, &proxy), 0);
   proxies_.push_back(proxy);
@@ -206,8 +205,8 @@ TEST_F(NidlEdges, DelegateCallbackOnTheMainPortIsSkippedWhileWaiting) {
 TEST_F(NidlEdges, SecondPushForAOnceDelegateIsDropped) {
   vtest::ScriptedStub stub(*root_, vtest::Script::kPushTwice);
   rpc_port_proxy_AccountSvc_h proxy = connect_proxy(&events_, vtest::ScriptedStub::kAppId);
-  const std::string event = std::string("[__RPC_PORT__] endpoint(") +
-                            vtest::ScriptedStub::kAppId + "), port_name(AccountSvc)";
+  const std::string event = std::string("[__RPC_PORT__] endpoint(") + vtest::ScriptedStub::kAppId +
+                            "), port_name(AccountSvc)";
   vtest::LogCapture log;
   Replies replies;
   request_token(proxy, &replies);

@@ -99,8 +99,8 @@ TEST_F(NidlMethods, GetAccountListListsSignedInAccountsInOrder) {
 }
 
 TEST_F(NidlMethods, GetLastAccessTokenAnswersTheTokenLastHandedOut) {
-  rpc_port_AccountS_h ask = vtest::account_of(
-      {{rpc_port_AccountS_set_LoginId, "alice@example.com"}, {rpc_port_AccountS_set_ClientId, kClient}});
+  rpc_port_AccountS_h ask = vtest::account_of({{rpc_port_AccountS_set_LoginId, "alice@example.com"},
+                                               {rpc_port_AccountS_set_ClientId, kClient}});
   rpc_port_AccountS_h out = nullptr;
   EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(proxy_, ask, &out),
             vagent::errc::kNoToken);
@@ -243,9 +243,9 @@ TEST_F(NidlMethods, CommonAccountServesMccTermsGuidAndLinking) {
   EXPECT_EQ(linking().password, "Y");
 
   // Any other request type is not served.
-  EXPECT_EQ(call(vtest::account_of({{rpc_port_AccountS_set_LoginId, "alice@example.com"}}), 99)
-                .result,
-            vagent::errc::kNotSupported);
+  EXPECT_EQ(
+      call(vtest::account_of({{rpc_port_AccountS_set_LoginId, "alice@example.com"}}), 99).result,
+      vagent::errc::kNotSupported);
 }
 
 TEST_F(NidlMethods, PlaceAndProfileMethodsAnswerNotSupported) {
@@ -256,10 +256,10 @@ TEST_F(NidlMethods, PlaceAndProfileMethodsAnswerNotSupported) {
   rpc_port_PrivacyS_h privacy = nullptr;
   rpc_port_PrivacyS_create(&privacy);
 
-  EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_RequestPlaceInfo(
-                proxy_, a,
-                rpc_port_AccountSvc_ResponsePlaceCb_create(Replies::on_place, true, &replies)),
-            0);
+  EXPECT_EQ(
+      rpc_port_proxy_AccountSvc_invoke_RequestPlaceInfo(
+          proxy_, a, rpc_port_AccountSvc_ResponsePlaceCb_create(Replies::on_place, true, &replies)),
+      0);
   EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(
                 proxy_, a, "all",
                 rpc_port_AccountSvc_ResponseProfileCb_create(Replies::on_profile, true, &replies)),
@@ -296,6 +296,17 @@ TEST_F(NidlMethods, ErrorCodeFaultReplacesTheWork) {
   free(login);
   Reply r = access_token("alice@example.com");
   EXPECT_EQ(r.result, vagent::errc::kNeedSignIn);
+}
+
+TEST_F(NidlMethods, DelayedAnswersStillArriveInFull) {
+  fault("*", "delay_ms", "200");
+  char *login = nullptr;
+  EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(proxy_, &login), 0);
+  EXPECT_STREQ(login, "alice@example.com");
+  free(login);
+  Reply r = access_token("bob@example.com");
+  EXPECT_EQ(r.result, 0);
+  EXPECT_EQ(r.login_id, "bob@example.com");
 }
 
 }  // namespace

@@ -2,8 +2,8 @@
 // own platform root with the agent installed, launched on demand and stopped at the end.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <glib.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -42,7 +42,8 @@ inline bool run_until(const std::function<bool()> &done, int timeout_ms = kWaitM
   bool expired = false;
   GSource *timer = g_timeout_source_new(static_cast<guint>(timeout_ms));
   g_source_set_callback(
-      timer, [](gpointer flag) -> gboolean {
+      timer,
+      [](gpointer flag) -> gboolean {
         *static_cast<bool *>(flag) = true;
         return G_SOURCE_REMOVE;
       },
@@ -211,7 +212,13 @@ class AgentTest : public ::testing::Test {
     // Reap it if it is ours and has exited; the launcher's own reaper may have done so already.
     int status;
     if (waitpid(pid, &status, WNOHANG) == pid) return true;
-    return kill(pid, 0) != 0 && errno == ESRCH;
+    if (kill(pid, 0) != 0 && errno == ESRCH) return true;
+    // An instance another process launched is not ours to reap: exited is enough.
+    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(stat, line);
+    size_t close = line.rfind(')');
+    return close != std::string::npos && close + 2 < line.size() && line[close + 2] == 'Z';
   }
 
   // Ends the agent this test launched (the pid the launcher recorded) and waits until it is gone.

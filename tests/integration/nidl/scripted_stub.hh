@@ -21,10 +21,10 @@
 namespace vtest {
 
 enum class Script {
-  kCallbackBeforeResult,  // a protocol-1 parcel on the main port, then the result "scripted" / 7
-  kPushTwice,             // result 0, then the same callback pushed twice ("first", "second")
-  kPushProtocolZeroFirst, // result 0, a callback parcel with protocol 0, then the right one
-  kPushIdZero,            // result 0, a callback with delegate id 0, then the right one
+  kCallbackBeforeResult,   // a protocol-1 parcel on the main port, then the result "scripted" / 7
+  kPushTwice,              // result 0, then the same callback pushed twice ("first", "second")
+  kPushProtocolZeroFirst,  // result 0, a callback parcel with protocol 0, then the right one
+  kPushIdZero,             // result 0, a callback with delegate id 0, then the right one
 };
 
 class ScriptedStub {

@@ -10,7 +10,8 @@ namespace {
 using vtest::Calls;
 using vtest::pushed;
 
-constexpr const char *kEventLine = "[__RPC_PORT__] endpoint(dev.velmora.account), port_name(AccountSvc)";
+constexpr const char *kEventLine =
+    "[__RPC_PORT__] endpoint(dev.velmora.account), port_name(AccountSvc)";
 
 void dispatch(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h p) {
   vproxy::dispatch_callback(h, p, "dev.velmora.account", "AccountSvc");

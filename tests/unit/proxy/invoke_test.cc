@@ -62,7 +62,9 @@ std::vector<Method> methods() {
   return {
       {"GetDefaultAccount",
        [](H h, Args &a) { return rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(h, &a.login); },
-       {[](H h, Args &) { return rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(h, nullptr); }}},
+       {[](H h, Args &) {
+         return rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(h, nullptr);
+       }}},
       {"SetDefaultAccount",
        [](H h, Args &) { return rpc_port_proxy_AccountSvc_invoke_SetDefaultAccount(h, "x"); },
        {}},
@@ -80,8 +82,7 @@ std::vector<Method> methods() {
                                                                     &a.result_account);
        },
        {[](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(h, nullptr,
-                                                                     &a.result_account);
+          return rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(h, nullptr, &a.result_account);
         },
         [](H h, Args &a) {
           return rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(h, a.account, nullptr);
@@ -112,12 +113,10 @@ std::vector<Method> methods() {
                                                                            a.response);
        },
        {[](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(h, nullptr,
-                                                                            a.response);
+          return rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(h, nullptr, a.response);
         },
         [](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(h, a.account,
-                                                                            nullptr);
+          return rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(h, a.account, nullptr);
         }}},
       {"RequestPlaceInfo",
        [](H h, Args &a) {
@@ -140,8 +139,7 @@ std::vector<Method> methods() {
                                                                      a.profile_cb);
         },
         [](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(h, a.account, "all",
-                                                                     nullptr);
+          return rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(h, a.account, "all", nullptr);
         }}},
       {"UpdateProfileInfo",
        [](H h, Args &a) {
@@ -166,12 +164,10 @@ std::vector<Method> methods() {
                                                                    a.error);
        },
        {[](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(h, nullptr, a.privacy,
-                                                                    a.error);
+          return rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(h, nullptr, a.privacy, a.error);
         },
         [](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(h, a.account, nullptr,
-                                                                    a.error);
+          return rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(h, a.account, nullptr, a.error);
         },
         [](H h, Args &a) {
           return rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(h, a.account, a.privacy,
@@ -193,8 +189,7 @@ std::vector<Method> methods() {
                                                                a.profile_cb);
        },
        {[](H h, Args &a) {
-          return rpc_port_proxy_AccountSvc_invoke_CommonProfile(h, nullptr, 2, "all",
-                                                                a.profile_cb);
+          return rpc_port_proxy_AccountSvc_invoke_CommonProfile(h, nullptr, 2, "all", a.profile_cb);
         },
         [](H h, Args &a) {
           return rpc_port_proxy_AccountSvc_invoke_CommonProfile(h, a.account, 2, "all", nullptr);

@@ -19,7 +19,8 @@ namespace vtest {
 // sent or received through it. The main port can be set to a dummy value to pass the connection
 // check only in tests that never reach a send.
 inline rpc_port_proxy_AccountSvc_h bare_proxy() {
-  auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
+  auto *h =
+      static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
   h->stub_appid = strdup("dev.velmora.account");
   g_rec_mutex_init(&h->mutex);
   return h;
