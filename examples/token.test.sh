@@ -1,0 +1,40 @@
+#!/usr/bin/env bash
+# Runs examples/token.c against the agent: a fresh platform root with the agent installed, a user
+# signed in with a client, then the example in both transports. Stops the agent the example caused
+# to be launched and removes the root.
+#   token.test.sh <velmora-platform program> <example program> <velmora-agent program>
+set -euo pipefail
+platform=$1
+example=$2
+agent=$3
+
+root=$(mktemp -d "${TMPDIR:-/tmp}/velmora-example-XXXXXX")
+export VELMORA_PLATFORM_ROOT=$root
+cleanup() {
+  local pidfile=$root/run/dev.velmora.account.pid pid
+  if [[ -f $pidfile ]]; then
+    pid=$(cut -d' ' -f1 "$pidfile")
+    if [[ $(readlink "/proc/$pid/exe" 2>/dev/null) == "$(readlink -f "$agent")" ]]; then
+      kill -TERM "$pid" 2>/dev/null || true
+      for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
+      kill -KILL "$pid" 2>/dev/null || true
+    fi
+  fi
+  rm -rf "$root"
+}
+trap cleanup EXIT
+
+"$platform" init >/dev/null
+"$platform" install dev.velmora.account \
+  --app "dev.velmora.account:service:$agent" \
+  --app "dev.velmora.account.ui:ui:$agent" \
+  --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
+"$agent" seed-user --login-id example@velmora.dev --password example-pass-1 --sign-in \
+  --client-id example.client --client-secret example-secret --scope read >/dev/null
+
+for mode in "" --nidl; do
+  # Into a file: the agent launched on demand inherits the example's output.
+  "$example" $mode example@velmora.dev example.client example-secret >"$root/out.txt"
+  cat "$root/out.txt"
+  grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$root/out.txt"
+done
