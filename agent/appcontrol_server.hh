@@ -1,9 +1,9 @@
 // Velmora agent: the app-control operations, the agent's end of APP_CONTROL mode.
 //
 // Every launch request sent to the agent reaches the server, which looks its operation URI up in
-// the table of appcontrol_operations.hh and replies SUCCEEDED with the operation's extras, or FAILED
-// with "error_code" and "error_msg". An operation the agent does not know is answered FAILED with
-// error_code VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED (0xC0000002, "AGENT_ERROR_NOT_SUPPORTED").
+// the table of appcontrol_operations.hh and replies SUCCEEDED with the operation's extras, or
+// FAILED with "error_code" and "error_msg". An operation the agent does not know is answered FAILED
+// with error_code VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED (0xC0000002, "AGENT_ERROR_NOT_SUPPORTED").
 //
 // Faults (faults.hh) apply per operation, under the name of its table row ("getaccesstoken", ...):
 //   delay_ms      the reply is sent that much later

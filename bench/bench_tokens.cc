@@ -198,10 +198,10 @@ void install_agent(Setup &s) {
   if (velmora_host_install_package(kAgentAppId, apps, 1, meta, 1, &error) != 0)
     fail(error ? error : "install the agent");
 
-  const std::vector<std::string> args = {exec,          "--root",     s.root,      "seed-user",
-                                         "--login-id",  kLogin,       "--password", "bench-pass-1",
-                                         "--sign-in",   "--client-id", kClient,     "--client-secret",
-                                         kSecret,       "--scope",    kScope};
+  const std::vector<std::string> args = {
+      exec,    "--root",          s.root,         "seed-user", "--login-id",
+      kLogin,  "--password",      "bench-pass-1", "--sign-in", "--client-id",
+      kClient, "--client-secret", kSecret,        "--scope",   kScope};
   std::vector<gchar *> argv;
   for (const std::string &a : args) argv.push_back(const_cast<gchar *>(a.c_str()));
   argv.push_back(nullptr);

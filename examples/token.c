@@ -18,12 +18,13 @@
 
 typedef struct {
   GMainLoop *loop;
-  int result;          /* of the request, or of connecting */
+  int result; /* of the request, or of connecting */
   bool connected;
-  guint timer;         /* the time-out source, 0 once it has fired */
+  guint timer; /* the time-out source, 0 once it has fired */
 } example_state;
 
-/* Completion of the request: `account` is a new handle holding the answer; it is ours to destroy. */
+/* Completion of the request: `account` is a new handle holding the answer; it is ours to destroy.
+ */
 static void on_token(int result, velmora_account_h account, void *user_data) {
   example_state *state = user_data;
   state->result = result;
@@ -35,7 +36,8 @@ static void on_token(int result, velmora_account_h account, void *user_data) {
       printf("access_token: %s\n", token);
       free(token);
     }
-    if (velmora_account_get_property_int(account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN,
+    if (velmora_account_get_property_int(account,
+                                         VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN,
                                          &expires_in) == VELMORA_ACCOUNT_ERROR_NONE)
       printf("expires_in: %d\n", expires_in);
   } else {

@@ -4,8 +4,8 @@
  * App-control replies reach one of the reply callbacks below (one per operation, so that logs name
  * it; they share one body). Each turns the reply into a result code (the "error_code" extra of a
  * failed reply), copies the reply's extras into the request's account clone, calls the caller's
- * callback once and frees the request record. Replies over the AccountSvc port reach one of the Nidl*
- * delegate callbacks, which do the same from an AccountS record.
+ * callback once and frees the request record. Replies over the AccountSvc port reach one of the
+ * Nidl* delegate callbacks, which do the same from an AccountS record.
  *
  * The account clone handed to the caller's callback is not destroyed here: it belongs to the
  * callback's receiver.
@@ -58,12 +58,12 @@ void set_default_result_cb(app_control_h request, app_control_h reply, app_contr
                            void *user_data);
 void last_access_token_result_cb(app_control_h request, app_control_h reply,
                                  app_control_result_e result, void *user_data);
-void access_token_result_cb(app_control_h request, app_control_h reply,
-                            app_control_result_e result, void *user_data);
+void access_token_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
+                            void *user_data);
 void auth_code_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
                          void *user_data);
-void confirm_user_result_cb(app_control_h request, app_control_h reply,
-                            app_control_result_e result, void *user_data);
+void confirm_user_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
+                            void *user_data);
 void mcc_cb(app_control_h request, app_control_h reply, app_control_result_e result,
             void *user_data);
 void update_tnc_cb(app_control_h request, app_control_h reply, app_control_result_e result,
@@ -73,7 +73,8 @@ void get_account_from_property_cb(app_control_h request, app_control_h reply,
 /* Calls a velmora_account_signed_in_cb with the holder's status (holder: va_signed_in_status_s). */
 void signed_in_status_cb(app_control_h request, app_control_h reply, app_control_result_e result,
                          void *user_data);
-/* Calls a velmora_account_list_cb with the login ids of the reply (holder: va_account_id_list_s). */
+/* Calls a velmora_account_list_cb with the login ids of the reply (holder: va_account_id_list_s).
+ */
 void account_list_cb(app_control_h request, app_control_h reply, app_control_result_e result,
                      void *user_data);
 
@@ -86,7 +87,8 @@ void va_reply_to_response_cb(const char *name, app_control_h reply, app_control_
                              velmora_account_request_h request,
                              void (*before_callback)(velmora_account_h account));
 
-/* The result of a reply: 0 for a successful one, else its converted "error_code" (0 without one). */
+/* The result of a reply: 0 for a successful one, else its converted "error_code" (0 without one).
+ */
 int va_reply_result(const char *name, app_control_h reply, app_control_result_e result);
 
 /* ---- extra-data visitors ---- */

@@ -71,8 +71,8 @@ typedef int (*va_nidl_invoke_fn)(rpc_port_proxy_AccountSvc_h h, rpc_port_Account
 
 /* Where required values are checked by va_request_send_app_control. */
 typedef enum {
-  VA_CHECK_BY_OPERATION = 0,    /* the operation checked them itself, before cloning */
-  VA_CHECK_AFTER_APP_ID,        /* after the app control was made and its target set */
+  VA_CHECK_BY_OPERATION = 0, /* the operation checked them itself, before cloning */
+  VA_CHECK_AFTER_APP_ID,     /* after the app control was made and its target set */
 } va_required_check_e;
 
 /* One operation, as both send paths need it. Fields of a transport the operation does not use
@@ -91,9 +91,9 @@ typedef struct {
   /* AccountSvc port */
   const char *nidl_mode_log; /* "Request AccessToken to [NIDL] Mode" */
   rpc_port_AccountSvc_ResponseCb_cb delegate_cb;
-  va_nidl_invoke_fn invoke;   /* NULL: CommonAccount with common_type */
-  int common_type;            /* the request type of CommonAccount */
-  const char *invoke_name;    /* the method in the failure line: "Failed to <name>. err = %d" */
+  va_nidl_invoke_fn invoke; /* NULL: CommonAccount with common_type */
+  int common_type;          /* the request type of CommonAccount */
+  const char *invoke_name;  /* the method in the failure line: "Failed to <name>. err = %d" */
 
   const va_extra_s *extras;
   size_t extra_count;

@@ -27,27 +27,42 @@ constexpr size_t count_of(const va_extra_s (&)[N]) {
   return N;
 }
 
-constexpr va_extra_s kLoginId = {
-    .key = "login_id", .field = rpc_port_AccountS_set_LoginId, .source = VA_SOURCE_STR,
-    .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, .need = VA_EXTRA_REQUIRED};
-constexpr va_extra_s kClientId = {
-    .key = "client_id", .field = rpc_port_AccountS_set_ClientId, .source = VA_SOURCE_STR,
-    .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, .need = VA_EXTRA_REQUIRED};
-constexpr va_extra_s kScope = {
-    .key = "scope", .field = rpc_port_AccountS_set_Scope, .source = VA_SOURCE_STR,
-    .property = VELMORA_ACCOUNT_PROPERTY_SCOPE, .need = VA_EXTRA_OPTIONAL,
-    .set_log = "Set property, scope", .log_value = true, .unset_log = "PROPERTY_SCOPE is NULL"};
+constexpr va_extra_s kLoginId = {.key = "login_id",
+                                 .field = rpc_port_AccountS_set_LoginId,
+                                 .source = VA_SOURCE_STR,
+                                 .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
+                                 .need = VA_EXTRA_REQUIRED};
+constexpr va_extra_s kClientId = {.key = "client_id",
+                                  .field = rpc_port_AccountS_set_ClientId,
+                                  .source = VA_SOURCE_STR,
+                                  .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
+                                  .need = VA_EXTRA_REQUIRED};
+constexpr va_extra_s kScope = {.key = "scope",
+                               .field = rpc_port_AccountS_set_Scope,
+                               .source = VA_SOURCE_STR,
+                               .property = VELMORA_ACCOUNT_PROPERTY_SCOPE,
+                               .need = VA_EXTRA_OPTIONAL,
+                               .set_log = "Set property, scope",
+                               .log_value = true,
+                               .unset_log = "PROPERTY_SCOPE is NULL"};
 
 // The secret is required on a TV only; its value is never logged.
 constexpr va_extra_s kAccessTokenExtras[] = {
     kLoginId,
     kClientId,
-    {.key = "client_secret", .field = rpc_port_AccountS_set_ClientSecret, .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, .need = VA_EXTRA_REQUIRED_ON_TV,
-     .set_log = "Set property, client_secret", .unset_log = "PROPERTY_CLIENT_SESRET is NULL"},
-    {.key = "expired_access_token", .field = rpc_port_AccountS_set_LastAccessToken,
-     .source = VA_SOURCE_STR, .property = VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN,
-     .need = VA_EXTRA_OPTIONAL, .set_log = "Set property, expired_access_token",
+    {.key = "client_secret",
+     .field = rpc_port_AccountS_set_ClientSecret,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
+     .need = VA_EXTRA_REQUIRED_ON_TV,
+     .set_log = "Set property, client_secret",
+     .unset_log = "PROPERTY_CLIENT_SESRET is NULL"},
+    {.key = "expired_access_token",
+     .field = rpc_port_AccountS_set_LastAccessToken,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN,
+     .need = VA_EXTRA_OPTIONAL,
+     .set_log = "Set property, expired_access_token",
      .unset_log = "PROPERTY_LAST_ACCESS_TOKEN is NULL"},
     kScope,
 };
@@ -58,9 +73,12 @@ constexpr va_extra_s kLastAccessTokenExtras[] = {kLoginId, kClientId, kScope};
 constexpr va_extra_s kAuthCodeExtras[] = {
     kLoginId,
     kClientId,
-    {.key = "device_physical_address", .field = rpc_port_AccountS_set_DeviceUniqueCode,
-     .source = VA_SOURCE_STR, .property = VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE,
-     .need = VA_EXTRA_OPTIONAL, .set_log = "Set property, device_unique_code",
+    {.key = "device_physical_address",
+     .field = rpc_port_AccountS_set_DeviceUniqueCode,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE,
+     .need = VA_EXTRA_OPTIONAL,
+     .set_log = "Set property, device_unique_code",
      .unset_log = "PROPERTY_DEVICE_UNIQUE_CODE is NULL"},
     kScope,
 };
@@ -74,8 +92,9 @@ const va_request_op_s kAccessToken = {
     .operation = &REQUEST_OP_GETACCESSTOKEN,
     .reply_cb = access_token_result_cb,
     .required_check = VA_CHECK_BY_OPERATION,
-    .invalid_property_log = "Invalid Property, login_id/client_id is not set. "
-                            "[VA_ERROR_INVALID_PARAMETER]",
+    .invalid_property_log =
+        "Invalid Property, login_id/client_id is not set. "
+        "[VA_ERROR_INVALID_PARAMETER]",
     .nidl_mode_log = "Request AccessToken to [NIDL] Mode",
     .delegate_cb = NidlAccessTokenCb,
     .invoke = rpc_port_proxy_AccountSvc_invoke_RequestAccessToken,
@@ -121,8 +140,9 @@ const va_request_op_s kEffortless = {
     .operation = &REQUEST_OP_GETAUTHCODE_EFFORTLESS,
     .reply_cb = effortless_result_cb,
     .required_check = VA_CHECK_BY_OPERATION,
-    .invalid_property_log = "Invalid Property, login_id/client_id is not set. "
-                            "[VA_ERROR_INVALID_PARAMETER]",
+    .invalid_property_log =
+        "Invalid Property, login_id/client_id is not set. "
+        "[VA_ERROR_INVALID_PARAMETER]",
     .nidl_mode_log = "Request Effortless to [NIDL] Mode",
     .delegate_cb = NidlEffortlessCb,
     .invoke = rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless,
@@ -132,8 +152,7 @@ const va_request_op_s kEffortless = {
 };
 
 // The checks every operation here starts with, in this order: agent installed, handle, callback.
-int check_common(const char *name, velmora_account_h handle,
-                 velmora_account_response_cb callback) {
+int check_common(const char *name, velmora_account_h handle, velmora_account_response_cb callback) {
   VA_LOG_AS(DLOG_INFO, name, "[%s]", name);
   if (is_agent_installed() == false) {
     VA_LOG_AS(DLOG_ERROR, name, "(%s)", "is_agent_installed() == false");
@@ -212,9 +231,8 @@ VELMORA_API int velmora_account_get_last_access_token(velmora_account_h handle,
   velmora_account_h clone = NULL;
   ret = clone_of(op->name, handle, &clone);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
-  return va_request_send_app_control(op, handle, clone,
-                                     reinterpret_cast<velmora_account_request_cb>(callback),
-                                     user_data, NULL);
+  return va_request_send_app_control(
+      op, handle, clone, reinterpret_cast<velmora_account_request_cb>(callback), user_data, NULL);
 }
 
 VELMORA_API int velmora_account_request_auth_code(velmora_account_h handle,

@@ -40,8 +40,8 @@ VELMORA_API int velmora_account_get_last_access_token_sync(velmora_account_h han
   rpc_port_AccountS_h request = request_of(handle);
   VA_RETV_IF(request == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   rpc_port_AccountS_h result = NULL;
-  const int ret = rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(handle->proxy, request,
-                                                                      &result);
+  const int ret =
+      rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(handle->proxy, request, &result);
   rpc_port_AccountS_destroy(request);
   if (ret != 0) {
     VA_LOGI("Failed to rpc_port_GetLastAccessToken. err = %d", ret);

@@ -66,10 +66,10 @@ int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_Acc
   for (const StrField &f : kStrFields) {
     char *value = nullptr;  // an unset field leaves it NULL (the getter logs it)
     f.get(s, &value);
-    const bool skip = value == nullptr || value[0] == '\0' ||
-                      // "-1" is the agent's "no refresh token"
-                      (f.property == VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN &&
-                       strcmp(value, "-1") == 0);
+    const bool skip =
+        value == nullptr || value[0] == '\0' ||
+        // "-1" is the agent's "no refresh token"
+        (f.property == VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN && strcmp(value, "-1") == 0);
     if (!skip) velmora_account_util_set_property_str(account, f.property, value);
     free(value);
   }
@@ -82,8 +82,7 @@ int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_Acc
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int set_response_handle_from_missing_nild_result(velmora_account_h account,
-                                                 rpc_port_AccountS_h s) {
+int set_response_handle_from_missing_nild_result(velmora_account_h account, rpc_port_AccountS_h s) {
   VA_ENTRY();
   // The condition texts name the original arguments of this conversion.
   if (account == NULL) {
@@ -98,11 +97,11 @@ int set_response_handle_from_missing_nild_result(velmora_account_h account,
   char *status = nullptr;
   rpc_port_AccountS_get_Password(s, &status);
   if (status != nullptr && strcmp(status, "Y") == 0)
-    velmora_account_util_set_property_bool(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS,
-                                           true);
+    velmora_account_util_set_property_bool(
+        account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, true);
   else if (status != nullptr && strcmp(status, "N") == 0)
-    velmora_account_util_set_property_bool(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS,
-                                           false);
+    velmora_account_util_set_property_bool(
+        account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, false);
   free(status);
   VA_EXIT();
   return VELMORA_ACCOUNT_ERROR_NONE;

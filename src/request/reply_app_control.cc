@@ -45,11 +45,11 @@ void va_reply_to_response_cb(const char *name, app_control_h reply, app_control_
   VA_LOG_AS(DLOG_INFO, name, "[%s] <<<< ended", name);
 }
 
-#define VA_DEFINE_RESPONSE_REPLY_CB(cb_name)                                                    \
-  void cb_name(app_control_h request, app_control_h reply, app_control_result_e result,         \
-               void *user_data) {                                                              \
-    va_reply_to_response_cb(__func__, reply, result,                                            \
-                            static_cast<velmora_account_request_h>(user_data), nullptr);        \
+#define VA_DEFINE_RESPONSE_REPLY_CB(cb_name)                                             \
+  void cb_name(app_control_h request, app_control_h reply, app_control_result_e result,  \
+               void *user_data) {                                                        \
+    va_reply_to_response_cb(__func__, reply, result,                                     \
+                            static_cast<velmora_account_request_h>(user_data), nullptr); \
   }
 
 VA_DEFINE_RESPONSE_REPLY_CB(sign_in_result_cb)

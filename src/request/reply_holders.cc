@@ -65,9 +65,8 @@ void account_list_cb(app_control_h request, app_control_h reply, app_control_res
   auto *ids = req->data != nullptr ? static_cast<va_account_id_list_s *>(req->data) : &local;
   ids->length = 0;
   ids->list = static_cast<char **>(calloc(VA_ACCOUNT_LIST_MAX, sizeof(char *)));
-  if (ids->list == nullptr ||
-      app_control_foreach_extra_data(reply, foreach_signed_in_account_cb, ids) !=
-          APP_CONTROL_ERROR_NONE) {
+  if (ids->list == nullptr || app_control_foreach_extra_data(reply, foreach_signed_in_account_cb,
+                                                             ids) != APP_CONTROL_ERROR_NONE) {
     VA_LOGI("Fail to app_control_foreach_extra_data");
     free_ids(ids);
     ret = VELMORA_ACCOUNT_ERROR_NO_DATA;

@@ -13,8 +13,7 @@ namespace {
 
 using FillFn = int (*)(velmora_account_h account, rpc_port_AccountS_h s);
 
-void nidl_reply(const char *name, void *user_data, int result, rpc_port_AccountS_h s,
-                FillFn fill) {
+void nidl_reply(const char *name, void *user_data, int result, rpc_port_AccountS_h s, FillFn fill) {
   VA_LOG_AS(DLOG_INFO, name, "[%s]", name);
   auto *request = static_cast<velmora_account_request_h>(user_data);
   if (request == nullptr) {
@@ -50,9 +49,9 @@ velmora_account_request_h __create_nidl_request(velmora_account_h account,
   return request;
 }
 
-#define VA_DEFINE_NIDL_CB(cb_name, fill)                                        \
-  void cb_name(void *user_data, int result, rpc_port_AccountS_h account) {      \
-    nidl_reply(__func__, user_data, result, account, fill);                     \
+#define VA_DEFINE_NIDL_CB(cb_name, fill)                                   \
+  void cb_name(void *user_data, int result, rpc_port_AccountS_h account) { \
+    nidl_reply(__func__, user_data, result, account, fill);                \
   }
 
 VA_DEFINE_NIDL_CB(NidlEffortlessCb, set_response_handle_from_nild_result)

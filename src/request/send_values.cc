@@ -16,16 +16,26 @@ using FlagMember = int velmora_account_s::*;
 
 // String property id -> field.
 constexpr StrMember kStrMembers[VA_STR_PROPERTY_COUNT] = {
-    &velmora_account_s::access_token,         &velmora_account_s::api_server_url,
-    &velmora_account_s::authcode,             &velmora_account_s::auth_server_url,
-    &velmora_account_s::client_id,            &velmora_account_s::client_secret,
-    &velmora_account_s::cc,                   &velmora_account_s::device_unique_code,
-    &velmora_account_s::expired_access_token, &velmora_account_s::login_id,
-    &velmora_account_s::mcc,                  &velmora_account_s::password,
-    &velmora_account_s::refresh_token,        &velmora_account_s::scope,
-    &velmora_account_s::user_id,              &velmora_account_s::signin_app_message,
-    &velmora_account_s::customizedservice,    &velmora_account_s::id_token,
-    &velmora_account_s::authentication_token, &velmora_account_s::authentication_code,
+    &velmora_account_s::access_token,
+    &velmora_account_s::api_server_url,
+    &velmora_account_s::authcode,
+    &velmora_account_s::auth_server_url,
+    &velmora_account_s::client_id,
+    &velmora_account_s::client_secret,
+    &velmora_account_s::cc,
+    &velmora_account_s::device_unique_code,
+    &velmora_account_s::expired_access_token,
+    &velmora_account_s::login_id,
+    &velmora_account_s::mcc,
+    &velmora_account_s::password,
+    &velmora_account_s::refresh_token,
+    &velmora_account_s::scope,
+    &velmora_account_s::user_id,
+    &velmora_account_s::signin_app_message,
+    &velmora_account_s::customizedservice,
+    &velmora_account_s::id_token,
+    &velmora_account_s::authentication_token,
+    &velmora_account_s::authentication_code,
     &velmora_account_s::partner_client_id,
 };
 
@@ -56,8 +66,7 @@ const char *va_extra_value(const va_extra_s *extra, velmora_account_h handle) {
   return nullptr;
 }
 
-bool va_request_missing(const va_request_op_s *op, velmora_account_h handle,
-                        va_extra_need_e need) {
+bool va_request_missing(const va_request_op_s *op, velmora_account_h handle, va_extra_need_e need) {
   for (size_t i = 0; i < op->extra_count; ++i) {
     const va_extra_s *extra = &op->extras[i];
     if (extra->need == need && va_extra_value(extra, handle) == nullptr) return true;

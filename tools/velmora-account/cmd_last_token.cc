@@ -1,5 +1,6 @@
 // velmora-account last-token: the last access token the agent handed out
-// (velmora_account_get_last_access_token, or with --sync velmora_account_get_last_access_token_sync).
+// (velmora_account_get_last_access_token, or with --sync
+// velmora_account_get_last_access_token_sync).
 #include "cli.hh"
 
 namespace vcli {

@@ -64,7 +64,7 @@ struct StringOption {
 };
 
 constexpr StringOption kStringOptions[] = {
-    {"--login-id", &Options::login_id},         {"--client-id", &Options::client_id},
+    {"--login-id", &Options::login_id},           {"--client-id", &Options::client_id},
     {"--client-secret", &Options::client_secret}, {"--scope", &Options::scope},
     {"--expired-token", &Options::expired_token}, {"--device-code", &Options::device_code},
 };

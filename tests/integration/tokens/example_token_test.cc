@@ -29,9 +29,9 @@ int run_example(const std::string &root, const std::vector<std::string> &args, s
   argv.push_back(nullptr);
   GPid pid = 0;
   GError *error = nullptr;
-  const gboolean spawned = g_spawn_async_with_fds(
-      nullptr, argv.data(), nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid, -1, fd, -1,
-      &error);
+  const gboolean spawned =
+      g_spawn_async_with_fds(nullptr, argv.data(), nullptr, G_SPAWN_DO_NOT_REAP_CHILD, nullptr,
+                             nullptr, &pid, -1, fd, -1, &error);
   close(fd);
   if (!spawned) {
     ADD_FAILURE() << error->message;

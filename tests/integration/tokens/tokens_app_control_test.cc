@@ -32,13 +32,12 @@ TEST_F(TokensAppControl, AccessTokenReachesTheCallbackInAClone) {
             VELMORA_ACCOUNT_ERROR_NO_DATA);
 
   // The request's lines, in the library's words.
-  for (const char *text : {"[velmora_account_request_access_token]",
-                           "Request AccessToken to [APP_CONTROL] Mode",
-                           "Set property, client_secret", "PROPERTY_LAST_ACCESS_TOKEN is NULL",
-                           "Set property, scope [read]", "APP_CONTROL_FREE",
-                           "[velmora_account_request_access_token] <<<< ended",
-                           "[access_token_result_cb]", "Key[access_token]", "REQUEST_HANDLE_FREE",
-                           "[access_token_result_cb] <<<< ended"})
+  for (const char *text :
+       {"[velmora_account_request_access_token]", "Request AccessToken to [APP_CONTROL] Mode",
+        "Set property, client_secret", "PROPERTY_LAST_ACCESS_TOKEN is NULL",
+        "Set property, scope [read]", "APP_CONTROL_FREE",
+        "[velmora_account_request_access_token] <<<< ended", "[access_token_result_cb]",
+        "Key[access_token]", "REQUEST_HANDLE_FREE", "[access_token_result_cb] <<<< ended"})
     EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
   // The secret and the token never reach the log.
   const std::string issued = done.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN);
@@ -118,9 +117,9 @@ TEST_F(TokensAppControl, LastAccessTokenBeforeAnyTokenFailsWithTheAgentsCode) {
 TEST_F(TokensAppControl, AuthCodeCarriesTheDeviceCode) {
   prepare();
   velmora_account_h h = app_control_handle();
-  ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE,
-                                             "device-1"),
-            0);
+  ASSERT_EQ(
+      velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, "device-1"),
+      0);
   Completion done;
   LogCapture log;
   ASSERT_EQ(velmora_account_request_auth_code(h, Completion::cb, &done), 0);
@@ -128,9 +127,10 @@ TEST_F(TokensAppControl, AuthCodeCarriesTheDeviceCode) {
   EXPECT_EQ(done.result, 0) << log.dump();
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_AUTHCODE).size(), 32u);
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_USER_ID), user_id_);
-  for (const char *text : {"Request AuthCode to [APP_CONTROL] Mode",
-                           "Set property, device_unique_code", "Set property, scope [read]",
-                           "[auth_code_result_cb]", "[velmora_account_request_auth_code] <<<< ended"})
+  for (const char *text :
+       {"Request AuthCode to [APP_CONTROL] Mode", "Set property, device_unique_code",
+        "Set property, scope [read]", "[auth_code_result_cb]",
+        "[velmora_account_request_auth_code] <<<< ended"})
     EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
 }
 

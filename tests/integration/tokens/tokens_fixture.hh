@@ -39,8 +39,8 @@ inline bool iterate_until(const std::function<bool()> &done, int timeout_ms = kD
   const gint64 deadline = g_get_monotonic_time() + static_cast<gint64>(timeout_ms) * 1000;
   // A ticking source so that the blocking iteration wakes up to look at the clock.
   GSource *tick = g_timeout_source_new(20);
-  g_source_set_callback(tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr,
-                        nullptr);
+  g_source_set_callback(
+      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
   g_source_attach(tick, g_main_context_get_thread_default());
   bool ok = true;
   while (!done()) {
@@ -71,7 +71,9 @@ struct Completion {
     if (self->account != nullptr) velmora_account_destroy(self->account);
     self->account = account;  // the receiver owns it
   }
-  bool wait() { return iterate_until([this] { return calls > 0; }); }
+  bool wait() {
+    return iterate_until([this] { return calls > 0; });
+  }
 
   // A string property of the response handle, or "<unset>".
   std::string str(int property) const {
@@ -105,8 +107,8 @@ struct Connection {
 
 class TokensTest : public ::testing::Test {
  protected:
-  // A root with the given profile and agent level (nullopt: no agent at all), a signed-in user and a
-  // client with a secret and the scopes "read write".
+  // A root with the given profile and agent level (nullopt: no agent at all), a signed-in user and
+  // a client with a secret and the scopes "read write".
   void prepare(const std::string &profile = "mobile", std::optional<int> level = 5,
                bool seed = true) {
     root_.set_profile(profile);
@@ -170,8 +172,8 @@ class TokensTest : public ::testing::Test {
     EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin), 0);
     EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, kClient), 0);
     if (secret) {
-      EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret),
-                0);
+      EXPECT_EQ(
+          velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret), 0);
     }
     if (scope) {
       EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_SCOPE, scope), 0);

@@ -24,10 +24,10 @@ TEST_F(TokensNidl, AccessTokenArrivesThroughTheDelegate) {
   EXPECT_EQ(done.integer(VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN), 3600);
   // The clone keeps what the caller set and the reply did not bring.
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET), kSecret);
-  for (const char *text : {"[velmora_account_request_access_token]",
-                           "Request AccessToken to [NIDL] Mode", "[__create_nidl_request]",
-                           "[velmora_account_request_access_token] <<<< ended",
-                           "[NidlAccessTokenCb]", "[NidlAccessTokenCb] <<<< ended"})
+  for (const char *text :
+       {"[velmora_account_request_access_token]", "Request AccessToken to [NIDL] Mode",
+        "[__create_nidl_request]", "[velmora_account_request_access_token] <<<< ended",
+        "[NidlAccessTokenCb]", "[NidlAccessTokenCb] <<<< ended"})
     EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
   // The app-control lines of the optional values do not belong to this transport.
   EXPECT_EQ(log.count("Set property, client_secret"), 0);

@@ -119,15 +119,16 @@ TEST_F(NidlResult, LinkingStatusComesFromThePasswordField) {
   velmora_account_h account = nullptr;
   ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
   bool flag = false;
-  const std::pair<const char *, bool> cases[] = {{"Y", true}, {"x", true}, {"N", false},
-                                                 {"y", false}};
+  const std::pair<const char *, bool> cases[] = {
+      {"Y", true}, {"x", true}, {"N", false}, {"y", false}};
   for (const auto &c : cases) {
     AccountS s;
     rpc_port_AccountS_set_Password(s.h, c.first);
     rpc_port_AccountS_set_AccessToken(s.h, "not copied");
     ASSERT_EQ(set_response_handle_from_missing_nild_result(account, s.h), 0);
     EXPECT_EQ(velmora_account_util_get_property_bool(
-                  account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag), 0);
+                  account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag),
+              0);
     EXPECT_EQ(flag, c.second) << c.first;
   }
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "<unset>");
@@ -153,8 +154,10 @@ TEST_F(NidlReply, CreateNidlRequestFillsAccountCallbackAndUserData) {
 
 TEST_F(NidlReply, DelegateCallbacksFillTheCloneAndPassTheResultUnchanged) {
   const std::pair<rpc_port_AccountSvc_ResponseCb_cb, const char *> family[] = {
-      {NidlEffortlessCb, "NidlEffortlessCb"}, {NidlAccessTokenCb, "NidlAccessTokenCb"},
-      {NidlAuthCodeCb, "NidlAuthCodeCb"},     {NidlMccCb, "NidlMccCb"},
+      {NidlEffortlessCb, "NidlEffortlessCb"},
+      {NidlAccessTokenCb, "NidlAccessTokenCb"},
+      {NidlAuthCodeCb, "NidlAuthCodeCb"},
+      {NidlMccCb, "NidlMccCb"},
       {NidlAccountFromGuidCb, "NidlAccountFromGuidCb"},
   };
   for (const auto &member : family) {
@@ -190,7 +193,8 @@ TEST_F(NidlReply, LinkingDelegateReadsOnlyTheStatus) {
   EXPECT_EQ(rx.calls, 1);
   bool linked = false;
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &linked), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &linked),
+            0);
   EXPECT_TRUE(linked);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "<unset>");
 }

@@ -65,8 +65,7 @@ struct Received {
     self->account = account;
     self->signed_in = signed_in;
   }
-  static void list(int result, velmora_account_h account, char **ids, int length,
-                   void *user_data) {
+  static void list(int result, velmora_account_h account, char **ids, int length, void *user_data) {
     auto *self = static_cast<Received *>(user_data);
     ++self->calls;
     self->result = result;
@@ -92,8 +91,8 @@ class ReplyTest : public ::testing::Test {
                                                 void *holder = nullptr) {
     velmora_account_h clone = nullptr;
     EXPECT_EQ(velmora_account_clone(handle_, &clone), 0);
-    auto *request = static_cast<velmora_account_request_h>(
-        calloc(1, sizeof(struct velmora_account_request_s)));
+    auto *request =
+        static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
     request->account = clone;
     request->data = holder;
     request->app_control_cb = callback;

@@ -20,8 +20,8 @@ va_account_id_list_s *new_ids() {
 }
 
 TEST_F(SignedInStatusReply, TrueOnlyForTheExactValueTrue) {
-  const std::pair<const char *, bool> cases[] = {{"true", true}, {"TRUE", false}, {"false", false},
-                                                 {"1", false}};
+  const std::pair<const char *, bool> cases[] = {
+      {"true", true}, {"TRUE", false}, {"false", false}, {"1", false}};
   for (const auto &c : cases) {
     Received rx;
     auto *request = app_control_request(as_request_cb(Received::status), &rx, new_status());

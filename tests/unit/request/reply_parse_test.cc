@@ -49,18 +49,22 @@ TEST_F(ReplyParse, CopiesEveryKnownKeyIntoTheAccount) {
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN), "AUTHT");
   int n = 0;
   EXPECT_EQ(velmora_account_util_get_property_int(
-                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &n), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &n),
+            0);
   EXPECT_EQ(n, 3600);
   EXPECT_EQ(velmora_account_util_get_property_int(
-                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &n), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &n),
+            0);
   EXPECT_EQ(n, 1700000000);
   bool flag = false;
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+            0);
   EXPECT_TRUE(flag);
   flag = true;
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag),
+            0);
   EXPECT_FALSE(flag);
 
   // Every key read is logged by name; the values (tokens) are not.
@@ -91,24 +95,28 @@ TEST_F(ReplyParse, RequestToServerLowerCaseYLeavesTheFlag) {
   velmora_account_h account = nullptr;
   ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
   ASSERT_EQ(velmora_account_util_set_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false),
+            0);
   app_control_h reply = make_reply({{"request_to_server", "y"}});
   app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
   bool flag = true;
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+            0);
   EXPECT_FALSE(flag);
 
   app_control_h yes = make_reply({{"request_to_server", "Y"}});
   app_control_foreach_extra_data(yes, __foreach_extra_cb, account);
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+            0);
   EXPECT_TRUE(flag);
 
   app_control_h other = make_reply({{"request_to_server", "yes"}, {"account_linking_status", "n"}});
   app_control_foreach_extra_data(other, __foreach_extra_cb, account);
   EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag), 0);
+                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+            0);
   EXPECT_TRUE(flag);
   app_control_destroy(reply);
   app_control_destroy(yes);
@@ -158,7 +166,8 @@ TEST_F(ReplyParse, UnreadableKeyStopsTheWalk) {
   LogCapture log;
   // A key the reply does not hold cannot be read.
   EXPECT_FALSE(__foreach_extra_cb(reply, "mcc", account));
-  EXPECT_TRUE(log.has(kVaTag, 4, "foreach_extra_cb failed.APP_CONTROL_ERROR_KEY_NOT_FOUND [key : mcc]"))
+  EXPECT_TRUE(
+      log.has(kVaTag, 4, "foreach_extra_cb failed.APP_CONTROL_ERROR_KEY_NOT_FOUND [key : mcc]"))
       << log.dump();
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_MCC), "<unset>");
   app_control_destroy(reply);

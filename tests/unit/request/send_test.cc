@@ -44,17 +44,32 @@ int fake_invoke(rpc_port_proxy_AccountSvc_h, rpc_port_AccountS_h s,
 }
 
 constexpr va_extra_s kExtras[] = {
-    {.key = "login_id", .field = rpc_port_AccountS_set_LoginId, .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, .need = VA_EXTRA_REQUIRED},
-    {.key = "client_secret", .field = rpc_port_AccountS_set_ClientSecret, .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, .need = VA_EXTRA_REQUIRED_ON_TV,
-     .set_log = "Set property, client_secret", .unset_log = "PROPERTY_CLIENT_SESRET is NULL"},
-    {.key = "scope", .field = rpc_port_AccountS_set_Scope, .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_SCOPE, .need = VA_EXTRA_OPTIONAL,
-     .set_log = "Set property, scope", .log_value = true, .unset_log = "PROPERTY_SCOPE is NULL"},
-    {.key = "partner", .field = rpc_port_AccountS_set_Password, .source = VA_SOURCE_STR,
+    {.key = "login_id",
+     .field = rpc_port_AccountS_set_LoginId,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
+     .need = VA_EXTRA_REQUIRED},
+    {.key = "client_secret",
+     .field = rpc_port_AccountS_set_ClientSecret,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
+     .need = VA_EXTRA_REQUIRED_ON_TV,
+     .set_log = "Set property, client_secret",
+     .unset_log = "PROPERTY_CLIENT_SESRET is NULL"},
+    {.key = "scope",
+     .field = rpc_port_AccountS_set_Scope,
+     .source = VA_SOURCE_STR,
+     .property = VELMORA_ACCOUNT_PROPERTY_SCOPE,
+     .need = VA_EXTRA_OPTIONAL,
+     .set_log = "Set property, scope",
+     .log_value = true,
+     .unset_log = "PROPERTY_SCOPE is NULL"},
+    {.key = "partner",
+     .field = rpc_port_AccountS_set_Password,
+     .source = VA_SOURCE_STR,
      .property = VELMORA_ACCOUNT_PROPERTY_PARTNER_CLIENT_ID},
-    {.key = "flag", .source = VA_SOURCE_FLAG_YN,
+    {.key = "flag",
+     .source = VA_SOURCE_FLAG_YN,
      .property = VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE},
     {.key = "fixed", .source = VA_SOURCE_CONST, .value = "1"},
 };
@@ -144,8 +159,9 @@ TEST_F(RequestSend, AppControlLaunchToAMissingAgentIsNotSupportedAndReleasesEver
             VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_TRUE(log.has(kVaTag, 4, "PROPERTY_CLIENT_SESRET is NULL")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "Set property, scope [read]")) << log.dump();
-  EXPECT_TRUE(log.has(kVaTag, 4,
-                      "app_control_send_launch_request failed [-17825759][APP_CONTROL_ERROR_APP_NOT_FOUND]"))
+  EXPECT_TRUE(log.has(
+      kVaTag, 4,
+      "app_control_send_launch_request failed [-17825759][APP_CONTROL_ERROR_APP_NOT_FOUND]"))
       << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "REQUEST_HANDLE_FREE")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "VELMORA_ACCOUNT_FREE")) << log.dump();
