@@ -38,10 +38,12 @@ inline void mark_start() {
 
 // Ends the process after VTEST_APP_LIFETIME_MS, so that no test leaves an application behind.
 inline void limit_lifetime() {
-  g_timeout_add((guint)env_int("VTEST_APP_LIFETIME_MS", 60000), [](gpointer) -> gboolean {
-    _exit(0);
-    return G_SOURCE_REMOVE;
-  }, nullptr);
+  g_timeout_add((guint)env_int("VTEST_APP_LIFETIME_MS", 60000),
+                [](gpointer) -> gboolean {
+                  _exit(0);
+                  return G_SOURCE_REMOVE;
+                },
+                nullptr);
 }
 
 }  // namespace vtest::app

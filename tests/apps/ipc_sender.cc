@@ -1,7 +1,7 @@
 // Velmora tests: a second client process (see test_apps.hh).
 //
-//   ipc_sender proxy <app> <port>   connects a proxy, makes one "echo" round trip; exit 0 on success
-//   ipc_sender appcontrol <app>     sends one launch request; exit 0 on a succeeded reply
+//   ipc_sender proxy <app> <port>   connects a proxy, makes one "echo" round trip; exit 0 on
+//   success ipc_sender appcontrol <app>     sends one launch request; exit 0 on a succeeded reply
 // Exit 1 on a failure, 2 when nothing happened within 30 s.
 #include <cstdlib>
 #include <cstring>
@@ -52,10 +52,13 @@ void on_reply(app_control_h, app_control_h reply, app_control_result_e result, v
 int main(int argc, char **argv) {
   if (argc < 3) return 1;
   g_loop = g_main_loop_new(nullptr, FALSE);
-  g_timeout_add(30000, [](gpointer) -> gboolean {
-    done(2);
-    return G_SOURCE_REMOVE;
-  }, nullptr);
+  g_timeout_add(
+      30000,
+      [](gpointer) -> gboolean {
+        done(2);
+        return G_SOURCE_REMOVE;
+      },
+      nullptr);
   const std::string mode = argv[1];
   rpc_port_proxy_h proxy = nullptr;
   app_control_h request = nullptr;

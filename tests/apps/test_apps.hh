@@ -58,8 +58,8 @@ inline bool run_until(const std::function<bool()> &done, int timeout_ms = 20000)
   g_source_attach(timer, ctx);
   // Conditions may depend on other processes: look again at least every 10 ms.
   GSource *tick = g_timeout_source_new(10);
-  g_source_set_callback(tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr,
-                        nullptr);
+  g_source_set_callback(
+      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
   g_source_attach(tick, ctx);
   while (!done() && !expired) g_main_context_iteration(ctx, TRUE);
   g_source_destroy(tick);
@@ -106,7 +106,8 @@ inline void kill_instances(const std::string &root) {
   while (const gchar *name = g_dir_read_name(dir)) {
     std::string file = name;
     const std::string suffix = ".pid";
-    if (file.size() <= suffix.size() || file.compare(file.size() - suffix.size(), suffix.size(), suffix) != 0)
+    if (file.size() <= suffix.size() ||
+        file.compare(file.size() - suffix.size(), suffix.size(), suffix) != 0)
       continue;
     pid_t pid = instance_pid(root, file.substr(0, file.size() - suffix.size()));
     if (pid <= 0 || !process_exists(pid)) continue;

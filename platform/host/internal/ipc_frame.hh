@@ -1,4 +1,5 @@
-// Velmora host platform: length-prefixed frames on a stream socket (see ipc_wire.hh for the format).
+// Velmora host platform: length-prefixed frames on a stream socket (see ipc_wire.hh for the
+// format).
 //
 // Sockets are non-blocking. Reads take what is there and cut it into frames; a blocking read waits
 // with poll() (never by iterating a main loop) up to a deadline. Sends never raise SIGPIPE.

@@ -3,12 +3,13 @@
 // Extras keep their insertion order; adding an existing key replaces its value in place. A clone
 // of a received launch request shares the request's reply channel, so that it can be kept and
 // answered later.
+#include "app_control.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "app_control.h"
 #include "ipc_app_control.hh"
 
 namespace {

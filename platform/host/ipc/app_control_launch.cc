@@ -222,8 +222,9 @@ void launched(Sender *s, int fd) {
 void launch(Sender *s) {
   int fd = -1;
   LaunchWait *wait = nullptr;
-  switch (launch_connect(s->request->app_id, kAppControlSocket, s->ctx,
-                         [s](int connected_fd) { launched(s, connected_fd); }, &fd, &wait)) {
+  switch (launch_connect(
+      s->request->app_id, kAppControlSocket, s->ctx,
+      [s](int connected_fd) { launched(s, connected_fd); }, &fd, &wait)) {
     case LaunchStart::kNotFound:
     case LaunchStart::kFailed:
       finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
@@ -240,9 +241,9 @@ void launch(Sender *s) {
 int send_now(std::unique_ptr<Sender> s, int fd) {
   s->fd = fd;
   const bool handed = hand_over(s.get());
-  IoStatus status = handed ? read_frame_blocking(s->fd, &s->reader, &s->frames,
-                                                 velmora_host_rpc_timeout_ms())
-                           : IoStatus::kEof;
+  IoStatus status =
+      handed ? read_frame_blocking(s->fd, &s->reader, &s->frames, velmora_host_rpc_timeout_ms())
+             : IoStatus::kEof;
   if (status == IoStatus::kTimedOut) return APP_CONTROL_ERROR_TIMED_OUT;
   if (s->frames.empty() && (status == IoStatus::kEof || status == IoStatus::kError)) {
     // Closed before it answered: an ending instance, most likely. Retry from the main loop.
@@ -291,8 +292,9 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
   int fd = -1;
   LaunchWait *wait = nullptr;
   Sender *raw = s.get();
-  switch (launch_connect(app_control->app_id, kAppControlSocket, s->ctx,
-                         [raw](int connected_fd) { launched(raw, connected_fd); }, &fd, &wait)) {
+  switch (launch_connect(
+      app_control->app_id, kAppControlSocket, s->ctx,
+      [raw](int connected_fd) { launched(raw, connected_fd); }, &fd, &wait)) {
     case LaunchStart::kNotFound:
       return APP_CONTROL_ERROR_APP_NOT_FOUND;
     case LaunchStart::kFailed:

@@ -219,7 +219,8 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
     ret = APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
   if (ret == APP_CONTROL_ERROR_NONE) {
-    IoStatus status = send_frame(channel->fd, body.data(), body.size(), velmora_host_rpc_timeout_ms());
+    IoStatus status =
+        send_frame(channel->fd, body.data(), body.size(), velmora_host_rpc_timeout_ms());
     if (status == IoStatus::kTooBig)
       ret = APP_CONTROL_ERROR_INVALID_PARAMETER;
     else if (status != IoStatus::kOk)

@@ -61,8 +61,8 @@ bool spawn_instance(const AppRecord &app, GMainContext *ctx, Instance *out) {
   gchar *argv[] = {const_cast<gchar *>(app.exec.c_str()), nullptr};
   GPid pid = 0;
   GError *err = nullptr;
-  gboolean ok = g_spawn_async(nullptr, argv, env, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid,
-                              &err);
+  gboolean ok =
+      g_spawn_async(nullptr, argv, env, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid, &err);
   g_strfreev(env);
   if (!ok) {
     IPC_LOGE("cannot launch %s (%s): %s", app.app_id.c_str(), app.exec.c_str(),
@@ -116,8 +116,8 @@ enum class Decision { kConnected, kWait, kFailed };
 
 // Under the instance lock: connect if somebody listens now, else start an instance unless one is
 // running or starting. *spawned tells whether this call started one.
-Decision connect_or_start(const AppRecord &app, const std::string &path, GMainContext *ctx,
-                          int *fd, bool *spawned) {
+Decision connect_or_start(const AppRecord &app, const std::string &path, GMainContext *ctx, int *fd,
+                          bool *spawned) {
   *spawned = false;
   InstanceLock lock(app.app_id);
   if (!lock.held()) {

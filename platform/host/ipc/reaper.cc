@@ -1,4 +1,5 @@
-// Velmora host platform: reaping the applications the launcher started, so that none stays a zombie.
+// Velmora host platform: reaping the applications the launcher started, so that none stays a
+// zombie.
 //
 // A process file descriptor becomes readable when the child exits; a GLib fd source on the
 // launching context then collects it with waitpid(). Without process file descriptors GLib's child
@@ -48,7 +49,8 @@ void reap_when_exited(pid_t pid, GMainContext *ctx) {
   if (pidfd >= 0) {
     auto *reap = new Reap{pid, pidfd};
     GSource *src = g_unix_fd_source_new(pidfd, G_IO_IN);
-    g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(child_exited)),
+    g_source_set_callback(src,
+                          reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(child_exited)),
                           reap, free_reap);
     g_source_attach(src, ctx);
     g_source_unref(src);
@@ -56,8 +58,9 @@ void reap_when_exited(pid_t pid, GMainContext *ctx) {
   }
 #endif
   GSource *src = g_child_watch_source_new(pid);
-  g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(child_watch_done)),
-                        nullptr, nullptr);
+  g_source_set_callback(
+      src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(child_watch_done)), nullptr,
+      nullptr);
   g_source_attach(src, ctx);
   g_source_unref(src);
 }

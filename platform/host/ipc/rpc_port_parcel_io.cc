@@ -78,8 +78,8 @@ extern "C" int rpc_port_parcel_send(rpc_port_parcel_h h, rpc_port_h port) {
   if (!h || !port || !port->link) return RPC_PORT_ERROR_INVALID_PARAMETER;
   vhost::ipc::Link *link = port->link;
   if (link->closed()) return RPC_PORT_ERROR_IO_ERROR;
-  IoStatus status =
-      vhost::ipc::send_frame(port->fd, h->data.data(), h->data.size(), velmora_host_rpc_timeout_ms());
+  IoStatus status = vhost::ipc::send_frame(port->fd, h->data.data(), h->data.size(),
+                                           velmora_host_rpc_timeout_ms());
   if (status == IoStatus::kTooBig) return RPC_PORT_ERROR_INVALID_PARAMETER;
   if (status != IoStatus::kOk) {
     if (status != IoStatus::kEof) IPC_LOGE("sending on a port failed: %s", status_text(status));

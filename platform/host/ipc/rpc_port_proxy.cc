@@ -205,8 +205,7 @@ gboolean rpc_port_proxy_s::deliver_pending(gpointer data) {
   p->state = State::kIdle;
   if (p->pending_event == Event::kRejected) {
     IPC_LOGW("connection to %s/%s rejected", p->appid.c_str(), p->port_name.c_str());
-    if (p->rejected_cb)
-      p->rejected_cb(p->appid.c_str(), p->port_name.c_str(), p->rejected_data);
+    if (p->rejected_cb) p->rejected_cb(p->appid.c_str(), p->port_name.c_str(), p->rejected_data);
   } else if (p->disconnected_cb) {
     p->disconnected_cb(p->appid.c_str(), p->port_name.c_str(), p->disconnected_data);
   }

@@ -171,8 +171,8 @@ void join(PendingStream *main_ps, PendingStream *callback_ps) {
 void on_hello(PendingStream *ps) {
   rpc_port_stub_s *stub = ps->stub;
   if (ps->uid != geteuid()) return refuse(ps, "peer of another user");
-  if (!stub->allowed.empty() &&
-      std::find(stub->allowed.begin(), stub->allowed.end(), ps->hello.caller) == stub->allowed.end())
+  if (!stub->allowed.empty() && std::find(stub->allowed.begin(), stub->allowed.end(),
+                                          ps->hello.caller) == stub->allowed.end())
     return refuse(ps, "caller not allowed");
   for (PendingStream *other : stub->pending) {
     if (other == ps || !other->has_hello) continue;
@@ -260,9 +260,9 @@ void StubConn::on_frames(Link *l, rpc_port_s *port) {
   stub->ref();
   while (!stub->destroyed && !l->closed() && !port->frames.empty()) {
     const uint64_t taken = port->taken;
-    int ret = stub->received_cb ? stub->received_cb(sender.c_str(), instance.c_str(), port,
-                                                    stub->received_data)
-                                : 0;
+    int ret = stub->received_cb
+                  ? stub->received_cb(sender.c_str(), instance.c_str(), port, stub->received_data)
+                  : 0;
     if (stub->destroyed) break;
     if (port->taken == taken && !port->frames.empty()) {
       port->frames.pop_front();

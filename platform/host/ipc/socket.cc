@@ -35,9 +35,7 @@ std::string dir_of(const std::string &path) {
 
 std::string rpc_socket_name(const std::string &port_name) { return "rpc-" + port_name + ".sock"; }
 
-std::string app_run_dir(const std::string &app_id) {
-  return root_path(kRunDir) + "/" + app_id;
-}
+std::string app_run_dir(const std::string &app_id) { return root_path(kRunDir) + "/" + app_id; }
 
 std::string app_socket_path(const std::string &app_id, const std::string &socket_name) {
   return app_run_dir(app_id) + "/" + socket_name;
@@ -122,7 +120,8 @@ void close_listener(Listener *listener) {
 bool peer_credentials(int fd, pid_t *pid, uid_t *uid) {
   struct ucred cred;
   socklen_t len = sizeof(cred);
-  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0 || len != sizeof(cred)) return false;
+  if (getsockopt(fd, SOL_SOCKET, SO_PEERCRED, &cred, &len) != 0 || len != sizeof(cred))
+    return false;
   *pid = cred.pid;
   *uid = cred.uid;
   return true;

@@ -38,8 +38,7 @@ struct Replies {
   std::string request_app_id;
   std::string request_operation;
 
-  static void cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                 void *d) {
+  static void cb(app_control_h request, app_control_h reply, app_control_result_e result, void *d) {
     auto *r = static_cast<Replies *>(d);
     ++r->calls;
     r->result = result;

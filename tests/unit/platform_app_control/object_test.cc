@@ -97,7 +97,7 @@ TEST(AppControlObject, ExtrasKeepInsertionOrderAndUniqueKeys) {
   Handle a;
   ASSERT_EQ(app_control_add_extra_data(a.h, "zeta", "1"), 0);
   ASSERT_EQ(app_control_add_extra_data(a.h, "alpha", "2"), 0);
-  ASSERT_EQ(app_control_add_extra_data(a.h, "mid", ""), 0);  // an empty value is a value
+  ASSERT_EQ(app_control_add_extra_data(a.h, "mid", ""), 0);     // an empty value is a value
   ASSERT_EQ(app_control_add_extra_data(a.h, "alpha", "3"), 0);  // replaced in place
   EXPECT_EQ(all_extras(a.h), (Extras{{"zeta", "1"}, {"alpha", "3"}, {"mid", ""}}));
   EXPECT_EQ(get(a.h, "mid"), "");

@@ -39,7 +39,7 @@ class AppControlServeWire : public IpcTest {
   void SetUp() override {
     install(kCallee, "ipc_callee");
     setenv("VELMORA_RPC_TIMEOUT_MS", "2000", 1);  // inherited by the callee it launches
-    Replies r;  // launches the callee
+    Replies r;                                    // launches the callee
     ASSERT_EQ(send_request(kCallee, {}, &r), 0);
     ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
     ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
@@ -66,8 +66,9 @@ TEST_F(AppControlServeWire, RawRequestGetsTheAnswerAndTheReply) {
   ASSERT_TRUE(raw::read_frame(fd, &reply));
   raw::Bytes expected;
   raw::put_u32(&expected, (uint32_t)APP_CONTROL_RESULT_CANCELED);
-  raw::Bytes body = control("", "", {{"k", "v"}, {"result", "-2"}, {"caller", "test.raw"},
-                                     {"operation", "op"}, {"served", "2"}});
+  raw::Bytes body = control(
+      "", "",
+      {{"k", "v"}, {"result", "-2"}, {"caller", "test.raw"}, {"operation", "op"}, {"served", "2"}});
   body[0] = 0;  // the reply names no app and no operation
   expected.insert(expected.end(), body.begin(), body.end());
   EXPECT_EQ(reply, expected);
@@ -80,8 +81,9 @@ TEST_F(AppControlServeWire, MalformedRequestsAreDropped) {
       {raw::hello(2, "", "", ""), {'j', 'u', 'n', 'k'}},
       {raw::hello(0, "", "Echo", "c1"), control(kCallee, "op", {})},  // not an app-control hello
       {{'V', 'L', 'M', 'H'}, control(kCallee, "op", {})},
-      {raw::hello(2, "", "", ""), control(kCallee, "op", {{"k", "1"}, {"k", "2"}})},  // repeated key
-      {raw::hello(2, "", "", ""), control(kCallee, "op", {{"", "1"}})},              // empty key
+      {raw::hello(2, "", "", ""),
+       control(kCallee, "op", {{"k", "1"}, {"k", "2"}})},                // repeated key
+      {raw::hello(2, "", "", ""), control(kCallee, "op", {{"", "1"}})},  // empty key
   };
   for (size_t i = 0; i < cases.size(); ++i) {
     int fd = raw::connect_to(path);

@@ -102,11 +102,13 @@ TEST_F(Launcher, ProcessesConnectingAtOnceStartOneInstance) {
   Client c;
   ASSERT_EQ(c.connect(kStub), 0);
   std::vector<int> codes(senders.size(), -1);
-  ASSERT_TRUE(run_until([&] {
-    for (size_t i = 0; i < senders.size(); ++i)
-      if (codes[i] < 0) codes[i] = exit_status(senders[i]);
-    return c.ended() && std::count(codes.begin(), codes.end(), -1) == 0;
-  }, 40000));
+  ASSERT_TRUE(run_until(
+      [&] {
+        for (size_t i = 0; i < senders.size(); ++i)
+          if (codes[i] < 0) codes[i] = exit_status(senders[i]);
+        return c.ended() && std::count(codes.begin(), codes.end(), -1) == 0;
+      },
+      40000));
   EXPECT_EQ(codes, (std::vector<int>{0, 0, 0}));
   ASSERT_EQ(c.connected, 1);
   expect_echo(&c);
@@ -122,11 +124,13 @@ TEST_F(Launcher, ConcurrentLaunchRequestsStartOneInstance) {
   ASSERT_EQ(vtest::send_request(kCallee, {}, &r1), 0);
   ASSERT_EQ(vtest::send_request(kCallee, {}, &r2), 0);
   std::vector<int> codes(senders.size(), -1);
-  ASSERT_TRUE(run_until([&] {
-    for (size_t i = 0; i < senders.size(); ++i)
-      if (codes[i] < 0) codes[i] = exit_status(senders[i]);
-    return r1.calls > 0 && r2.calls > 0 && std::count(codes.begin(), codes.end(), -1) == 0;
-  }, 40000));
+  ASSERT_TRUE(run_until(
+      [&] {
+        for (size_t i = 0; i < senders.size(); ++i)
+          if (codes[i] < 0) codes[i] = exit_status(senders[i]);
+        return r1.calls > 0 && r2.calls > 0 && std::count(codes.begin(), codes.end(), -1) == 0;
+      },
+      40000));
   EXPECT_EQ(codes, (std::vector<int>{0, 0}));
   EXPECT_EQ(r1.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(r2.result, APP_CONTROL_RESULT_SUCCEEDED);

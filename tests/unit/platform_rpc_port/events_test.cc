@@ -264,7 +264,8 @@ TEST_F(RpcPortEvents, DestroyWhileLaunchingDeliversNothing) {
   c.destroy();
   // The instance starts anyway; wait until it listens, then give late events every chance.
   ASSERT_TRUE(run_until([&] {
-    return g_file_test((root.path() + "/run/" + kApp + "/rpc-Echo.sock").c_str(), G_FILE_TEST_EXISTS);
+    return g_file_test((root.path() + "/run/" + kApp + "/rpc-Echo.sock").c_str(),
+                       G_FILE_TEST_EXISTS);
   }));
   drain();
   EXPECT_EQ(c.connected + c.rejected + c.disconnected, 0);

@@ -1,6 +1,5 @@
 // Velmora tests: the rpc-port stub, served by the test process itself (it runs as an application).
 #include <gtest/gtest.h>
-
 #include <sys/socket.h>
 #include <sys/un.h>
 
@@ -28,13 +27,17 @@ struct LocalStub {
   explicit LocalStub(const char *port = "Local") {
     EXPECT_EQ(rpc_port_stub_create(&stub, port), 0);
     rpc_port_stub_add_connected_event_cb(
-        stub, [](const char *s, const char *i, void *d) {
+        stub,
+        [](const char *s, const char *i, void *d) {
           static_cast<LocalStub *>(d)->connected.push_back(std::string(s) + "|" + i);
-        }, this);
+        },
+        this);
     rpc_port_stub_add_disconnected_event_cb(
-        stub, [](const char *s, const char *i, void *d) {
+        stub,
+        [](const char *s, const char *i, void *d) {
           static_cast<LocalStub *>(d)->disconnected.push_back(std::string(s) + "|" + i);
-        }, this);
+        },
+        this);
     rpc_port_stub_add_received_event_cb(stub, received, this);
   }
   ~LocalStub() { destroy(); }
