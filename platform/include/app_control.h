@@ -81,9 +81,14 @@ PLATFORM_API int app_control_send_launch_request(app_control_h app_control,
 
 /* ---- callee side ---- */
 
-/* The id of the application that sent `app_control` (a received request); the caller frees it. */
+/* The id of the application that sent `app_control` (a received request, or a clone of one); ""
+ * when the sender runs as no application. APP_CONTROL_ERROR_INVALID_PARAMETER for an app control
+ * that was not received. The caller frees the copy. */
 PLATFORM_API int app_control_get_caller(app_control_h app_control, char **id);
-/* Answers the received launch request `request` with `reply` and a result. Once per request. */
+/* Answers the received launch request `request` (or a clone of it) with `reply` and a result. Once
+ * per request: a second reply, from the request or any clone, is refused with
+ * APP_CONTROL_ERROR_INVALID_PARAMETER; a reply the sender can no longer receive (it went away)
+ * returns APP_CONTROL_ERROR_IO_ERROR. */
 PLATFORM_API int app_control_reply_to_launch_request(app_control_h reply, app_control_h request,
                                                      app_control_result_e result);
 

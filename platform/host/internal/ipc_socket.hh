@@ -7,11 +7,14 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <string>
 
 namespace vhost::ipc {
 
 inline constexpr const char *kAppControlSocket = "appcontrol.sock";
+// Unix socket paths are limited (sun_path); a root nested too deep cannot hold sockets.
+inline constexpr size_t kMaxSocketPath = 108;
 
 // "rpc-<port>.sock".
 std::string rpc_socket_name(const std::string &port_name);

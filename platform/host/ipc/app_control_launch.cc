@@ -19,6 +19,10 @@
 // APP_CONTROL_RESULT_FAILED when the callee closes, dies, or drops the request without replying.
 // A callee that is alive and keeps the request without replying keeps the request waiting: there
 // is no time-out on replies (the agent may legitimately wait for a user) and no cancellation.
+//
+// The answer to a request for a running target is awaited without running the main loop, so a
+// thread that serves launch requests must not send one to its own application: it would wait for
+// the answer until velmora_host_rpc_timeout_ms() passes (APP_CONTROL_ERROR_TIMED_OUT).
 #include <glib-unix.h>
 #include <unistd.h>
 

@@ -169,6 +169,10 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
   AppRecord app;
   if (!registry_valid_id(app_id) || !registry_find_app(app_id, &app)) return LaunchStart::kNotFound;
   const std::string path = app_socket_path(app_id, socket_name);
+  if (path.size() >= kMaxSocketPath) {
+    IPC_LOGE("cannot reach %s: socket path too long (%s)", app_id.c_str(), path.c_str());
+    return LaunchStart::kFailed;
+  }
   if ((*fd = connect_unix(path)) >= 0) return LaunchStart::kConnected;
   bool spawned = false;
   switch (connect_or_start(app, path, ctx, fd, &spawned)) {

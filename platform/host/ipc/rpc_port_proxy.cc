@@ -15,6 +15,10 @@
 //
 // Destroying the proxy, also from inside one of its own event callbacks, closes everything at
 // once; no event is delivered afterwards.
+//
+// A proxy and its ports belong to the thread that created it: calls on them (connect, sends,
+// blocking reads, destroy) are made from that thread, whose main context runs their events.
+// Nothing here is locked.
 #include <unistd.h>
 
 #include <new>

@@ -6,7 +6,13 @@
 // app id that is not among them, gets a refusal answer (the proxy's rejected event). A main and a
 // callback stream with the same connection id, caller and peer process form one connection: both
 // are answered, and the connected event names the caller and the connection's instance (its
-// connection id). Events are delivered on the main context of the thread that created the stub.
+// connection id). Events are delivered on the main context of the thread that created the stub,
+// and the stub and its ports are used from that thread only.
+//
+// A stub's ports never block: rpc_port_parcel_create_from_port hands out the frame announced by
+// the received event (one event per frame; a frame the callback leaves unread is dropped), and a
+// send waits only while the socket is full, at most velmora_host_rpc_timeout_ms(), then gives the
+// connection up.
 #include <glib-unix.h>
 #include <sys/socket.h>
 #include <unistd.h>

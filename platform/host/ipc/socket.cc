@@ -16,6 +16,8 @@
 
 namespace vhost::ipc {
 
+static_assert(sizeof(sockaddr_un{}.sun_path) == kMaxSocketPath);
+
 namespace {
 
 bool make_address(const std::string &path, struct sockaddr_un *addr) {
