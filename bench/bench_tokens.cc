@@ -1,12 +1,17 @@
 // Velmora benchmarks: velmora_account_request_access_token from the call to its completion
 // callback, in each transport, next to the floor under both measured in the same run.
 //
-//   BM_AccessToken_AppControl  a handle from velmora_account_create: clone, app control with the
+//   BM_AccessToken_AppControl  a handle from velmora_account_create (client without a secret):
+//   clone, app control with the
 //                              extras, launch request to the running agent, the agent issues a
 //                              token (SQLite write), reply, reply parsing, callback.
-//   BM_AccessToken_Nidl        a handle from velmora_account_connect: clone, AccountS, delegate,
+//   BM_AccessToken_Nidl        a handle from velmora_account_connect (client without a secret):
+//   clone, AccountS, delegate,
 //                              RequestAccessToken method call (blocking for its result), the agent
 //                              issues a token, pushed callback, delegate, callback.
+//   ..._WithSecret             the same for a client registered with a secret: the agent then
+//                              checks the secret against its slow (PBKDF2) hash on every request,
+//                              which is most of the time of those rows.
 //   BM_Socketpair_RoundTrip    the floor: a Unix stream socketpair between two processes carrying
 //                              one frame of the size of the RequestAccessToken request and one of
 //                              the size of the pushed answer, echoed by a child that does nothing
@@ -44,7 +49,8 @@ namespace {
 
 constexpr const char *kAgentAppId = "dev.velmora.account";
 constexpr const char *kLogin = "bench@velmora.dev";
-constexpr const char *kClient = "bench.client";
+constexpr const char *kClient = "bench.client";        // registered with a secret
+constexpr const char *kPublicClient = "bench.public";  // registered without one
 constexpr const char *kSecret = "bench-secret";
 constexpr const char *kScope = "read";
 constexpr gint64 kWaitUs = 30 * G_USEC_PER_SEC;
@@ -110,9 +116,12 @@ struct Setup {
   int echo_fd = -1;
   size_t request_payload = 0;
   size_t response_payload = 0;
-  velmora_account_h app_control = nullptr;
+  velmora_account_h app_control = nullptr;  // public client
   velmora_account_h nidl = nullptr;
+  velmora_account_h app_control_secret = nullptr;  // client with a secret
+  velmora_account_h nidl_secret = nullptr;
   int connection_state = -1;
+  int connection_state_secret = -1;
 };
 
 Setup &setup() {
@@ -210,26 +219,46 @@ void install_agent(Setup &s) {
                     nullptr, nullptr, &status, nullptr) ||
       !g_spawn_check_wait_status(status, nullptr))
     fail("seeding the user failed (is " + exec + " built?)");
+  const std::vector<std::string> client = {
+      exec, "--root", s.root, "register-client", "--client-id", kPublicClient, "--scope", kScope};
+  argv.clear();
+  for (const std::string &a : client) argv.push_back(const_cast<gchar *>(a.c_str()));
+  argv.push_back(nullptr);
+  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_STDOUT_TO_DEV_NULL, nullptr, nullptr,
+                    nullptr, nullptr, &status, nullptr) ||
+      !g_spawn_check_wait_status(status, nullptr))
+    fail("registering the public client failed");
 }
 
-void set_request(velmora_account_h h) {
+void set_request(velmora_account_h h, bool secret) {
   velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin);
-  velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, kClient);
-  velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret);
+  velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
+                                   secret ? kClient : kPublicClient);
+  if (secret) velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret);
   velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_SCOPE, kScope);
 }
 
 void on_connection(int, int state, void *user_data) { *static_cast<int *>(user_data) = state; }
 
-void open_handles(Setup &s) {
-  if (velmora_account_create(&s.app_control) != 0) fail("velmora_account_create");
-  set_request(s.app_control);
-  if (velmora_account_connect(&s.nidl, on_connection, &s.connection_state) != 0)
-    fail("velmora_account_connect");
-  if (!run_until([&] { return s.connection_state >= 0; }) ||
-      s.connection_state != VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED)
+velmora_account_h connect(int *state) {
+  velmora_account_h h = nullptr;
+  if (velmora_account_connect(&h, on_connection, state) != 0) fail("velmora_account_connect");
+  if (!run_until([&] { return *state >= 0; }) ||
+      *state != VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED)
     fail("the agent did not accept the connection");
-  set_request(s.nidl);
+  return h;
+}
+
+void open_handles(Setup &s) {
+  if (velmora_account_create(&s.app_control) != 0 ||
+      velmora_account_create(&s.app_control_secret) != 0)
+    fail("velmora_account_create");
+  set_request(s.app_control, false);
+  set_request(s.app_control_secret, true);
+  s.nidl = connect(&s.connection_state);
+  s.nidl_secret = connect(&s.connection_state_secret);
+  set_request(s.nidl, false);
+  set_request(s.nidl_secret, true);
 }
 
 // One request, from the call to its callback. False when it failed.
@@ -264,16 +293,20 @@ bool echo_once(const std::vector<unsigned char> &req, std::vector<unsigned char>
 }
 
 void check_all(Setup &s) {
-  if (!request_token(s.app_control)) fail("no access token over app control");
-  if (!request_token(s.nidl)) fail("no access token over the port");
+  for (velmora_account_h h : {s.app_control, s.app_control_secret})
+    if (!request_token(h)) fail("no access token over app control");
+  for (velmora_account_h h : {s.nidl, s.nidl_secret})
+    if (!request_token(h)) fail("no access token over the port");
   std::vector<unsigned char> in;
   if (!echo_once(frame(s.request_payload), &in) || in.size() != s.response_payload)
     fail("the socketpair echo did not answer");
 }
 
 void stop_all(Setup &s) {
-  if (s.app_control) velmora_account_destroy(s.app_control);
-  if (s.nidl) velmora_account_disconnect(s.nidl);
+  for (velmora_account_h h : {s.app_control, s.app_control_secret})
+    if (h) velmora_account_destroy(h);
+  for (velmora_account_h h : {s.nidl, s.nidl_secret})
+    if (h) velmora_account_disconnect(h);
   std::ifstream pidfile(s.root + "/run/" + kAgentAppId + ".pid");
   long agent = 0;
   pidfile >> agent;
@@ -301,6 +334,16 @@ void BM_AccessToken_AppControl(benchmark::State &state) {
 void BM_AccessToken_Nidl(benchmark::State &state) {
   for (auto _ : state)
     if (!request_token(setup().nidl)) state.SkipWithError("request failed");
+}
+
+void BM_AccessToken_AppControl_WithSecret(benchmark::State &state) {
+  for (auto _ : state)
+    if (!request_token(setup().app_control_secret)) state.SkipWithError("request failed");
+}
+
+void BM_AccessToken_Nidl_WithSecret(benchmark::State &state) {
+  for (auto _ : state)
+    if (!request_token(setup().nidl_secret)) state.SkipWithError("request failed");
 }
 
 void BM_Socketpair_RoundTrip(benchmark::State &state) {
@@ -340,23 +383,25 @@ class Recorder : public benchmark::ConsoleReporter {
 };
 
 void print_table(const Recorder &rec, const Setup &s) {
-  double floor = 0, app_control = 0, nidl = 0;
+  double floor = 0;
   const bool have_floor = rec.us("BM_Socketpair_RoundTrip", &floor);
   printf("\nvelmora_account_request_access_token, call to callback, microseconds (real time):\n");
   printf("  %-52s %10s %10s\n", "", "us/call", "x floor");
   if (have_floor)
     printf("  %-52s %10.2f %10s\n", "socketpair round trip (the floor)", floor, "1.00");
   const std::pair<const char *, const char *> rows[] = {
-      {"BM_AccessToken_AppControl", "request_access_token over app control"},
-      {"BM_AccessToken_Nidl", "request_access_token over the AccountSvc port"},
+      {"BM_AccessToken_AppControl", "over app control"},
+      {"BM_AccessToken_Nidl", "over the AccountSvc port"},
+      {"BM_AccessToken_AppControl_WithSecret", "over app control, client secret checked"},
+      {"BM_AccessToken_Nidl_WithSecret", "over the AccountSvc port, client secret checked"},
   };
   for (const auto &[name, label] : rows) {
-    double *slot = std::string(name) == "BM_AccessToken_Nidl" ? &nidl : &app_control;
-    if (!rec.us(name, slot)) continue;
+    double us = 0;
+    if (!rec.us(name, &us)) continue;
     if (have_floor)
-      printf("  %-52s %10.2f %9.1fx\n", label, *slot, *slot / floor);
+      printf("  %-52s %10.2f %9.1fx\n", label, us, us / floor);
     else
-      printf("  %-52s %10.2f %10s\n", label, *slot, "-");
+      printf("  %-52s %10.2f %10s\n", label, us, "-");
   }
   printf("  (floor frames: request %zu bytes, answer %zu bytes, length prefixes included)\n",
          s.request_payload + 4, s.response_payload + 4);
@@ -384,6 +429,11 @@ int main(int argc, char **argv) {
   benchmark::RegisterBenchmark("BM_AccessToken_AppControl", BM_AccessToken_AppControl)
       ->Unit(benchmark::kMicrosecond);
   benchmark::RegisterBenchmark("BM_AccessToken_Nidl", BM_AccessToken_Nidl)
+      ->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark("BM_AccessToken_AppControl_WithSecret",
+                               BM_AccessToken_AppControl_WithSecret)
+      ->Unit(benchmark::kMicrosecond);
+  benchmark::RegisterBenchmark("BM_AccessToken_Nidl_WithSecret", BM_AccessToken_Nidl_WithSecret)
       ->Unit(benchmark::kMicrosecond);
   benchmark::Initialize(&argc, argv);
   Recorder recorder;
