@@ -1,0 +1,107 @@
+// Velmora tests: the agent's app-control operations for tokens, talked to directly with app-control
+// launch requests (no library in between): the keys of its replies, its failures, and an operation
+// it does not know.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "app_control.h"
+#include "tokens_fixture.hh"
+#include "velmora_account_request_op.h"
+
+namespace vtest {
+namespace {
+
+using AgentAppControl = TokensTest;
+
+struct Reply {
+  bool done = false;
+  app_control_result_e result = APP_CONTROL_RESULT_APP_STARTED;
+  std::map<std::string, std::string> extras;
+};
+
+void on_reply(app_control_h, app_control_h reply, app_control_result_e result, void *user_data) {
+  auto *r = static_cast<Reply *>(user_data);
+  r->done = true;
+  r->result = result;
+  if (reply == nullptr) return;
+  app_control_foreach_extra_data(
+      reply,
+      [](app_control_h h, const char *key, void *data) -> bool {
+        char *value = nullptr;
+        if (app_control_get_extra_data(h, key, &value) == APP_CONTROL_ERROR_NONE && value)
+          (*static_cast<std::map<std::string, std::string> *>(data))[key] = value;
+        free(value);
+        return true;
+      },
+      &r->extras);
+}
+
+// Sends `operation` with `extras` to the agent and waits for the reply.
+Reply send(const char *operation, const std::map<std::string, std::string> &extras) {
+  Reply r;
+  app_control_h request = nullptr;
+  EXPECT_EQ(app_control_create(&request), APP_CONTROL_ERROR_NONE);
+  app_control_set_app_id(request, "dev.velmora.account");
+  app_control_set_operation(request, operation);
+  for (const auto &[k, v] : extras) app_control_add_extra_data(request, k.c_str(), v.c_str());
+  EXPECT_EQ(app_control_send_launch_request(request, on_reply, &r), APP_CONTROL_ERROR_NONE);
+  app_control_destroy(request);
+  EXPECT_TRUE(iterate_until([&] { return r.done; }));
+  return r;
+}
+
+TEST_F(AgentAppControl, AccessTokenReplyCarriesTheKeysTheLibraryReads) {
+  prepare();
+  Reply r = send(REQUEST_OP_GETACCESSTOKEN, {{"login_id", kLogin},
+                                             {"client_id", kClient},
+                                             {"client_secret", kSecret},
+                                             {"scope", "read"}});
+  ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  for (const char *key :
+       {"access_token", "access_token_expires_in", "access_token_issue_time", "refresh_token",
+        "login_id", "user_id", "cc", "mcc", "api_server_url", "auth_server_url"})
+    EXPECT_EQ(r.extras.count(key), 1u) << key;
+  EXPECT_EQ(r.extras["access_token_expires_in"], "3600");
+  EXPECT_EQ(r.extras["user_id"], user_id_);
+  EXPECT_EQ(r.extras.count("error_code"), 0u);
+}
+
+TEST_F(AgentAppControl, WrongSecretIsAFailureWithErrorCodeAndName) {
+  prepare();
+  Reply r = send(REQUEST_OP_GETACCESSTOKEN,
+                 {{"login_id", kLogin}, {"client_id", kClient}, {"client_secret", "wrong"}});
+  ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_EQ(r.extras["error_code"], std::to_string(static_cast<int>(0xC1000005u)));
+  EXPECT_FALSE(r.extras["error_msg"].empty());
+  EXPECT_EQ(r.extras.count("access_token"), 0u);
+}
+
+TEST_F(AgentAppControl, AuthCodeAndEffortlessCodeAreDistinctCodes) {
+  prepare();
+  Reply a = send(REQUEST_OP_GETAUTHCODE, {{"login_id", kLogin}, {"client_id", kClient}});
+  Reply b = send(REQUEST_OP_GETAUTHCODE_EFFORTLESS, {{"login_id", kLogin}, {"client_id", kClient}});
+  ASSERT_EQ(a.result, APP_CONTROL_RESULT_SUCCEEDED);
+  ASSERT_EQ(b.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(a.extras["authcode"].size(), 32u);
+  EXPECT_EQ(b.extras["authcode"].size(), 32u);
+  EXPECT_NE(a.extras["authcode"], b.extras["authcode"]);
+}
+
+TEST_F(AgentAppControl, LastAccessTokenNeedsBothIds) {
+  prepare();
+  Reply r = send(REQUEST_OP_GETLASTACCESSTOKEN, {{"login_id", kLogin}});
+  ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_EQ(r.extras["error_code"], "-22");
+}
+
+TEST_F(AgentAppControl, UnknownOperationIsNotSupported) {
+  prepare();
+  Reply r = send("http://velmora.dev/appcontrol/operation/nosuchthing", {});
+  ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_EQ(r.extras["error_code"], std::to_string(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED));
+}
+
+}  // namespace
+}  // namespace vtest
