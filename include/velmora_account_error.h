@@ -3,7 +3,7 @@
  *
  * Every function of the account client returns one of these codes, and every callback receives one
  * as its first argument. Small negative values are negated errno numbers; values at and below
- * 0xC0000000 are specific to the platform and to the account service.
+ * 0xC0000000 belong to the platform and to the account service.
  *
  * Codes that the account agent sends back with a reply are handed to the callback unchanged, so a
  * callback may also see a code that is not listed here: treat any non-zero value as a failure.
@@ -30,7 +30,7 @@ typedef enum {
   VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER = -22,
   /* The property or item asked for is not set; the result is empty. */
   VELMORA_ACCOUNT_ERROR_NO_DATA = -61,
-  /* An account-store error without a more specific code (0xC0000000). */
+  /* An account-store error without a code of its own here (0xC0000000). */
   VELMORA_ACCOUNT_ERROR_UNKNOWN = -1073741824,
   /* The account agent is not installed or was not found; the call is not offered on this device
    * profile or with this kind of handle (0xC0000002). */
