@@ -42,6 +42,13 @@ fuzz-smoke: deps $(FUZZ_DIR)/build.ninja
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target velmora_fuzzers
 	scripts/run-fuzzers.sh $(FUZZ_DIR) 5
 
+# Every test in its own process under valgrind (no sanitizers), with the documented suppressions.
+VALGRIND_DIR ?= build/valgrind
+valgrind: deps
+	cmake -S . -B $(VALGRIND_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=OFF
+	cmake --build $(VALGRIND_DIR) -j $(JOBS)
+	scripts/run-valgrind.sh $(VALGRIND_DIR) '$(or $(VALGRIND_FILTER),*)'
+
 bench: build-release
 	scripts/run-benchmarks.sh $(RELEASE_DIR)
 

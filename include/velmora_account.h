@@ -63,7 +63,9 @@ typedef void (*velmora_account_signed_in_cb)(int result, velmora_account_h accou
 
 /* Completion of velmora_account_get_account_list: `account_list` holds `length` login ids. The
  * array and its strings belong to the library and are released when the callback returns; copy what
- * you keep. `account_list` is NULL when `length` is 0. */
+ * you keep. When the reply could not be read, the result is VELMORA_ACCOUNT_ERROR_NO_DATA,
+ * `account_list` is NULL and `length` is 0; a successful reply without accounts gives an empty
+ * array and `length` 0. */
 typedef void (*velmora_account_list_cb)(int result, velmora_account_h account, char **account_list,
                                         int length, void *user_data);
 
