@@ -99,6 +99,22 @@ TEST_F(NidlEdges, CallBeforeTheConnectedEventIsNotConnectedAndSendsNothing) {
   free(login);
 }
 
+TEST_F(NidlEdges, ConnectingAgainWhileConnectingReturnsThePlatformsCode) {
+  rpc_port_proxy_AccountSvc_callback_s cbs = {
+      vtest::Events::on_connected, vtest::Events::on_disconnected, vtest::Events::on_rejected};
+  rpc_port_proxy_AccountSvc_h proxy = nullptr;
+  ASSERT_EQ(rpc_port_proxy_AccountSvc_create(kAgent, &cbs, &events_, &proxy), 0);
+  proxies_.push_back(proxy);
+  ASSERT_EQ(rpc_port_proxy_AccountSvc_connect(proxy), 0);
+  vtest::LogCapture log;
+  EXPECT_EQ(rpc_port_proxy_AccountSvc_connect(proxy), -22);
+  EXPECT_TRUE(
+      log.has(vtest::kRpcTag, DLOG_ERROR, "Failed to connect AccountSvc(dev.velmora.account)"))
+      << log.dump();
+  ASSERT_TRUE(vtest::run_until([this] { return events_.connected > 0; }));
+  EXPECT_EQ(events_.connected, 1);
+}
+
 TEST_F(NidlEdges, FailedSendKeepsTheDelegateAndReportsIoError) {
   fault("GetDefaultAccount", "crash", "true");
   rpc_port_proxy_AccountSvc_h proxy = connect_proxy(&events_);
