@@ -8,7 +8,7 @@
 //   "later"            keeps a clone and replies from it on a later main-loop turn as "reply" does,
 //                      then replies once more and writes that second reply's return code to
 //                      "<root>/test-markers/<app id>.second"
-//   "never"            keeps a clone and never replies
+//   "never"            keeps a clone, never replies, and writes "<root>/test-markers/<app id>.held"
 //   "drop"             keeps nothing and does not reply
 //   "die"              exits at once with status 3
 // VTEST_REFUSE=1 makes it refuse every request; VTEST_START_DELAY_MS delays serving;
@@ -91,9 +91,12 @@ void on_request(app_control_h request, void *) {
   if (mode == "never" || mode == "later") {
     app_control_h clone = nullptr;
     if (app_control_clone(&clone, request) != 0) return;
-    if (mode == "never")
+    if (mode == "never") {
       g_kept.push_back(clone);
-    else
+      const std::string root = vtest::app::env_or("VELMORA_PLATFORM_ROOT", ".");
+      const std::string app_id = vtest::app::env_or("VELMORA_APP_ID", "none");
+      std::ofstream(root + "/test-markers/" + app_id + ".held") << g_served << "\n";
+    } else
       g_idle_add(reply_later, clone);
     return;
   }

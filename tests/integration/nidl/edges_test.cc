@@ -56,8 +56,11 @@ TEST_F(NidlEdges, PushWithWrongSequenceNumberIsDroppedSilently) {
   Replies replies;
   request_token(proxy, &replies);
   ASSERT_TRUE(vtest::run_until([&log] { return log.count(kAgentEvent) > 0; })) << log.dump();
-  for (const vtest::LogLine &l : log.lines())
-    if (l.tag == vtest::kRpcTag) EXPECT_LT(l.prio, DLOG_WARN) << "dropped silently: " << l.message;
+  for (const vtest::LogLine &l : log.lines()) {
+    if (l.tag == vtest::kRpcTag) {
+      EXPECT_LT(l.prio, DLOG_WARN) << "dropped silently: " << l.message;
+    }
+  }
   EXPECT_TRUE(replies.got.empty());
   EXPECT_EQ(vtest::listed(proxy), 1u) << "stays until disposed or the proxy goes";
 }

@@ -48,7 +48,7 @@ struct ChildResult {
   std::string err;
 };
 
-ChildResult run_child(const std::string &lsan_options) {
+[[maybe_unused]] ChildResult run_child(const std::string &lsan_options) {
   gchar **env = g_get_environ();
   env = g_environ_setenv(env, kChildVariable, "1", TRUE);
   env = g_environ_setenv(env, "LSAN_OPTIONS", lsan_options.c_str(), TRUE);
@@ -71,7 +71,7 @@ ChildResult run_child(const std::string &lsan_options) {
   return result;
 }
 
-int count(const std::string &text, const std::string &what) {
+[[maybe_unused]] int count(const std::string &text, const std::string &what) {
   int n = 0;
   for (size_t pos = text.find(what); pos != std::string::npos; pos = text.find(what, pos + 1)) ++n;
   return n;

@@ -161,6 +161,9 @@ TEST_F(AppControlLaunch, CalleeDroppingTheRequestFailsTheReplyOnce) {
 TEST_F(AppControlLaunch, HeldRequestWaitsUntilTheCalleeDies) {
   Replies held, other;
   ASSERT_EQ(send_request(kCallee, {{"mode", "never"}}, &held), 0);
+  // The second request goes out only once the callee holds the first, so the order is known.
+  const std::string held_marker = root.path() + "/test-markers/" + kCallee + ".held";
+  ASSERT_TRUE(run_until([&] { return g_file_test(held_marker.c_str(), G_FILE_TEST_EXISTS); }));
   ASSERT_EQ(send_request(kCallee, {}, &other), 0);
   ASSERT_TRUE(run_until([&] { return other.calls > 0; }));
   EXPECT_EQ(other.get("served"), "2");  // the held request was received before it
