@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "account_svc_proxy.h"
+#include "bench_common.hh"
 #include "records_internal.hh"
 #include "rpc_port_parcel.h"
 #include "velmora_host.h"
@@ -525,39 +526,7 @@ void BM_ProfileS_gvariant(benchmark::State &state) {
   }
 }
 
-// Prints as usual and keeps the real time per iteration of every run, by benchmark name.
-class Recorder : public benchmark::ConsoleReporter {
- public:
-  Recorder() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
-  void ReportRuns(const std::vector<Run> &runs) override {
-    for (const Run &r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      Times &t = times_[r.run_name.function_name];
-      t.real += r.GetAdjustedRealTime();
-      t.cpu += r.GetAdjustedCPUTime();
-      t.runs += 1;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-
-  // Mean real and CPU ns per round trip; false when the benchmark did not run.
-  bool ns(const std::string &name, double *real, double *cpu) const {
-    auto it = times_.find(name);
-    if (it == times_.end()) return false;
-    *real = it->second.real / it->second.runs;
-    *cpu = it->second.cpu / it->second.runs;
-    return true;
-  }
-
- private:
-  struct Times {
-    double real = 0, cpu = 0;
-    int runs = 0;
-  };
-  std::map<std::string, Times> times_;
-};
-
-void print_table(const Recorder &rec) {
+void print_table(const vbench::Recorder &rec) {
   struct Row {
     const char *label;
     const char *ours;
@@ -574,7 +543,7 @@ void print_table(const Recorder &rec) {
   printf("%-54s %17s %17s %13s\n", "record", "velmora", "GVariant", "ratio");
   for (const Row &row : rows) {
     double ours_real, ours_cpu, theirs_real, theirs_cpu;
-    if (!rec.ns(row.ours, &ours_real, &ours_cpu) || !rec.ns(row.theirs, &theirs_real, &theirs_cpu))
+    if (!rec.mean(row.ours, &ours_real, &ours_cpu) || !rec.mean(row.theirs, &theirs_real, &theirs_cpu))
       continue;  // filtered out
     double ratio_real = ours_real / theirs_real, ratio_cpu = ours_cpu / theirs_cpu;
     printf("%-54s %8.0f /%7.0f %8.0f /%7.0f %6.3f /%5.3f", row.label, ours_real, ours_cpu,
@@ -604,7 +573,7 @@ int main(int argc, char **argv) {
       ->Unit(benchmark::kNanosecond);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  Recorder rec;
+  vbench::Recorder rec;
   benchmark::RunSpecifiedBenchmarks(&rec);
   benchmark::Shutdown();
   print_table(rec);

@@ -38,6 +38,7 @@
 #include <vector>
 
 #include "account_svc_proxy.h"
+#include "bench_common.hh"
 #include "rpc_port_parcel.h"
 #include "velmora_host.h"
 
@@ -50,55 +51,6 @@ constexpr int kWaitMs = 20000;
 [[noreturn]] void fail(const std::string &what) {
   fprintf(stderr, "bench_rpc: %s\n", what.c_str());
   exit(1);
-}
-
-// ---- raw frames on a blocking stream socket (the floor) ----
-
-bool write_all(int fd, const void *data, size_t n) {
-  const char *p = static_cast<const char *>(data);
-  while (n > 0) {
-    ssize_t w = write(fd, p, n);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) return false;
-    p += w;
-    n -= static_cast<size_t>(w);
-  }
-  return true;
-}
-
-bool read_all(int fd, void *data, size_t n) {
-  char *p = static_cast<char *>(data);
-  while (n > 0) {
-    ssize_t r = read(fd, p, n);
-    if (r < 0 && errno == EINTR) continue;
-    if (r <= 0) return false;
-    p += r;
-    n -= static_cast<size_t>(r);
-  }
-  return true;
-}
-
-// A frame as the host's ports send it: uint32 length, then the payload.
-std::vector<unsigned char> frame(size_t payload) {
-  std::vector<unsigned char> f(4 + payload, 0xab);
-  uint32_t len = static_cast<uint32_t>(payload);
-  memcpy(f.data(), &len, 4);
-  return f;
-}
-
-bool read_frame(int fd, std::vector<unsigned char> *buf) {
-  uint32_t len = 0;
-  if (!read_all(fd, &len, 4)) return false;
-  buf->resize(len);
-  return len == 0 || read_all(fd, buf->data(), len);
-}
-
-// The child of the floor: answers every request frame with a response frame of `response` bytes.
-[[noreturn]] void echo_child(int fd, size_t response) {
-  std::vector<unsigned char> out = frame(response), in;
-  while (read_frame(fd, &in))
-    if (!write_all(fd, out.data(), out.size())) break;
-  _exit(0);
 }
 
 // ---- GDBus peer to peer ----
@@ -136,7 +88,7 @@ gboolean gdbus_new_connection(GDBusServer *, GDBusConnection *connection, gpoint
   g_signal_connect(server, "new-connection", G_CALLBACK(gdbus_new_connection), info);
   g_dbus_server_start(server);
   const char *address = g_dbus_server_get_client_address(server);
-  if (!write_all(address_fd, address, strlen(address) + 1)) _exit(3);
+  if (!vbench::write_all(address_fd, address, strlen(address) + 1)) _exit(3);
   close(address_fd);
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
   g_main_loop_run(loop);  // until the parent kills it
@@ -147,8 +99,7 @@ gboolean gdbus_new_connection(GDBusServer *, GDBusConnection *connection, gpoint
 
 struct Setup {
   std::string root;
-  pid_t echo_pid = -1;
-  int echo_fd = -1;
+  vbench::EchoPeer echo;  // the floor
   pid_t gdbus_pid = -1;
   GDBusConnection *gdbus = nullptr;
   rpc_port_proxy_AccountSvc_h proxy = nullptr;
@@ -196,15 +147,7 @@ void measure_sizes(Setup &s) {
 
 // The two children start before this process has any thread or main loop of its own.
 void start_children(Setup &s) {
-  int sv[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sv) != 0) fail("socketpair");
-  s.echo_pid = fork();
-  if (s.echo_pid == 0) {
-    close(sv[0]);
-    echo_child(sv[1], s.response_payload);
-  }
-  close(sv[1]);
-  s.echo_fd = sv[0];
+  if (!vbench::start_echo_peer(s.response_payload, &s.echo)) fail("cannot start the echo peer");
 
   int pipefd[2];
   if (pipe2(pipefd, O_CLOEXEC) != 0) fail("pipe");
@@ -265,9 +208,8 @@ void check_all(Setup &s) {
     fail("GetDefaultAccount did not answer the seeded account");
   free(login);
 
-  std::vector<unsigned char> req = frame(s.request_payload), in;
-  if (!write_all(s.echo_fd, req.data(), req.size()) || !read_frame(s.echo_fd, &in) ||
-      in.size() != s.response_payload)
+  std::vector<unsigned char> req = vbench::frame(s.request_payload), in;
+  if (!vbench::echo_once(s.echo, req, &in) || in.size() != s.response_payload)
     fail("the socketpair echo did not answer");
 
   GVariant *r = g_dbus_connection_call_sync(s.gdbus, nullptr, "/dev/velmora/Bench",
@@ -292,8 +234,8 @@ void stop_all(Setup &s) {
     waitpid(static_cast<pid_t>(agent), &status, 0);
   }
   if (s.gdbus) g_object_unref(s.gdbus);
-  close(s.echo_fd);
-  for (pid_t child : {s.echo_pid, s.gdbus_pid}) {
+  close(s.echo.fd);
+  for (pid_t child : {s.echo.pid, s.gdbus_pid}) {
     if (child <= 0) continue;
     kill(child, SIGKILL);
     waitpid(child, &status, 0);
@@ -351,12 +293,11 @@ void BM_AccountSvc_GetDefaultAccount(benchmark::State &state) {
 }
 
 void BM_Socketpair_PingPong(benchmark::State &state) {
-  std::vector<unsigned char> req = frame(setup().request_payload), in;
+  std::vector<unsigned char> req = vbench::frame(setup().request_payload), in;
   in.reserve(setup().response_payload);
-  CpuMeter cpu(setup().echo_pid);
+  CpuMeter cpu(setup().echo.pid);
   for (auto _ : state) {
-    if (!write_all(setup().echo_fd, req.data(), req.size()) || !read_frame(setup().echo_fd, &in))
-      state.SkipWithError("echo failed");
+    if (!vbench::echo_once(setup().echo, req, &in)) state.SkipWithError("echo failed");
   }
   cpu.report(state);
 }
@@ -380,43 +321,11 @@ void BM_GDBus_PeerCall(benchmark::State &state) {
   cpu.report(state);
 }
 
-// Prints as usual and keeps the mean real time per call of every benchmark.
-class Recorder : public benchmark::ConsoleReporter {
- public:
-  Recorder() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
-  void ReportRuns(const std::vector<Run> &runs) override {
-    for (const Run &r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      Times &t = times_[r.run_name.function_name];
-      // Real time in the unit the benchmark was registered with (microseconds).
-      t.real += r.GetAdjustedRealTime();
-      auto cpu = r.counters.find("both_ends_cpu_us");
-      if (cpu != r.counters.end()) t.cpu += cpu->second.value;
-      t.runs += 1;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  bool us(const std::string &name, double *real, double *cpu) const {
-    auto it = times_.find(name);
-    if (it == times_.end()) return false;
-    *real = it->second.real / it->second.runs;
-    *cpu = it->second.cpu / it->second.runs;
-    return true;
-  }
-
- private:
-  struct Times {
-    double real = 0, cpu = 0;
-    int runs = 0;
-  };
-  std::map<std::string, Times> times_;
-};
-
-void print_table(const Recorder &rec, const Setup &s) {
+void print_table(const vbench::Recorder &rec, const Setup &s) {
   double rpc, floor, gdbus, rpc_cpu, floor_cpu, gdbus_cpu;
-  if (!rec.us("BM_AccountSvc_GetDefaultAccount", &rpc, &rpc_cpu) ||
-      !rec.us("BM_Socketpair_PingPong", &floor, &floor_cpu) ||
-      !rec.us("BM_GDBus_PeerCall", &gdbus, &gdbus_cpu))
+  if (!rec.mean("BM_AccountSvc_GetDefaultAccount", &rpc, &rpc_cpu) ||
+      !rec.mean("BM_Socketpair_PingPong", &floor, &floor_cpu) ||
+      !rec.mean("BM_GDBus_PeerCall", &gdbus, &gdbus_cpu))
     return;  // filtered out
   printf(
       "\nRound trip per call (request %zu bytes, result %zu bytes): real time, and the CPU time\n"
@@ -461,7 +370,7 @@ int main(int argc, char **argv) {
     stop_all(s);
     return 1;
   }
-  Recorder rec;
+  vbench::Recorder rec("both_ends_cpu_us");
   benchmark::RunSpecifiedBenchmarks(&rec);
   benchmark::Shutdown();
   print_table(rec, s);

@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "account_svc_proxy.h"
+#include "bench_common.hh"
 #include "rpc_port_parcel.h"
 #include "velmora_account.h"
 #include "velmora_host.h"
@@ -60,60 +61,11 @@ constexpr gint64 kWaitUs = 30 * G_USEC_PER_SEC;
   exit(1);
 }
 
-// ---- the floor: frames on a blocking socketpair ----
-
-bool write_all(int fd, const void *data, size_t n) {
-  const char *p = static_cast<const char *>(data);
-  while (n > 0) {
-    const ssize_t w = write(fd, p, n);
-    if (w < 0 && errno == EINTR) continue;
-    if (w <= 0) return false;
-    p += w;
-    n -= static_cast<size_t>(w);
-  }
-  return true;
-}
-
-bool read_all(int fd, void *data, size_t n) {
-  char *p = static_cast<char *>(data);
-  while (n > 0) {
-    const ssize_t r = read(fd, p, n);
-    if (r < 0 && errno == EINTR) continue;
-    if (r <= 0) return false;
-    p += r;
-    n -= static_cast<size_t>(r);
-  }
-  return true;
-}
-
-// A length-prefixed frame, as the host's ports send them.
-std::vector<unsigned char> frame(size_t payload) {
-  std::vector<unsigned char> f(4 + payload, 0x5a);
-  const uint32_t len = static_cast<uint32_t>(payload);
-  memcpy(f.data(), &len, 4);
-  return f;
-}
-
-bool read_frame(int fd, std::vector<unsigned char> *buf) {
-  uint32_t len = 0;
-  if (!read_all(fd, &len, 4)) return false;
-  buf->resize(len);
-  return len == 0 || read_all(fd, buf->data(), len);
-}
-
-[[noreturn]] void echo_child(int fd, size_t response) {
-  std::vector<unsigned char> out = frame(response), in;
-  while (read_frame(fd, &in))
-    if (!write_all(fd, out.data(), out.size())) break;
-  _exit(0);
-}
-
 // ---- set-up ----
 
 struct Setup {
   std::string root;
-  pid_t echo_pid = -1;
-  int echo_fd = -1;
+  vbench::EchoPeer echo;  // the floor
   size_t request_payload = 0;
   size_t response_payload = 0;
   velmora_account_h app_control = nullptr;  // public client
@@ -184,19 +136,6 @@ void measure_sizes(Setup &s) {
   rpc_port_AccountS_destroy(account);
 }
 
-// Before this process has a thread or a main loop of its own.
-void start_echo(Setup &s) {
-  int sv[2];
-  if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, sv) != 0) fail("socketpair");
-  s.echo_pid = fork();
-  if (s.echo_pid < 0) fail("fork");
-  if (s.echo_pid == 0) {
-    close(sv[0]);
-    echo_child(sv[1], s.response_payload);
-  }
-  close(sv[1]);
-  s.echo_fd = sv[0];
-}
 
 void install_agent(Setup &s) {
   char *error = nullptr;
@@ -288,9 +227,6 @@ bool request_token(velmora_account_h h) {
   return o.result == 0 && o.has_token;
 }
 
-bool echo_once(const std::vector<unsigned char> &req, std::vector<unsigned char> *in) {
-  return write_all(setup().echo_fd, req.data(), req.size()) && read_frame(setup().echo_fd, in);
-}
 
 void check_all(Setup &s) {
   for (velmora_account_h h : {s.app_control, s.app_control_secret})
@@ -298,7 +234,8 @@ void check_all(Setup &s) {
   for (velmora_account_h h : {s.nidl, s.nidl_secret})
     if (!request_token(h)) fail("no access token over the port");
   std::vector<unsigned char> in;
-  if (!echo_once(frame(s.request_payload), &in) || in.size() != s.response_payload)
+  if (!vbench::echo_once(s.echo, vbench::frame(s.request_payload), &in) ||
+      in.size() != s.response_payload)
     fail("the socketpair echo did not answer");
 }
 
@@ -315,10 +252,10 @@ void stop_all(Setup &s) {
     kill(static_cast<pid_t>(agent), SIGTERM);
     waitpid(static_cast<pid_t>(agent), &status, 0);
   }
-  close(s.echo_fd);
-  if (s.echo_pid > 0) {
-    kill(s.echo_pid, SIGKILL);
-    waitpid(s.echo_pid, &status, 0);
+  close(s.echo.fd);
+  if (s.echo.pid > 0) {
+    kill(s.echo.pid, SIGKILL);
+    waitpid(s.echo.pid, &status, 0);
   }
   std::error_code ec;
   std::filesystem::remove_all(s.root, ec);
@@ -347,44 +284,16 @@ void BM_AccessToken_Nidl_WithSecret(benchmark::State &state) {
 }
 
 void BM_Socketpair_RoundTrip(benchmark::State &state) {
-  const std::vector<unsigned char> req = frame(setup().request_payload);
+  const std::vector<unsigned char> req = vbench::frame(setup().request_payload);
   std::vector<unsigned char> in;
   in.reserve(setup().response_payload);
   for (auto _ : state)
-    if (!echo_once(req, &in)) state.SkipWithError("echo failed");
+    if (!vbench::echo_once(setup().echo, req, &in)) state.SkipWithError("echo failed");
 }
 
-// Prints as usual and keeps the mean real time per call of every benchmark.
-class Recorder : public benchmark::ConsoleReporter {
- public:
-  Recorder() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_Tabular) {}
-  void ReportRuns(const std::vector<Run> &runs) override {
-    for (const Run &r : runs) {
-      if (r.run_type != Run::RT_Iteration || r.error_occurred) continue;
-      Times &t = times_[r.run_name.function_name];
-      t.real += r.GetAdjustedRealTime();
-      t.runs += 1;
-    }
-    ConsoleReporter::ReportRuns(runs);
-  }
-  bool us(const std::string &name, double *real) const {
-    auto it = times_.find(name);
-    if (it == times_.end()) return false;
-    *real = it->second.real / it->second.runs;
-    return true;
-  }
-
- private:
-  struct Times {
-    double real = 0;
-    int runs = 0;
-  };
-  std::map<std::string, Times> times_;
-};
-
-void print_table(const Recorder &rec, const Setup &s) {
+void print_table(const vbench::Recorder &rec, const Setup &s) {
   double floor = 0;
-  const bool have_floor = rec.us("BM_Socketpair_RoundTrip", &floor);
+  const bool have_floor = rec.mean("BM_Socketpair_RoundTrip", &floor);
   printf("\nvelmora_account_request_access_token, call to callback, microseconds (real time):\n");
   printf("  %-52s %10s %10s\n", "", "us/call", "x floor");
   if (have_floor)
@@ -397,7 +306,7 @@ void print_table(const Recorder &rec, const Setup &s) {
   };
   for (const auto &[name, label] : rows) {
     double us = 0;
-    if (!rec.us(name, &us)) continue;
+    if (!rec.mean(name, &us)) continue;
     if (have_floor)
       printf("  %-52s %10.2f %9.1fx\n", label, us, us / floor);
     else
@@ -419,7 +328,8 @@ int main(int argc, char **argv) {
   // The library logs every call at info; printing them would measure the terminal.
   setenv("VELMORA_LOG_LEVEL", "silent", 0);
   measure_sizes(s);
-  start_echo(s);
+  // Before this process has a thread or a main loop of its own.
+  if (!vbench::start_echo_peer(s.response_payload, &s.echo)) fail("cannot start the echo peer");
   install_agent(s);
   open_handles(s);
   check_all(s);
@@ -436,7 +346,7 @@ int main(int argc, char **argv) {
   benchmark::RegisterBenchmark("BM_AccessToken_Nidl_WithSecret", BM_AccessToken_Nidl_WithSecret)
       ->Unit(benchmark::kMicrosecond);
   benchmark::Initialize(&argc, argv);
-  Recorder recorder;
+  vbench::Recorder recorder;
   benchmark::RunSpecifiedBenchmarks(&recorder);
   print_table(recorder, s);
   benchmark::Shutdown();
