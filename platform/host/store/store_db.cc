@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "dlog.h"
 #include "host_root.hh"
@@ -146,8 +147,11 @@ int ensure_open() {
   if (same_file(c, path)) return ACCOUNT_ERROR_NONE;
   if (c.pid == getpid()) {
     c.close();
-  } else {
-    // Inherited from the parent of a fork: forget it without touching it.
+  } else if (c.db) {
+    // Inherited from the parent of a fork: closing it here would release the parent's locks, so it
+    // is left untouched, and kept where leak checkers see it as held, for the life of this process.
+    static std::vector<sqlite3 *> inherited;
+    inherited.push_back(c.db);
     c.db = nullptr;
     c.stmts.fill(nullptr);
   }
