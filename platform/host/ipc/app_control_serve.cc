@@ -22,6 +22,7 @@
 #include "ipc_app_control.hh"
 #include "ipc_log.hh"
 #include "ipc_socket.hh"
+#include "ipc_watch.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "velmora_host.h"
@@ -130,15 +131,6 @@ gboolean incoming_expired(gpointer data) {
   IPC_LOGW("dropping a launch request stream that sent no request (pid %d)", (int)in->pid);
   forget(in, false);
   return G_SOURCE_REMOVE;
-}
-
-template <typename F>
-GSource *fd_watch(int fd, F *fn, void *data, GMainContext *ctx) {
-  GSource *src = g_unix_fd_source_new(fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
-  g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(fn)), data,
-                        nullptr);
-  g_source_attach(src, ctx);
-  return src;
 }
 
 gboolean on_accept(gint fd, GIOCondition, gpointer) {

@@ -26,6 +26,7 @@
 #include "ipc_log.hh"
 #include "ipc_port.hh"
 #include "ipc_socket.hh"
+#include "ipc_watch.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "rpc_port.h"
@@ -47,15 +48,6 @@ void drop_source(GSource **src) {
     g_source_unref(*src);
     *src = nullptr;
   }
-}
-
-template <typename F>
-GSource *fd_watch(int fd, F *fn, void *data, GMainContext *ctx) {
-  GSource *src = g_unix_fd_source_new(fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
-  g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(fn)), data,
-                        nullptr);
-  g_source_attach(src, ctx);
-  return src;
 }
 
 }  // namespace
