@@ -14,42 +14,18 @@
 #include "clock_offset.hh"
 #include "faults.hh"
 #include "platform_root.hh"
+#include "run_program.hh"
 #include "store_view.hh"
 
 namespace {
 
-struct CliRun {
-  int exit_code = -1;
-  std::string out;
-  std::string err;
-};
+using CliRun = vtest::ProgramRun;
 
 std::string agent_path() { return vtest::PlatformRoot::agent_exec(); }
 
 // Runs velmora-agent with `args` under the current environment (and so the test's root).
 CliRun run_agent(const std::vector<std::string> &args) {
-  std::vector<gchar *> argv;
-  const std::string exe = agent_path();
-  argv.push_back(const_cast<gchar *>(exe.c_str()));
-  for (const std::string &a : args) argv.push_back(const_cast<gchar *>(a.c_str()));
-  argv.push_back(nullptr);
-  CliRun r;
-  gchar *out = nullptr, *err = nullptr;
-  gint status = 0;
-  GError *error = nullptr;
-  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
-                    &status, &error)) {
-    ADD_FAILURE() << "cannot run " << exe << ": " << (error ? error->message : "?")
-                  << " (build the velmora-agent target)";
-    g_clear_error(&error);
-    return r;
-  }
-  r.out = out ? out : "";
-  r.err = err ? err : "";
-  g_free(out);
-  g_free(err);
-  r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  return r;
+  return vtest::run_program(agent_path(), args, "build the velmora-agent target");
 }
 
 class AdminCli : public ::testing::Test {

@@ -2,12 +2,12 @@
 // and `velmora-platform accounts`).
 #include <glib.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <string>
 #include <vector>
 
 #include "account_store.h"
+#include "run_program.hh"
 #include "store_helpers.hh"
 #include "temp_root.hh"
 #include "velmora_host_store.h"
@@ -31,34 +31,11 @@ bool collect(const char *package, const char *user, const char *const *keys,
   return seen->stop_after == 0 || seen->lines.size() < seen->stop_after;
 }
 
-struct ToolRun {
-  int exit_code = -1;
-  std::string out, err;
-};
-
-ToolRun run_tool(const std::vector<std::string> &args) {
+// Runs the built velmora-platform with `args` under the test's root.
+vtest::ProgramRun run_tool(const std::vector<std::string> &args) {
   const char *build = getenv("VELMORA_BUILD_DIR");
-  const std::string exe = std::string(build ? build : ".") + "/tools/velmora-platform";
-  std::vector<gchar *> argv{const_cast<gchar *>(exe.c_str())};
-  for (const std::string &a : args) argv.push_back(const_cast<gchar *>(a.c_str()));
-  argv.push_back(nullptr);
-  ToolRun r;
-  gchar *out = nullptr, *err = nullptr;
-  gint status = 0;
-  GError *error = nullptr;
-  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
-                    &status, &error)) {
-    ADD_FAILURE() << "cannot run " << exe << ": " << (error ? error->message : "?")
-                  << " (build the velmora-platform tool)";
-    g_clear_error(&error);
-    return r;
-  }
-  r.out = out ? out : "";
-  r.err = err ? err : "";
-  g_free(out);
-  g_free(err);
-  r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return r;
+  return vtest::run_program(std::string(build ? build : ".") + "/tools/velmora-platform", args,
+                            "build the velmora-platform tool");
 }
 
 }  // namespace
@@ -97,12 +74,12 @@ TEST(StoreWalk, PlatformToolListsTheRecords) {
             ACCOUNT_ERROR_NONE);
   ASSERT_EQ(insert("dev.velmora.account", "bob@velmora.dev"), ACCOUNT_ERROR_NONE);
   ASSERT_EQ(insert("dev.velmora.sso", "tv@velmora.dev"), ACCOUNT_ERROR_NONE);
-  ToolRun one = run_tool({"accounts", "dev.velmora.account"});
+  vtest::ProgramRun one = run_tool({"accounts", "dev.velmora.account"});
   ASSERT_EQ(one.exit_code, 0) << one.err;
   EXPECT_EQ(one.out,
             "dev.velmora.account alice@velmora.dev default=true\n"
             "dev.velmora.account bob@velmora.dev\n");
-  ToolRun all = run_tool({"--root", root.path(), "accounts"});
+  vtest::ProgramRun all = run_tool({"--root", root.path(), "accounts"});
   ASSERT_EQ(all.exit_code, 0) << all.err;
   EXPECT_NE(all.out.find("dev.velmora.sso tv@velmora.dev\n"), std::string::npos) << all.out;
   EXPECT_EQ(run_tool({"accounts", "a", "b"}).exit_code, 2);
@@ -111,7 +88,7 @@ TEST(StoreWalk, PlatformToolListsTheRecords) {
 TEST(StoreWalk, PlatformToolFailsWhenTheStoreCannotBeRead) {
   TempRoot root;
   ASSERT_TRUE(g_file_set_contents(root.sub("store").c_str(), "x", 1, nullptr));
-  ToolRun r = run_tool({"accounts"});
+  vtest::ProgramRun r = run_tool({"accounts"});
   EXPECT_EQ(r.exit_code, 1);
   EXPECT_NE(r.err.find("cannot read the account store"), std::string::npos) << r.err;
 }
