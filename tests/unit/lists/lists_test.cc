@@ -5,27 +5,18 @@
 #include <climits>
 #include <functional>
 
+#include "../records/logged_only.hh"
 #include "../records/record_table.hh"
 #include "dlog.h"
 #include "log_capture.hh"
 
 using rtest::FieldOps;
 using rtest::Kind;
+using rtest::LoggedOnly;
 using rtest::TypeOps;
 
 namespace {
 
-::testing::AssertionResult LoggedOnly(const vtest::LogCapture &log, int prio,
-                                      const std::string &text, const std::string &function) {
-  if (log.lines().size() != 1)
-    return ::testing::AssertionFailure() << "expected one line, got:\n" << log.dump();
-  const vtest::LogLine &l = log.lines()[0];
-  if (l.tag != vtest::kRpcTag || l.prio != prio || l.text() != text || l.function() != function)
-    return ::testing::AssertionFailure()
-           << "expected " << prio << " " << function << " > " << text << ", got:\n"
-           << log.dump();
-  return ::testing::AssertionSuccess();
-}
 
 // One list type: its type table entry, its single list field, and how to make and read its items
 // (a filled record, or a string).

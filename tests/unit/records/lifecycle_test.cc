@@ -3,28 +3,13 @@
 
 #include "dlog.h"
 #include "log_capture.hh"
+#include "logged_only.hh"
 #include "record_table.hh"
 
 using rtest::FieldOps;
 using rtest::Kind;
+using rtest::LoggedOnly;
 using rtest::TypeOps;
-
-namespace {
-
-// True when exactly one line was logged and it is this error of this function.
-::testing::AssertionResult LoggedOnly(const vtest::LogCapture &log, int prio,
-                                      const std::string &text, const std::string &function) {
-  if (log.lines().size() != 1)
-    return ::testing::AssertionFailure() << "expected one line, got:\n" << log.dump();
-  const vtest::LogLine &l = log.lines()[0];
-  if (l.tag != vtest::kRpcTag || l.prio != prio || l.text() != text || l.function() != function)
-    return ::testing::AssertionFailure()
-           << "expected " << prio << " " << function << " > " << text << ", got:\n"
-           << log.dump();
-  return ::testing::AssertionSuccess();
-}
-
-}  // namespace
 
 TEST(RecordsCreate, NullOutArgumentIsInvalidParameter) {
   for (const TypeOps &t : rtest::all_types()) {
