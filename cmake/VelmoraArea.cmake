@@ -7,7 +7,7 @@ function(velmora_area)
   file(GLOB _srcs CONFIGURE_DEPENDS ${A_DIR}/*.cc ${A_DIR}/*.c)
   if(NOT _srcs)
     # An area may be empty while it is being built; keep the target so that others can name it.
-    set(_srcs ${CMAKE_SOURCE_DIR}/cmake/empty.c)
+    set(_srcs ${PROJECT_SOURCE_DIR}/cmake/empty.c)
   endif()
   add_library(${A_NAME} OBJECT ${_srcs})
   target_include_directories(${A_NAME} PRIVATE ${A_DIR})
@@ -28,7 +28,7 @@ function(velmora_test_dir)
   add_executable(${T_NAME} ${_srcs})
   target_link_libraries(${T_NAME} PRIVATE velmora_test_support ${T_LIBS} GTest::gtest GTest::gmock)
   gtest_discover_tests(${T_NAME} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES ENVIRONMENT "VELMORA_BUILD_DIR=${CMAKE_BINARY_DIR}"
-                                  ENVIRONMENT_MODIFICATION "LSAN_OPTIONS=set:suppressions=${CMAKE_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
+                       PROPERTIES ENVIRONMENT "VELMORA_BUILD_DIR=${PROJECT_BINARY_DIR}"
+                                  ENVIRONMENT_MODIFICATION "LSAN_OPTIONS=set:suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"
                                   TIMEOUT 60)
 endfunction()
