@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dlog.h"
+#include "velmora_host.h"
 
 namespace vagent {
 
@@ -117,9 +118,14 @@ int migrate(sqlite3 *db) {
 }  // namespace
 
 Result<std::unique_ptr<StateDb>> StateDb::open(const std::string &path) {
-  const std::string dir = path.substr(0, path.rfind('/'));
-  if (!dir.empty() && g_mkdir_with_parents(dir.c_str(), 0700) != 0)
-    return Status::fail(errc::kDbFailed, "cannot create " + dir);
+  // The platform makes the file (and so its WAL and shared-memory files) private, in a directory
+  // of the root that only this user can change.
+  char *why = nullptr;
+  if (velmora_host_prepare_state_file(path.c_str(), &why) != 0) {
+    Status st = Status::fail(errc::kDbFailed, why ? why : "cannot prepare " + path);
+    free(why);
+    return st;
+  }
   sqlite3 *db = nullptr;
   int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
   if (rc != SQLITE_OK) {

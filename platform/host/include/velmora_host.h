@@ -27,6 +27,23 @@ extern "C" {
 /* The root directory in use (read from the environment at each call; owned by the platform). */
 PLATFORM_API const char *velmora_host_root(void);
 
+/* The platform trusts a root only when it belongs to the current user, neither its group nor
+ * others may write it, and the directories above it can be changed only by root or the current
+ * user (or carry the sticky bit, as /tmp does); the same holds for every directory it uses below
+ * the root. Otherwise another user could plant a package whose executable the platform would
+ * start as this user. Every platform function that uses the root refuses one that fails.
+ *
+ * Checks the root: 0 when it can be trusted or does not exist yet, -13 with a message in *error
+ * (naming the path and what to do; the caller frees it with free()) when it is refused. */
+PLATFORM_API int velmora_host_check_root(char **error);
+/* Prepares `path`, a file below the platform root that will hold state: checks the root, creates
+ * the directories on the way (0700) and the file (0600, whatever the umask) when it does not
+ * exist; an existing file must belong to the current user and is made 0600. Files such as an
+ * SQLite database opened afterwards then stay private, with their journal files. 0, -13 for a
+ * refused root, -5 for a file or directory that cannot be made, is not the user's or is not below
+ * the root, -22 for no path; a message in *error. */
+PLATFORM_API int velmora_host_prepare_state_file(const char *path, char **error);
+
 /* ---- log ---- */
 
 /* Receives every line given to dlog_print, whatever the print level: the priority, the tag, the
@@ -70,11 +87,13 @@ PLATFORM_API int velmora_host_rpc_timeout_ms(void);
 /* ---- device and packages: administration ----
  * For the velmora-platform command and the tests: set up the device profile and the package
  * registry of the current platform root. Each returns 0 or a negative code (-22 a bad argument,
- * -5 a file that cannot be read or written or is malformed, PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE /
- * APP_MANAGER_ERROR_NO_SUCH_APP for what is not installed) and, when `error` is not NULL, a
+ * -5 a file that cannot be read or written or is malformed, -13 a platform root or a directory in
+ * it that others could change (see velmora_host_check_root), PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE
+ * / APP_MANAGER_ERROR_NO_SUCH_APP for what is not installed) and, when `error` is not NULL, a
  * message in *error that the caller frees with free(). */
 
-/* An application of a package: its id, "service" or "ui", and the executable the launcher starts. */
+/* An application of a package: its id, "service" or "ui", and the executable the launcher starts.
+ */
 typedef struct {
   const char *app_id;
   const char *type;

@@ -29,6 +29,7 @@ enum class LaunchStart {
   kConnected,  // somebody listens: *fd is a connected socket, the caller owns it
   kPending,    // an instance is starting: `done` runs later on `ctx` (unless cancelled)
   kNotFound,   // the application is not registered
+  kRefused,    // the platform root cannot be trusted (logged; see host_root.hh)
   kFailed,     // its executable could not be started
 };
 

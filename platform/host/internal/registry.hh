@@ -39,6 +39,10 @@ struct PackageRecord {
 // only, not starting with '.'.
 bool registry_valid_id(const std::string &id);
 
+// False with *error when the registry of the current root cannot be trusted (see host_root.hh):
+// every function below then fails (or finds nothing). A root without a registry is usable.
+bool registry_usable(std::string *error);
+
 // Reads a package of the current platform root. False with a message in *error when it is not
 // installed or its file is malformed.
 bool registry_load_package(const std::string &package_id, PackageRecord *out, std::string *error);

@@ -2,6 +2,7 @@
 //
 // app_control_send_launch_request decides synchronously what it can:
 //   - no target app id, or a target that is not registered: APP_CONTROL_ERROR_APP_NOT_FOUND;
+//   - a platform root that cannot be trusted (host_root.hh): APP_CONTROL_ERROR_PERMISSION_DENIED;
 //   - a target that is not running and whose executable cannot be started:
 //     APP_CONTROL_ERROR_LAUNCH_FAILED;
 //   - a running target: the request is handed over at once and the callee's answer awaited
@@ -231,6 +232,7 @@ void launch(Sender *s) {
       [s](int connected_fd) { launched(s, connected_fd); }, &fd, &wait)) {
     case LaunchStart::kNotFound:
     case LaunchStart::kFailed:
+    case LaunchStart::kRefused:
       finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
       break;
     case LaunchStart::kPending:
@@ -303,6 +305,8 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
       return APP_CONTROL_ERROR_APP_NOT_FOUND;
     case LaunchStart::kFailed:
       return APP_CONTROL_ERROR_LAUNCH_FAILED;
+    case LaunchStart::kRefused:
+      return APP_CONTROL_ERROR_PERMISSION_DENIED;
     case LaunchStart::kPending:
       s.release();  // owned by the launch wait's callback from here on
       return APP_CONTROL_ERROR_NONE;

@@ -63,7 +63,8 @@ bool instance_read(const std::string &app_id, Instance *out) {
 bool instance_write(const std::string &app_id, const Instance &instance) {
   const std::string text =
       std::to_string(instance.pid) + " " + std::to_string(instance.start_time) + "\n";
-  return g_file_set_contents(pid_path(app_id).c_str(), text.c_str(), (gssize)text.size(), nullptr);
+  std::string error;
+  return private_write(pid_path(app_id), text.data(), text.size(), &error);
 }
 
 bool instance_alive(const Instance &instance) {

@@ -83,8 +83,13 @@ class InstanceLock {
  public:
   explicit InstanceLock(const std::string &app_id) {
     const std::string run = root_path(kRunDir);
-    if (!make_dirs(run)) return;
-    fd_ = open((run + "/" + app_id + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    std::string error;
+    if (!private_dir(run, &error)) {
+      log_refusal(error);
+      return;
+    }
+    fd_ = open((run + "/" + app_id + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC,
+               kPrivateFileMode);
     if (fd_ < 0) return;
     int r;
     do {
@@ -167,6 +172,11 @@ gboolean tick(gpointer data) {
 LaunchStart launch_connect(const std::string &app_id, const std::string &socket_name,
                            GMainContext *ctx, LaunchDone done, int *fd, LaunchWait **wait) {
   AppRecord app;
+  std::string refusal;
+  if (!registry_usable(&refusal)) {
+    log_refusal(refusal);
+    return LaunchStart::kRefused;
+  }
   if (!registry_valid_id(app_id) || !registry_find_app(app_id, &app)) return LaunchStart::kNotFound;
   const std::string path = app_socket_path(app_id, socket_name);
   if (path.size() >= kMaxSocketPath) {

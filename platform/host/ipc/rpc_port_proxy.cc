@@ -154,6 +154,7 @@ void rpc_port_proxy_s::begin_launch() {
       schedule(Event::kRejected);
       break;
     case LaunchStart::kFailed:
+    case LaunchStart::kRefused:
       schedule(Event::kRejected);
       break;
   }

@@ -70,13 +70,11 @@ bool listen_unix(const std::string &path, Listener *out, std::string *error) {
     *error = "socket path too long: " + path;
     return false;
   }
-  if (!make_dirs(dir_of(path))) {
-    *error = "cannot create " + dir_of(path);
-    return false;
-  }
+  if (!private_dir(dir_of(path), error)) return false;
   // Two processes that start listening at once must not remove each other's socket.
   const std::string lock_path = path + ".lock";
-  int lock_fd = open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  int lock_fd =
+      open(lock_path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kPrivateFileMode);
   if (lock_fd < 0 || flock(lock_fd, LOCK_EX) != 0) {
     if (lock_fd >= 0) close(lock_fd);
     *error = "cannot lock " + lock_path;
@@ -92,7 +90,7 @@ bool listen_unix(const std::string &path, Listener *out, std::string *error) {
     *error = "cannot remove stale socket " + path + ": " + strerror(errno);
   } else if ((fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) < 0 ||
              bind(fd, reinterpret_cast<struct sockaddr *>(&addr), sizeof(addr)) != 0 ||
-             listen(fd, 64) != 0) {
+             chmod(path.c_str(), kPrivateFileMode) != 0 || listen(fd, 64) != 0) {
     *error = "cannot listen at " + path + ": " + strerror(errno);
   } else {
     struct stat st;

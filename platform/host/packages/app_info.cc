@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "host_root.hh"
 #include "registry.hh"
 
 struct app_info_s {
@@ -15,6 +16,11 @@ extern "C" {
 int app_info_create(const char *app_id, app_info_h *app_info) {
   if (!app_id || !app_info) return APP_MANAGER_ERROR_INVALID_PARAMETER;
   vhost::AppRecord record;
+  std::string error;
+  if (!vhost::registry_usable(&error)) {
+    vhost::log_refusal(error);
+    return APP_MANAGER_ERROR_IO_ERROR;
+  }
   if (!vhost::registry_find_app(app_id, &record)) return APP_MANAGER_ERROR_NO_SUCH_APP;
   auto *info = new (std::nothrow) app_info_s{std::move(record)};
   if (!info) return APP_MANAGER_ERROR_OUT_OF_MEMORY;

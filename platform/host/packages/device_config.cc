@@ -41,6 +41,15 @@ bool device_profile_known(const std::string &profile) {
 
 bool device_profile_read(std::string *profile, std::string *error) {
   const std::string path = root_path(kDeviceConfig);
+  switch (root_check(error)) {
+    case RootState::kRefused:
+      return false;
+    case RootState::kMissing:
+      *profile = kDefaultProfile;
+      return true;
+    case RootState::kReady:
+      break;
+  }
   std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
   GError *err = nullptr;
   if (!g_key_file_load_from_file(kf.get(), path.c_str(), G_KEY_FILE_NONE, &err)) {
@@ -77,18 +86,14 @@ bool device_profile_write(const std::string &profile, std::string *error) {
     *error = "invalid profile '" + profile + "'";
     return false;
   }
-  if (!make_dirs(root_dir())) {
-    *error = "cannot create the platform root " + root_dir();
-    return false;
-  }
+  if (!root_prepare(error)) return false;
   std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
   g_key_file_set_string(kf.get(), kGroup, kProfileKey, profile.c_str());
-  GError *err = nullptr;
-  if (!g_key_file_save_to_file(kf.get(), root_path(kDeviceConfig).c_str(), &err)) {
-    *error = "cannot write " + root_path(kDeviceConfig) + ": " + take_error(err);
-    return false;
-  }
-  return true;
+  gsize size = 0;
+  gchar *data = g_key_file_to_data(kf.get(), &size, nullptr);
+  const bool ok = private_write(root_path(kDeviceConfig), data, size, error);
+  g_free(data);
+  return ok;
 }
 
 }  // namespace vhost

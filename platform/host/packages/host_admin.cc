@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kInvalid = -22;
 constexpr int kIoError = -5;
+constexpr int kRefused = -13;
 
 int fail(int code, const std::string &message, char **error) {
   if (error) *error = strdup(message.c_str());
@@ -32,15 +33,26 @@ char **to_strv(const std::vector<std::string> &items) {
   return strv;
 }
 
+// True (and *code set) when the root or its registry cannot be trusted.
+bool refused(int *code, char **error) {
+  std::string message;
+  if (vhost::registry_usable(&message)) return false;
+  *code = fail(kRefused, message, error);
+  return true;
+}
+
 }  // namespace
 
 extern "C" {
 
 int velmora_host_init_root(const char *profile, char **error) {
-  const std::string packages = vhost::root_path(vhost::kPackagesDir);
-  if (!vhost::make_dirs(packages))
-    return fail(kIoError, "cannot create the platform root " + vhost::root_dir(), error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   std::string message;
+  if (!vhost::private_dir(vhost::root_path(vhost::kPackagesDir), &message)) {
+    vhost::RootState state = vhost::root_check(&message);
+    return fail(state == vhost::RootState::kRefused ? kRefused : kIoError, message, error);
+  }
   if (profile) {
     if (!vhost::device_profile_write(profile, &message))
       return fail(vhost::device_profile_valid(profile) ? kIoError : kInvalid, message, error);
@@ -58,6 +70,8 @@ int velmora_host_init_root(const char *profile, char **error) {
 
 int velmora_host_set_profile(const char *profile, char **error) {
   if (!profile) return fail(kInvalid, "no profile given", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   std::string message;
   if (!vhost::device_profile_write(profile, &message))
     return fail(vhost::device_profile_valid(profile) ? kIoError : kInvalid, message, error);
@@ -66,6 +80,8 @@ int velmora_host_set_profile(const char *profile, char **error) {
 
 int velmora_host_get_profile(char **profile, char **error) {
   if (!profile) return fail(kInvalid, "no place for the profile", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   std::string value, message;
   if (!vhost::device_profile_read(&value, &message)) return fail(kIoError, message, error);
   *profile = strdup(value.c_str());
@@ -77,6 +93,8 @@ int velmora_host_install_package(const char *package_id, const velmora_host_app_
                                  size_t n_metadata, char **error) {
   if (!package_id || (n_apps && !apps) || (n_metadata && !metadata))
     return fail(kInvalid, "missing package id, applications or metadata", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   vhost::PackageRecord package;
   package.id = package_id;
   for (size_t i = 0; i < n_apps; ++i) {
@@ -109,6 +127,8 @@ int velmora_host_install_package(const char *package_id, const velmora_host_app_
 
 int velmora_host_remove_package(const char *package_id, char **error) {
   if (!package_id) return fail(kInvalid, "no package id given", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   std::string message;
   if (!vhost::registry_remove_package(package_id, &message))
     return fail(PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE, message, error);
@@ -117,6 +137,12 @@ int velmora_host_remove_package(const char *package_id, char **error) {
 
 int velmora_host_list_packages(char ***package_ids, char ***errors) {
   if (!package_ids) return kInvalid;
+  std::string refusal;
+  if (!vhost::registry_usable(&refusal)) {
+    *package_ids = to_strv({});
+    if (errors) *errors = to_strv({refusal});
+    return kRefused;
+  }
   std::vector<std::string> messages;
   std::vector<std::string> ids;
   for (const vhost::PackageRecord &package : vhost::registry_list_packages(&messages))
@@ -128,6 +154,8 @@ int velmora_host_list_packages(char ***package_ids, char ***errors) {
 
 int velmora_host_get_app_exec(const char *app_id, char **exec, char **error) {
   if (!app_id || !exec) return fail(kInvalid, "missing application id", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
   vhost::AppRecord app;
   if (!vhost::registry_find_app(app_id, &app))
     return fail(APP_MANAGER_ERROR_NO_SUCH_APP,

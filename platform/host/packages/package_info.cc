@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "dlog.h"
+#include "host_root.hh"
 #include "package_manager.h"
 #include "registry.hh"
 
@@ -31,6 +32,10 @@ int package_info_create(const char *package, package_info_h *package_info) {
   if (!package || !package_info) return PACKAGE_MANAGER_ERROR_INVALID_PARAMETER;
   vhost::PackageRecord record;
   std::string error;
+  if (!vhost::registry_usable(&error)) {
+    vhost::log_refusal(error);
+    return PACKAGE_MANAGER_ERROR_IO_ERROR;
+  }
   if (!vhost::registry_load_package(package, &record, &error)) {
     if (!vhost::registry_package_exists(package)) return PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE;
     dlog_print(DLOG_ERROR, "VELMORA_HOST", "package_info: %s", error.c_str());

@@ -3,6 +3,8 @@
 
 #include <glib.h>
 #include <glib/gstdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -30,7 +32,8 @@ std::string take_error(GError *err) {
   return message;
 }
 
-std::string get_string(GKeyFile *kf, const std::string &group, const char *key, std::string *error) {
+std::string get_string(GKeyFile *kf, const std::string &group, const char *key,
+                       std::string *error) {
   GError *err = nullptr;
   gchar *v = g_key_file_get_string(kf, group.c_str(), key, &err);
   if (!v) {
@@ -40,6 +43,26 @@ std::string get_string(GKeyFile *kf, const std::string &group, const char *key, 
   std::string s = v;
   g_free(v);
   return s;
+}
+
+// A package file names an executable the launcher starts as this user: only the user's own, and
+// one nobody else can write, is read.
+bool file_trusted(const std::string &path, std::string *error) {
+  struct stat st;
+  if (lstat(path.c_str(), &st) != 0) return true;  // loading it reports what is wrong
+  if (!S_ISREG(st.st_mode)) {
+    *error = path + " is not a regular file: remove it";
+    return false;
+  }
+  if (st.st_uid != geteuid() || (st.st_mode & (S_IWGRP | S_IWOTH))) {
+    *error =
+        path +
+        (st.st_uid != geteuid() ? " belongs to uid " + std::to_string(st.st_uid) + ", not to you"
+                                : std::string(" can be written by other users")) +
+        ": remove it and install the package again";
+    return false;
+  }
+  return true;
 }
 
 bool parse_package(GKeyFile *kf, const std::string &expected_id, PackageRecord *out,
@@ -85,9 +108,12 @@ bool parse_package(GKeyFile *kf, const std::string &expected_id, PackageRecord *
 
 bool registry_valid_id(const std::string &id) {
   if (id.empty() || id.size() > 255 || id[0] == '.') return false;
-  return std::all_of(id.begin(), id.end(), [](char c) {
-    return g_ascii_isalnum(c) || c == '.' || c == '-' || c == '_';
-  });
+  return std::all_of(id.begin(), id.end(),
+                     [](char c) { return g_ascii_isalnum(c) || c == '.' || c == '-' || c == '_'; });
+}
+
+bool registry_usable(std::string *error) {
+  return dir_check(packages_dir(), error) != RootState::kRefused;
 }
 
 bool registry_load_package(const std::string &package_id, PackageRecord *out, std::string *error) {
@@ -98,9 +124,11 @@ bool registry_load_package(const std::string &package_id, PackageRecord *out, st
     *error = "invalid package id '" + package_id + "'";
     return false;
   }
+  if (!registry_usable(error) || !file_trusted(package_path(package_id), error)) return false;
   KeyFile kf(g_key_file_new());
   GError *err = nullptr;
-  if (!g_key_file_load_from_file(kf.get(), package_path(package_id).c_str(), G_KEY_FILE_NONE, &err)) {
+  if (!g_key_file_load_from_file(kf.get(), package_path(package_id).c_str(), G_KEY_FILE_NONE,
+                                 &err)) {
     const bool missing = err && g_error_matches(err, G_FILE_ERROR, G_FILE_ERROR_NOENT);
     *error = missing ? "package '" + package_id + "' is not installed"
                      : "package '" + package_id + "': " + take_error(err);
@@ -115,11 +143,18 @@ bool registry_load_package(const std::string &package_id, PackageRecord *out, st
 }
 
 bool registry_package_exists(const std::string &package_id) {
-  return registry_valid_id(package_id) && g_file_test(package_path(package_id).c_str(), G_FILE_TEST_EXISTS);
+  return registry_valid_id(package_id) &&
+         g_file_test(package_path(package_id).c_str(), G_FILE_TEST_EXISTS);
 }
 
 std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *errors) {
   std::vector<PackageRecord> result;
+  std::string refused;
+  if (!registry_usable(&refused)) {
+    log_refusal(refused);
+    if (errors) errors->push_back(refused);
+    return result;
+  }
   GDir *dir = g_dir_open(packages_dir().c_str(), 0, nullptr);
   if (!dir) return result;
   while (const gchar *name = g_dir_read_name(dir)) {
@@ -186,16 +221,11 @@ bool registry_install_package(const PackageRecord &package, std::string *error) 
     }
   }
   g_key_file_set_string_list(kf.get(), "package", "apps", ids.data(), ids.size());
-  if (!make_dirs(packages_dir())) {
-    *error = "cannot create " + packages_dir();
-    return false;
-  }
-  GError *err = nullptr;
-  if (!g_key_file_save_to_file(kf.get(), package_path(package.id).c_str(), &err)) {
-    *error = take_error(err);
-    return false;
-  }
-  return true;
+  gsize size = 0;
+  gchar *data = g_key_file_to_data(kf.get(), &size, nullptr);
+  const bool ok = private_write(package_path(package.id), data, size, error);
+  g_free(data);
+  return ok;
 }
 
 bool registry_remove_package(const std::string &package_id, std::string *error) {
@@ -205,6 +235,7 @@ bool registry_remove_package(const std::string &package_id, std::string *error) 
     *error = "invalid package id '" + package_id + "'";
     return false;
   }
+  if (!registry_usable(error)) return false;
   if (g_unlink(package_path(package_id).c_str()) != 0) {
     *error = "package '" + package_id + "' is not installed";
     return false;

@@ -144,6 +144,11 @@ bool same_file(const Connection &c, const std::string &path) {
 int ensure_open() {
   Connection &c = connection();
   const std::string path = vhost::root_path(vhost::kStoreDb);
+  std::string refusal;
+  if (vhost::root_check(&refusal) == vhost::RootState::kRefused) {
+    vhost::log_refusal(refusal);
+    return ACCOUNT_ERROR_PERMISSION_DENIED;
+  }
   if (same_file(c, path)) return ACCOUNT_ERROR_NONE;
   if (c.pid == getpid()) {
     c.close();
@@ -157,9 +162,10 @@ int ensure_open() {
   }
   c.pid = getpid();
 
-  const std::string dir = path.substr(0, path.rfind('/'));
-  if (!vhost::make_dirs(dir)) {
-    dlog_print(DLOG_ERROR, kLogTag, "store: cannot create %s", dir.c_str());
+  // The database (and so its WAL and shared-memory files, which take its mode) is private.
+  std::string error;
+  if (!vhost::private_file(path, &error)) {
+    vhost::log_refusal("store: " + error);
     return ACCOUNT_ERROR_DB_NOT_OPENED;
   }
   sqlite3 *db = nullptr;
