@@ -132,6 +132,12 @@ bool parse_lifetime(const std::string &text, int64_t *out) {
   return true;
 }
 
+// A made secret is printed once, on a line of its own for scripts: "client_secret=<secret>".
+void print_registered(const std::string &client_id, const std::string &secret) {
+  printf("registered client %s\n", client_id.c_str());
+  if (!secret.empty()) printf("client_secret=%s\n", secret.c_str());
+}
+
 int cmd_seed_user(const Args &args) {
   Options o({{"login-id", true, false},
              {"password", true, false},
@@ -143,7 +149,7 @@ int cmd_seed_user(const Args &args) {
              {"sign-in", false, false},
              {"default", false, false},
              {"client-id", true, false},
-             {"client-secret", true, false},
+             {"with-secret", false, false},
              {"scope", true, true},
              {"token-lifetime", true, false}});
   std::string error;
@@ -151,8 +157,8 @@ int cmd_seed_user(const Args &args) {
   if (!o.positional().empty()) return usage_error("unexpected word '" + o.positional()[0] + "'");
   if (!o.has("login-id") || !o.has("password"))
     return usage_error("seed-user needs --login-id and --password");
-  if ((o.has("client-secret") || o.has("scope") || o.has("token-lifetime")) && !o.has("client-id"))
-    return usage_error("--client-secret, --scope and --token-lifetime need --client-id");
+  if ((o.has("with-secret") || o.has("scope") || o.has("token-lifetime")) && !o.has("client-id"))
+    return usage_error("--with-secret, --scope and --token-lifetime need --client-id");
 
   vagent::SeedUserOptions seed;
   seed.user.login_id = o.get("login-id");
@@ -167,7 +173,7 @@ int cmd_seed_user(const Args &args) {
   if (o.has("client-id")) {
     vagent::NewClient client;
     client.client_id = o.get("client-id");
-    client.secret = o.get("client-secret");
+    client.with_secret = o.has("with-secret");
     for (const std::string &s : o.all("scope"))
       for (const std::string &one : vagent::parse_scopes(s)) client.scopes.push_back(one);
     if (o.has("token-lifetime") && !parse_lifetime(o.get("token-lifetime"), &client.token_lifetime))
@@ -181,13 +187,13 @@ int cmd_seed_user(const Args &args) {
   if (!result.ok()) return failed(result.status());
   printf("seeded %s user_id=%s%s%s\n", result->user.login_id.c_str(), result->user.user_id.c_str(),
          result->signed_in ? " signed-in" : "", result->is_default ? " default" : "");
-  if (seed.client) printf("registered client %s\n", seed.client->client_id.c_str());
+  if (seed.client) print_registered(seed.client->client_id, result->client_secret);
   return 0;
 }
 
 int cmd_register_client(const Args &args) {
   Options o({{"client-id", true, false},
-             {"client-secret", true, false},
+             {"with-secret", false, false},
              {"scope", true, true},
              {"token-lifetime", true, false}});
   std::string error;
@@ -196,16 +202,16 @@ int cmd_register_client(const Args &args) {
   if (!o.has("client-id")) return usage_error("register-client needs --client-id");
   vagent::NewClient client;
   client.client_id = o.get("client-id");
-  client.secret = o.get("client-secret");
+  client.with_secret = o.has("with-secret");
   for (const std::string &s : o.all("scope"))
     for (const std::string &one : vagent::parse_scopes(s)) client.scopes.push_back(one);
   if (o.has("token-lifetime") && !parse_lifetime(o.get("token-lifetime"), &client.token_lifetime))
     return usage_error("--token-lifetime must be a positive number of seconds");
   auto state = open_state();
   if (!state.ok()) return failed(state.status());
-  vagent::Status st = state.value()->clients().register_client(client);
-  if (!st.ok()) return failed(st);
-  printf("registered client %s\n", client.client_id.c_str());
+  auto secret = state.value()->clients().register_client(client);
+  if (!secret.ok()) return failed(secret.status());
+  print_registered(client.client_id, secret.value());
   return 0;
 }
 
@@ -394,10 +400,10 @@ const std::vector<Command> &commands() {
       {"seed-user", cmd_seed_user,
        "seed-user --login-id L --password P [--user-id G] [--country-code CC] [--mcc MCC]\n"
        "          [--api-server-url U] [--auth-server-url U] [--sign-in] [--default]\n"
-       "          [--client-id C [--client-secret S] [--scope SCOPE]... [--token-lifetime SEC]]"},
+       "          [--client-id C [--with-secret] [--scope SCOPE]... [--token-lifetime SEC]]\n"
+       "          --with-secret: the agent makes the client's secret and prints it, once"},
       {"register-client", cmd_register_client,
-       "register-client --client-id C [--client-secret S] [--scope SCOPE]... [--token-lifetime "
-       "SEC]"},
+       "register-client --client-id C [--with-secret] [--scope SCOPE]... [--token-lifetime SEC]"},
       {"sign-out", cmd_sign_out, "sign-out --login-id L"},
       {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
       {"fault", cmd_fault,

@@ -52,7 +52,6 @@ constexpr const char *kAgentAppId = "dev.velmora.account";
 constexpr const char *kLogin = "bench@velmora.dev";
 constexpr const char *kClient = "bench.client";        // registered with a secret
 constexpr const char *kPublicClient = "bench.public";  // registered without one
-constexpr const char *kSecret = "bench-secret";
 constexpr const char *kScope = "read";
 constexpr gint64 kWaitUs = 30 * G_USEC_PER_SEC;
 
@@ -65,6 +64,7 @@ constexpr gint64 kWaitUs = 30 * G_USEC_PER_SEC;
 
 struct Setup {
   std::string root;
+  std::string secret;     // the bench client's, made by the agent
   vbench::EchoPeer echo;  // the floor
   size_t request_payload = 0;
   size_t response_payload = 0;
@@ -106,7 +106,7 @@ void measure_sizes(Setup &s) {
   rpc_port_AccountS_create(&account);
   rpc_port_AccountS_set_LoginId(account, kLogin);
   rpc_port_AccountS_set_ClientId(account, kClient);
-  rpc_port_AccountS_set_ClientSecret(account, kSecret);
+  rpc_port_AccountS_set_ClientSecret(account, std::string(43, 's').c_str());
   rpc_port_AccountS_set_Scope(account, kScope);
   rpc_port_AccountSvc_ResponseCb_h delegate =
       rpc_port_AccountSvc_ResponseCb_create(nullptr, true, nullptr);
@@ -136,7 +136,6 @@ void measure_sizes(Setup &s) {
   rpc_port_AccountS_destroy(account);
 }
 
-
 void install_agent(Setup &s) {
   char *error = nullptr;
   if (velmora_host_init_root("mobile", &error) != 0) fail(error ? error : "init root");
@@ -146,18 +145,24 @@ void install_agent(Setup &s) {
   if (velmora_host_install_package(kAgentAppId, apps, 1, meta, 1, &error) != 0)
     fail(error ? error : "install the agent");
 
-  const std::vector<std::string> args = {
-      exec,    "--root",          s.root,         "seed-user", "--login-id",
-      kLogin,  "--password",      "bench-pass-1", "--sign-in", "--client-id",
-      kClient, "--client-secret", kSecret,        "--scope",   kScope};
+  const std::vector<std::string> args = {exec,         "--root",      s.root,       "seed-user",
+                                         "--login-id", kLogin,        "--password", "bench-pass-1",
+                                         "--sign-in",  "--client-id", kClient,      "--with-secret",
+                                         "--scope",    kScope};
   std::vector<gchar *> argv;
   for (const std::string &a : args) argv.push_back(const_cast<gchar *>(a.c_str()));
   argv.push_back(nullptr);
   gint status = 0;
-  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_STDOUT_TO_DEV_NULL, nullptr, nullptr,
-                    nullptr, nullptr, &status, nullptr) ||
+  gchar *out = nullptr;
+  if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, &out, nullptr,
+                    &status, nullptr) ||
       !g_spawn_check_wait_status(status, nullptr))
     fail("seeding the user failed (is " + exec + " built?)");
+  // The agent made the client's secret and printed it once.
+  const char *line = out ? strstr(out, "client_secret=") : nullptr;
+  if (line) s.secret.assign(line + 14, strcspn(line + 14, "\n"));
+  g_free(out);
+  if (s.secret.size() != 43) fail("the agent made no client secret");
   const std::vector<std::string> client = {
       exec, "--root", s.root, "register-client", "--client-id", kPublicClient, "--scope", kScope};
   argv.clear();
@@ -173,7 +178,9 @@ void set_request(velmora_account_h h, bool secret) {
   velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin);
   velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
                                    secret ? kClient : kPublicClient);
-  if (secret) velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret);
+  if (secret)
+    velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
+                                     setup().secret.c_str());
   velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_SCOPE, kScope);
 }
 
@@ -226,7 +233,6 @@ bool request_token(velmora_account_h h) {
   while (!o.done) g_main_context_iteration(nullptr, TRUE);
   return o.result == 0 && o.has_token;
 }
-
 
 void check_all(Setup &s) {
   for (velmora_account_h h : {s.app_control, s.app_control_secret})

@@ -30,11 +30,13 @@ trap cleanup EXIT
   --app "dev.velmora.account.ui:ui:$agent" \
   --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
 "$agent" seed-user --login-id example@velmora.dev --password example-pass-1 --sign-in \
-  --client-id example.client --client-secret example-secret --scope read >/dev/null
+  --client-id example.client --with-secret --scope read >"$root/seed.txt"
+# The agent made the client's secret and printed it once.
+secret=$(sed -n 's/^client_secret=//p' "$root/seed.txt")
 
 for mode in "" --nidl; do
   # Into a file: the agent launched on demand inherits the example's output.
-  "$example" $mode example@velmora.dev example.client example-secret >"$root/out.txt"
+  "$example" $mode example@velmora.dev example.client "$secret" >"$root/out.txt"
   cat "$root/out.txt"
   grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$root/out.txt"
 done

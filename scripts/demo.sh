@@ -18,7 +18,6 @@ done
 
 LOGIN=demo@velmora.dev
 CLIENT=demo.client
-SECRET=demo-client-secret
 APP_ID=dev.velmora.account
 
 ROOT=$(mktemp -d "${TMPDIR:-/tmp}/velmora-demo-XXXXXX")
@@ -74,9 +73,15 @@ run "$PLATFORM" install "$APP_ID" \
   --app "$APP_ID:service:$AGENT" --app "$APP_ID.ui:ui:$AGENT" \
   --meta "$APP_ID:velmora-experience-service-api-level=5"
 
-say "seed the demo user $LOGIN, sign it in, register the client $CLIENT"
-run "$AGENT" seed-user --login-id "$LOGIN" --password "demo-password-$$" --sign-in --default \
-  --client-id "$CLIENT" --client-secret "$SECRET" --scope "read write"
+say "seed the demo user $LOGIN, sign it in, register the client $CLIENT with a secret"
+# The agent makes the client's secret and prints it once ("client_secret=..."); the demo keeps it
+# in a file of the root instead of showing it.
+printf '$ %s\n' "$AGENT seed-user --login-id $LOGIN --password ... --sign-in --default --client-id $CLIENT --with-secret --scope \"read write\""
+"$AGENT" seed-user --login-id "$LOGIN" --password "demo-password-$$" --sign-in --default \
+  --client-id "$CLIENT" --with-secret --scope "read write" >"$ROOT/seed.txt"
+grep -v '^client_secret=' "$ROOT/seed.txt" | sed 's/^/    /'
+SECRET=$(sed -n 's/^client_secret=//p' "$ROOT/seed.txt")
+[[ ${#SECRET} -eq 43 ]] || { echo "demo: the agent made no client secret" >&2; exit 1; }
 
 common=(--login-id "$LOGIN" --client-id "$CLIENT" --client-secret "$SECRET" --timeout 30)
 for transport in app-control nidl; do

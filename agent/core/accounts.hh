@@ -13,6 +13,7 @@
 
 #include "clock.hh"
 #include "result.hh"
+#include "schema.hh"
 #include "state_db.hh"
 #include "users.hh"
 
@@ -24,6 +25,8 @@ struct SignedInAccount {
   int64_t signed_in_at = 0;
 };
 
+const SchemaArea &accounts_schema();
+
 class Accounts {
  public:
   Accounts(StateDb &db, Users &users, const Clock &clock) : db_(db), users_(users), clock_(clock) {}
@@ -33,13 +36,16 @@ class Accounts {
   Result<User> sign_in(const std::string &login_id, const std::string &password);
   // Signs in a user whose identity was proven otherwise (an authorization code, the admin seed).
   Result<User> sign_in_verified(const std::string &login_id);
-  // NEED_SIGNIN when the login id is not signed in.
+  // NEED_SIGNIN when the login id is not signed in. Every area forgets what it keeps for the
+  // account (SchemaArea::forget_account: its tokens, codes, ...).
   Status sign_out(const std::string &login_id);
 
   // Ok when signed in; UNKNOWN_USER for a login id nobody has, NEED_SIGNIN for a known one that
   // is not signed in, INVALID_PARAMETER for an empty one.
   Status require_signed_in(const std::string &login_id);
   Result<bool> is_signed_in(const std::string &login_id);
+  // The user of a signed-in login id, in one lookup: require_signed_in's errors otherwise.
+  Result<User> signed_in_user(const std::string &login_id);
   // Any account signed in at all.
   Result<bool> any_signed_in();
   // In sign-in order.

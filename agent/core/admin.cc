@@ -16,19 +16,24 @@ Result<SeedResult> seed_user(AgentState &state, const SeedUserOptions &options) 
     if (options.client->token_lifetime <= 0)
       return Status::fail(errc::kInvalidParameter, "token lifetime must be positive");
   }
-  Transaction tx(state.db());
-  if (!tx.status().ok()) return tx.status();
-  Result<User> user = state.users().create(options.user);
-  if (!user.ok()) return user.status();
-  if (options.client) {
-    Status st = state.clients().register_client(*options.client);
+  SeedResult out;
+  {
+    Transaction tx(state.db());
+    if (!tx.status().ok()) return tx.status();
+    Result<User> user = state.users().create(options.user);
+    if (!user.ok()) return user.status();
+    out.user = user.value();
+    if (options.client) {
+      Result<std::string> secret = state.clients().register_client(*options.client);
+      if (!secret.ok()) return secret.status();
+      out.client_secret = secret.value();
+    }
+    Status st = tx.commit();
     if (!st.ok()) return st;
   }
-  SeedResult out;
-  out.user = user.value();
+  // Signing in writes the platform store: only after the user is committed, so that the store
+  // never names a user the state does not have.
   if (options.sign_in || options.make_default) {
-    // Inside the transaction the store mirror is written before the commit; a failing commit
-    // leaves a record that the next sync removes.
     Result<User> signed_in = state.accounts().sign_in_verified(out.user.login_id);
     if (!signed_in.ok()) return signed_in.status();
     out.signed_in = true;
@@ -36,10 +41,6 @@ Result<SeedResult> seed_user(AgentState &state, const SeedUserOptions &options) 
       Status st = state.accounts().set_default(out.user.login_id);
       if (!st.ok()) return st;
     }
-  }
-  Status st = tx.commit();
-  if (!st.ok()) return st;
-  if (out.signed_in) {
     Result<std::string> def = state.accounts().default_account();
     out.is_default = def.ok() && def.value() == out.user.login_id;
   }

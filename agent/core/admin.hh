@@ -23,10 +23,11 @@ struct SeedResult {
   User user;
   bool signed_in = false;
   bool is_default = false;
+  std::string client_secret;  // the secret made for the client (empty: none); shown only here
 };
 
-// Creates a user, then optionally registers a client and signs the user in (as the default).
-// Nothing is created when the user's fields or the client's are invalid.
+// Creates a user and optionally registers a client (together: nothing is created when the user's
+// fields or the client's are invalid), then optionally signs the user in (as the default).
 Result<SeedResult> seed_user(AgentState &state, const SeedUserOptions &options);
 
 // A readable account of the state: users, clients, signed-in accounts, token and code counts, the

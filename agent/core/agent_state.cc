@@ -3,18 +3,20 @@
 
 #include "clock_offset.hh"
 #include "config.hh"
+#include "identity.hh"
 #include "velmora_host.h"
 
 namespace vagent {
 
-AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db)
+AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash hash)
     : root_(std::move(root)),
       db_(std::move(db)),
+      hash_(std::move(hash)),
       users_(*db_, clock_),
-      clients_(*db_),
+      clients_(*db_, hash_),
       accounts_(*db_, users_, clock_),
-      tokens_(*db_, users_, clients_, accounts_, clock_),
-      codes_(*db_, users_, clients_, accounts_, clock_),
+      tokens_(*db_, hash_, clients_, accounts_, clock_),
+      codes_(*db_, hash_, clients_, accounts_, clock_),
       mcc_(users_, accounts_),
       consents_(users_, accounts_),
       linking_(*db_, accounts_, clients_, tokens_) {
@@ -35,7 +37,15 @@ Result<std::unique_ptr<AgentState>> AgentState::open(const std::string &root) {
   if (root.empty()) return Status::fail(errc::kInvalidParameter, "no platform root");
   Result<std::unique_ptr<StateDb>> db = StateDb::open(root + "/" + kStateFile);
   if (!db.ok()) return db.status();
-  return std::unique_ptr<AgentState>(new AgentState(root, std::move(db.value())));
+  Result<std::optional<IdentityRecord>> identity = read_identity(*db.value());
+  if (!identity.ok()) return identity.status();
+  if (!identity.value()) {
+    Result<IdentityRecord> made = create_identity(*db.value(), Clock::wall());
+    if (!made.ok()) return made.status();
+    identity.value() = made.value();
+  }
+  KeyedHash hash(identity.value()->digest_key);
+  return std::unique_ptr<AgentState>(new AgentState(root, std::move(db.value()), std::move(hash)));
 }
 
 Result<User> AgentState::sign_in_with_code(const std::string &code, const std::string &login_id) {

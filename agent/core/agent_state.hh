@@ -25,6 +25,7 @@
 #include "codes.hh"
 #include "consents.hh"
 #include "faults.hh"
+#include "keyed_hash.hh"
 #include "linking.hh"
 #include "mcc.hh"
 #include "result.hh"
@@ -69,9 +70,10 @@ class AgentState {
   Result<User> account_from_user_id(const std::string &user_id);
 
  private:
-  AgentState(std::string root, std::unique_ptr<StateDb> db);
+  AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash hash);
   std::string root_;
   std::unique_ptr<StateDb> db_;
+  KeyedHash hash_;
   Clock clock_;
   Users users_;
   Clients clients_;

@@ -1,8 +1,10 @@
 // Velmora agent: single-use authorization codes and effortless-login codes.
 //
 // A code is 24 random bytes (32 base64url characters), bound to the login id and client id it was
-// issued for, valid for 600 s and good for one redemption. The agent keeps only its SHA-256 hash,
-// and remembers a redeemed code so that a second use is told apart from a code never issued.
+// issued for, valid for 600 s and good for one redemption. The agent keeps only its keyed digest
+// (keyed_hash.hh), and remembers a redeemed or expired code for kCodeRetention so that a second
+// use is told apart from a code never issued; a new code of the same login id and client prunes
+// the older ones past that.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +13,9 @@
 #include "accounts.hh"
 #include "clients.hh"
 #include "clock.hh"
+#include "keyed_hash.hh"
 #include "result.hh"
+#include "schema.hh"
 #include "state_db.hh"
 #include "users.hh"
 
@@ -50,10 +54,13 @@ struct RedeemedCode {
   std::string device_unique_code;
 };
 
+const SchemaArea &codes_schema();
+
 class Codes {
  public:
-  Codes(StateDb &db, Users &users, Clients &clients, Accounts &accounts, const Clock &clock)
-      : db_(db), users_(users), clients_(clients), accounts_(accounts), clock_(clock) {}
+  Codes(StateDb &db, const KeyedHash &hash, Clients &clients, Accounts &accounts,
+        const Clock &clock)
+      : db_(db), hash_(hash), clients_(clients), accounts_(accounts), clock_(clock) {}
 
   // Checks, in order: login id and client id given (INVALID_PARAMETER), the login id signed in
   // (UNKNOWN_USER / NEED_SIGNIN), the client registered (UNKNOWN_CLIENT), the scope
@@ -70,7 +77,7 @@ class Codes {
 
  private:
   StateDb &db_;
-  Users &users_;
+  const KeyedHash &hash_;
   Clients &clients_;
   Accounts &accounts_;
   const Clock &clock_;

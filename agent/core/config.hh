@@ -18,6 +18,7 @@ inline constexpr const char *kDefaultValue = "true";
 // Files below the platform root.
 inline constexpr const char *kStateDir = "agent";
 inline constexpr const char *kStateFile = "agent/state.db";
+inline constexpr const char *kIdentityFile = "agent/identity";
 inline constexpr const char *kFaultsFile = "agent/faults.conf";
 inline constexpr const char *kClockFile = "agent/clock.conf";
 
@@ -26,10 +27,18 @@ inline constexpr int64_t kAccessTokenLifetime = 3600;
 inline constexpr int64_t kRefreshTokenLifetime = 30 * 24 * 3600;
 inline constexpr int64_t kAuthCodeLifetime = 600;
 inline constexpr int64_t kEffortlessCodeLifetime = 600;
+// How long a used or expired code is remembered (so that a second use is told apart from a code
+// never issued) before the next code of its login id and client prunes it.
+inline constexpr int64_t kCodeRetention = 24 * 3600;
+
+// Live grants (access token with its refresh token) kept per login id and client: a new grant
+// beyond this revokes the oldest.
+inline constexpr int kMaxGrantsPerClient = 16;
 
 // Sizes of the random parts, in bytes (as base64url text: 32 -> 43 characters, 24 -> 32).
 inline constexpr int kAccessTokenBytes = 32;
 inline constexpr int kRefreshTokenBytes = 32;
+inline constexpr int kClientSecretBytes = 32;
 inline constexpr int kCodeBytes = 24;
 inline constexpr int kUserIdBytes = 8;  // user ids (GUIDs) are 16 hex characters
 

@@ -6,6 +6,7 @@ namespace vagent {
 const std::vector<ErrorInfo> &error_table() {
   static const std::vector<ErrorInfo> table = {
       {errc::kNone, "NONE", "success"},
+      {errc::kOutOfMemory, "OUT_OF_MEMORY", "the agent ran out of memory"},
       {errc::kPermissionDenied, "PERMISSION_DENIED", "the caller may not use this operation"},
       {errc::kResourceBusy, "RESOURCE_BUSY", "a database stayed busy past its time-out"},
       {errc::kInvalidParameter, "INVALID_PARAMETER",
@@ -38,6 +39,8 @@ const std::vector<ErrorInfo> &error_table() {
        "the mandatory terms consents (bits 1 and 2) are missing"},
       {errc::kUnknownFaultKey, "AGENT_ERROR_UNKNOWN_FAULT_KEY",
        "fault injection: unknown key or bad value"},
+      {errc::kStateLost, "AGENT_ERROR_STATE_LOST",
+       "the agent's state does not match the platform account store or its identity record"},
   };
   return table;
 }

@@ -17,6 +17,7 @@ namespace errc {
 
 // Codes shared with the client library.
 inline constexpr int kNone = 0;
+inline constexpr int kOutOfMemory = -12;
 inline constexpr int kPermissionDenied = -13;
 inline constexpr int kResourceBusy = -16;  // a database stayed busy past its time-out
 inline constexpr int kInvalidParameter = -22;
@@ -41,6 +42,8 @@ inline constexpr int kTokenExpired = static_cast<int>(0xC100000Du);
 inline constexpr int kNoToken = static_cast<int>(0xC100000Eu);
 inline constexpr int kConsentRequired = static_cast<int>(0xC100000Fu);
 inline constexpr int kUnknownFaultKey = static_cast<int>(0xC1000010u);
+// The agent's state does not match the platform account store or its identity record.
+inline constexpr int kStateLost = static_cast<int>(0xC1000011u);
 
 }  // namespace errc
 

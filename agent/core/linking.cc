@@ -3,6 +3,39 @@
 
 namespace vagent {
 
+namespace {
+
+const Statement kStatus{"SELECT linked FROM linking WHERE login_id = ?1 AND partner_client_id = ?2",
+                        Access::kLookup, "PRIMARY KEY"};
+const Statement kSet{
+    "INSERT OR REPLACE INTO linking(login_id, partner_client_id, linked) VALUES(?1, ?2, ?3)"};
+
+}  // namespace
+
+const SchemaArea &linking_schema() {
+  static const SchemaArea area{
+      "linking",
+      {
+          // 1
+          "CREATE TABLE linking("
+          "  login_id TEXT NOT NULL,"
+          "  partner_client_id TEXT NOT NULL,"
+          "  linked INTEGER NOT NULL,"
+          "  PRIMARY KEY(login_id, partner_client_id));",
+          // 2: looked up by its key only.
+          "CREATE TABLE linking_v2("
+          "  login_id TEXT NOT NULL,"
+          "  partner_client_id TEXT NOT NULL,"
+          "  linked INTEGER NOT NULL,"
+          "  PRIMARY KEY(login_id, partner_client_id)) WITHOUT ROWID;"
+          "INSERT INTO linking_v2 SELECT login_id, partner_client_id, linked FROM linking;"
+          "DROP TABLE linking;"
+          "ALTER TABLE linking_v2 RENAME TO linking;",
+      },
+      {&kStatus, &kSet}};
+  return area;
+}
+
 Result<bool> Linking::status(const LinkingQuery &q) {
   if (q.login_id.empty() || q.client_id.empty() || q.partner_client_id.empty() ||
       q.access_token.empty())
@@ -18,7 +51,7 @@ Result<bool> Linking::status(const LinkingQuery &q) {
   if (!token.ok()) return token.status();
   if (token->login_id != q.login_id || token->client_id != q.client_id)
     return Status::fail(errc::kUnknownToken, "access token belongs to another account or client");
-  Query sel(db_, "SELECT linked FROM linking WHERE login_id = ?1 AND partner_client_id = ?2");
+  Query sel(db_, kStatus);
   sel.bind(1, q.login_id).bind(2, q.partner_client_id);
   bool linked = sel.next(&st) && sel.integer(0) != 0;
   if (!st.ok()) return st;
@@ -31,8 +64,7 @@ Status Linking::set(const std::string &login_id, const std::string &partner_clie
   if (!st.ok() && st.code != errc::kNeedSignIn) return st;  // a known user is enough
   Result<Client> partner = clients_.find(partner_client_id);
   if (!partner.ok()) return partner.status();
-  Query q(db_,
-          "INSERT OR REPLACE INTO linking(login_id, partner_client_id, linked) VALUES(?1, ?2, ?3)");
+  Query q(db_, kSet);
   q.bind(1, login_id).bind(2, partner_client_id).bind(3, static_cast<int64_t>(linked ? 1 : 0));
   return q.run();
 }

@@ -7,6 +7,7 @@
 #include "accounts.hh"
 #include "clients.hh"
 #include "result.hh"
+#include "schema.hh"
 #include "state_db.hh"
 #include "tokens.hh"
 
@@ -18,6 +19,8 @@ struct LinkingQuery {
   std::string partner_client_id;  // the partner service
   std::string access_token;       // a live token of the login id and the asking client
 };
+
+const SchemaArea &linking_schema();
 
 class Linking {
  public:

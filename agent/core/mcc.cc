@@ -4,9 +4,7 @@
 namespace vagent {
 
 Result<MccInfo> Mcc::current(const std::string &login_id) {
-  Status st = accounts_.require_signed_in(login_id);
-  if (!st.ok()) return st;
-  Result<User> user = users_.find(login_id);
+  Result<User> user = accounts_.signed_in_user(login_id);
   if (!user.ok()) return user.status();
   return MccInfo{user->login_id, user->mcc, user->country_code};
 }

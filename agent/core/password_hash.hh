@@ -1,33 +1,36 @@
-// Velmora agent: slow salted hashes of passwords and client secrets (PBKDF2-HMAC-SHA256).
+// Velmora agent: slow, salted, memory-hard hashes of passwords.
 //
-// A stored hash is one text: "pbkdf2-sha256$<iterations>$<salt>$<derived key>" with salt (16 random
-// bytes) and key (32 bytes) in base64url. The iteration count travels with the hash, so it can be
-// raised later without breaking stored hashes.
+// New hashes are Argon2id, made and checked by libsodium (crypto_pwhash_str, with its INTERACTIVE
+// limits): the stored text is libsodium's own "$argon2id$v=19$m=...,t=...,p=1$<salt>$<hash>",
+// which carries its parameters. Hashes that earlier agents stored, "pbkdf2-sha256$<iterations>$
+// <salt>$<key>" (PBKDF2-HMAC-SHA256, salt and key in base64url), are still verified; the agent
+// replaces one with an Argon2id hash on the next successful sign-in (password_needs_rehash).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vagent {
 
-inline constexpr unsigned kPasswordIterations = 10000;
-inline constexpr size_t kPasswordSaltBytes = 16;
-inline constexpr size_t kPasswordKeyBytes = 32;
+// A new Argon2id hash of `password` with a fresh salt; nullopt when memory runs out.
+std::optional<std::string> hash_password(const std::string &password);
 
-// PBKDF2 with HMAC-SHA256 (RFC 8018), built on GLib's GHmac.
+// True when `password` matches the stored hash (Argon2id, or the earlier PBKDF2 scheme). A
+// malformed stored hash never matches.
+bool verify_password(const std::string &password, const std::string &stored);
+
+// True when the stored hash is not an Argon2id hash with this agent's limits: replace it.
+bool password_needs_rehash(const std::string &stored);
+
+// ---- the earlier scheme, verified only ----
+
+// PBKDF2 (RFC 8018) over libsodium's HMAC-SHA256.
 std::vector<uint8_t> pbkdf2_hmac_sha256(const std::string &password, const uint8_t *salt,
                                         size_t salt_len, unsigned iterations, size_t key_len);
-
-// A new hash of `secret` with a fresh random salt.
-std::string hash_secret(const std::string &secret, unsigned iterations = kPasswordIterations);
-
-// True when `secret` matches the stored hash. The comparison of the derived keys takes the same
-// time wherever they differ; a malformed stored hash never matches.
-bool verify_secret(const std::string &secret, const std::string &stored);
-
-// Compares two byte strings in time that depends only on their lengths.
-bool constant_time_equal(const uint8_t *a, size_t a_len, const uint8_t *b, size_t b_len);
+// A hash in the earlier stored form, as earlier agents wrote it (tests of the upgrade).
+std::string pbkdf2_stored_hash(const std::string &password, unsigned iterations = 10000);
 
 }  // namespace vagent

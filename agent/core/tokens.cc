@@ -7,6 +7,127 @@
 
 namespace vagent {
 
+namespace {
+
+constexpr size_t kRowBytes = 8;  // the masked row number at the front of a token
+constexpr size_t kRandomBytes = kAccessTokenBytes - kRowBytes;
+static_assert(kAccessTokenBytes == kRefreshTokenBytes);
+constexpr const char *kRowPurpose = "token-row";
+constexpr const char *kRefreshPurpose = "refresh-token";
+
+#define GRANT_COLUMNS                                                                 \
+  "access_token, refresh_digest, login_id, client_id, scope, issue_time, expires_in," \
+  " refresh_expires_at"
+
+const Statement kNextRow{"SELECT COALESCE(MAX(seq), 0) + 1 FROM tokens", Access::kLookup,
+                         "INTEGER PRIMARY KEY"};
+const Statement kInsert{"INSERT INTO tokens(seq, " GRANT_COLUMNS
+                        ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"};
+const Statement kRow{"SELECT " GRANT_COLUMNS " FROM tokens WHERE seq = ?1", Access::kLookup,
+                     "INTEGER PRIMARY KEY"};
+const Statement kDeleteRow{"DELETE FROM tokens WHERE seq = ?1", Access::kLookup,
+                           "INTEGER PRIMARY KEY"};
+const Statement kUseRefresh{
+    "UPDATE tokens SET refresh_digest = NULL WHERE seq = ?1 AND refresh_digest IS NOT NULL",
+    Access::kLookup, "INTEGER PRIMARY KEY"};
+// Grants of the pair whose access token and refresh token are both of no further use.
+const Statement kPrune{
+    "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND issue_time + expires_in <= ?3"
+    " AND (refresh_digest IS NULL OR refresh_expires_at <= ?3)",
+    Access::kLookup, "tokens_owner"};
+// All but the pair's ?3 newest grants.
+const Statement kCap{
+    "DELETE FROM tokens WHERE seq IN (SELECT seq FROM tokens WHERE login_id = ?1"
+    " AND client_id = ?2 ORDER BY seq DESC LIMIT -1 OFFSET ?3)",
+    Access::kLookup, "tokens_owner"};
+const Statement kLastOfClient{
+    "SELECT access_token, client_id, scope, issue_time, expires_in FROM tokens"
+    " WHERE login_id = ?1 AND client_id = ?2 ORDER BY seq DESC LIMIT 1",
+    Access::kLookup, "tokens_owner"};
+// Over the account's grants of every client: at most kMaxGrantsPerClient per client.
+const Statement kLastOfAccount{
+    "SELECT access_token, client_id, scope, issue_time, expires_in FROM tokens"
+    " WHERE seq = (SELECT MAX(seq) FROM tokens WHERE login_id = ?1)",
+    Access::kLookup, "tokens_owner"};
+const Statement kLiveCount{
+    "SELECT COUNT(*) FROM tokens WHERE login_id = ?1 AND issue_time + expires_in > ?2",
+    Access::kLookup, "tokens_owner"};
+const Statement kGrantCount{"SELECT COUNT(*) FROM tokens WHERE login_id = ?1 AND client_id = ?2",
+                            Access::kLookup, "tokens_owner"};
+const Statement kForget{"DELETE FROM tokens WHERE login_id = ?1", Access::kLookup, "tokens_owner"};
+
+// What a row holds.
+struct GrantRow {
+  std::string access_token;
+  std::string refresh_digest;  // empty once used
+  std::string login_id;
+  std::string client_id;
+  std::string scope;
+  int64_t issue_time = 0;
+  int64_t expires_in = 0;
+  int64_t refresh_expires_at = 0;
+};
+
+// The row `seq`: false (with *status ok) when there is none.
+bool read_row(StateDb &db, int64_t seq, GrantRow *row, Status *status) {
+  Query q(db, kRow);
+  q.bind(1, seq);
+  if (!q.next(status)) return false;
+  *row = GrantRow{q.text(0), q.blob(1),    q.text(2),    q.text(3),
+                  q.text(4), q.integer(5), q.integer(6), q.integer(7)};
+  return true;
+}
+
+bool same_text(const std::string &a, const std::string &b) {
+  return constant_time_equal(a.data(), a.size(), b.data(), b.size());
+}
+
+}  // namespace
+
+const SchemaArea &tokens_schema() {
+  static const SchemaArea area{
+      "tokens",
+      {
+          // 1
+          "CREATE TABLE access_tokens("
+          "  seq INTEGER PRIMARY KEY AUTOINCREMENT,"
+          "  token TEXT NOT NULL UNIQUE,"
+          "  login_id TEXT NOT NULL,"
+          "  client_id TEXT NOT NULL,"
+          "  scope TEXT NOT NULL,"
+          "  issue_time INTEGER NOT NULL,"
+          "  expires_in INTEGER NOT NULL);"
+          "CREATE INDEX access_tokens_owner ON access_tokens(login_id, client_id);"
+          "CREATE TABLE refresh_tokens("
+          "  token_hash TEXT PRIMARY KEY,"
+          "  login_id TEXT NOT NULL,"
+          "  client_id TEXT NOT NULL,"
+          "  scope TEXT NOT NULL,"
+          "  issue_time INTEGER NOT NULL,"
+          "  expires_in INTEGER NOT NULL);",
+          // 2: one row per grant, found by its rowid (named inside the tokens); one index, by
+          // owner. Tokens of layout 1 cannot be read that way: they go, and clients ask again.
+          "DROP TABLE access_tokens;"
+          "DROP TABLE refresh_tokens;"
+          "DELETE FROM sqlite_sequence WHERE name = 'access_tokens';"
+          "CREATE TABLE tokens("
+          "  seq INTEGER PRIMARY KEY,"
+          "  access_token TEXT NOT NULL,"
+          "  refresh_digest BLOB,"
+          "  login_id TEXT NOT NULL,"
+          "  client_id TEXT NOT NULL,"
+          "  scope TEXT NOT NULL,"
+          "  issue_time INTEGER NOT NULL,"
+          "  expires_in INTEGER NOT NULL,"
+          "  refresh_expires_at INTEGER NOT NULL);"
+          "CREATE INDEX tokens_owner ON tokens(login_id, client_id);",
+      },
+      {&kNextRow, &kInsert, &kRow, &kDeleteRow, &kUseRefresh, &kPrune, &kCap, &kLastOfClient,
+       &kLastOfAccount, &kLiveCount, &kGrantCount, &kForget},
+      &kForget};
+  return area;
+}
+
 void fill_account_facts(const User &user, TokenGrant *g) {
   g->login_id = user.login_id;
   g->user_id = user.user_id;
@@ -16,6 +137,30 @@ void fill_account_facts(const User &user, TokenGrant *g) {
   g->auth_server_url = user.auth_server_url;
 }
 
+std::string Tokens::make_token(int64_t seq) const {
+  std::vector<uint8_t> bytes = secure_random_bytes(kAccessTokenBytes);
+  const std::string mask = hash_.digest(
+      kRowPurpose,
+      std::string_view(reinterpret_cast<const char *>(&bytes[kRowBytes]), kRandomBytes));
+  for (size_t i = 0; i < kRowBytes; ++i)
+    bytes[i] = static_cast<uint8_t>((static_cast<uint64_t>(seq) >> (8 * i)) & 0xff) ^
+               static_cast<uint8_t>(mask[i]);
+  return base64url_encode(bytes.data(), bytes.size());
+}
+
+bool Tokens::token_row(const std::string &token, int64_t *seq) const {
+  std::vector<uint8_t> bytes;
+  if (!base64url_decode(token, &bytes) || bytes.size() != kAccessTokenBytes) return false;
+  const std::string mask = hash_.digest(
+      kRowPurpose,
+      std::string_view(reinterpret_cast<const char *>(&bytes[kRowBytes]), kRandomBytes));
+  uint64_t v = 0;
+  for (size_t i = 0; i < kRowBytes; ++i)
+    v |= static_cast<uint64_t>(bytes[i] ^ static_cast<uint8_t>(mask[i])) << (8 * i);
+  *seq = static_cast<int64_t>(v);
+  return *seq > 0;
+}
+
 Result<TokenGrant> Tokens::grant(const User &user, const Client &client, const std::string &scope) {
   TokenGrant g;
   fill_account_facts(user, &g);
@@ -23,38 +168,41 @@ Result<TokenGrant> Tokens::grant(const User &user, const Client &client, const s
   g.scope = scope;
   g.issue_time = clock_.now();
   g.expires_in = client.token_lifetime;
-  g.access_token = random_base64url(kAccessTokenBytes);
-  g.refresh_token = random_base64url(kRefreshTokenBytes);
 
   Transaction tx(db_);
   if (!tx.status().ok()) return tx.status();
+  int64_t seq = 0;
   {
-    // Expired tokens of the pair are of no further use.
-    Query prune(db_,
-                "DELETE FROM access_tokens WHERE login_id = ?1 AND client_id = ?2"
-                " AND issue_time + expires_in <= ?3");
+    Query q(db_, kNextRow);
+    Status st;
+    if (!q.next(&st)) return st.ok() ? Status::fail(errc::kDbFailed, "no next row") : st;
+    seq = q.integer(0);
+  }
+  g.access_token = make_token(seq);
+  g.refresh_token = make_token(seq);
+  {
+    const std::string refresh_digest = hash_.digest(kRefreshPurpose, g.refresh_token);
+    Query q(db_, kInsert);
+    q.bind(1, seq).bind(2, g.access_token);
+    q.bind_blob(3, refresh_digest.data(), refresh_digest.size());
+    q.bind(4, g.login_id).bind(5, g.client_id).bind(6, g.scope).bind(7, g.issue_time);
+    q.bind(8, g.expires_in).bind(9, g.issue_time + kRefreshTokenLifetime);
+    Status st = q.run();
+    if (!st.ok()) return st;
+  }
+  {
+    Query prune(db_, kPrune);
     prune.bind(1, g.login_id).bind(2, g.client_id).bind(3, g.issue_time);
     Status st = prune.run();
     if (!st.ok()) return st;
   }
   {
-    Query q(db_,
-            "INSERT INTO access_tokens(token, login_id, client_id, scope, issue_time, expires_in)"
-            " VALUES(?1, ?2, ?3, ?4, ?5, ?6)");
-    q.bind(1, g.access_token).bind(2, g.login_id).bind(3, g.client_id).bind(4, g.scope);
-    q.bind(5, g.issue_time).bind(6, g.expires_in);
-    Status st = q.run();
+    Query cap(db_, kCap);
+    cap.bind(1, g.login_id).bind(2, g.client_id).bind(3, int64_t{kMaxGrantsPerClient});
+    Status st = cap.run();
     if (!st.ok()) return st;
   }
-  {
-    Query q(db_,
-            "INSERT INTO refresh_tokens(token_hash, login_id, client_id, scope, issue_time,"
-            " expires_in) VALUES(?1, ?2, ?3, ?4, ?5, ?6)");
-    q.bind(1, sha256_hex(g.refresh_token)).bind(2, g.login_id).bind(3, g.client_id);
-    q.bind(4, g.scope).bind(5, g.issue_time).bind(6, kRefreshTokenLifetime);
-    Status st = q.run();
-    if (!st.ok()) return st;
-  }
+  // On disk (in the WAL) before anybody sees the tokens.
   Status st = tx.commit();
   if (!st.ok()) return st;
   return g;
@@ -66,23 +214,27 @@ Result<TokenGrant> Tokens::issue(const TokenRequest &r) {
   const bool tv = is_tv_profile();
   if (tv && r.client_secret.empty())
     return Status::fail(errc::kInvalidParameter, "client secret is required on a TV");
-  Status st = accounts_.require_signed_in(r.login_id);
-  if (!st.ok()) return st;
+  Result<User> user = accounts_.signed_in_user(r.login_id);
+  if (!user.ok()) return user.status();
   Result<Client> client = clients_.find(r.client_id);
   if (!client.ok()) return client.status();
-  st = clients_.check_secret(r.client_id, r.client_secret, tv);
+  Status st = clients_.check_secret(client.value(), r.client_secret, tv);
   if (!st.ok()) return st;
   Result<std::string> scope = clients_.grant_scope(client.value(), r.scope);
   if (!scope.ok()) return scope.status();
-  Result<User> user = users_.find(r.login_id);
-  if (!user.ok()) return user.status();
 
   Transaction tx(db_);  // revoking the old token and granting the new one go together
   if (!tx.status().ok()) return tx.status();
-  if (!r.expired_access_token.empty()) {
-    Query q(db_, "DELETE FROM access_tokens WHERE token = ?1 AND login_id = ?2 AND client_id = ?3");
-    q.bind(1, r.expired_access_token).bind(2, r.login_id).bind(3, r.client_id);
-    if (!(st = q.run()).ok()) return st;
+  int64_t seq = 0;
+  if (!r.expired_access_token.empty() && token_row(r.expired_access_token, &seq)) {
+    GrantRow row;
+    if (read_row(db_, seq, &row, &st) && same_text(row.access_token, r.expired_access_token) &&
+        row.login_id == r.login_id && row.client_id == r.client_id) {
+      Query q(db_, kDeleteRow);
+      q.bind(1, seq);
+      st = q.run();
+    }
+    if (!st.ok()) return st;
   }
   Result<TokenGrant> g = grant(user.value(), client.value(), scope.value());
   if (!g.ok()) return g;
@@ -97,14 +249,12 @@ Result<TokenGrant> Tokens::last(const std::string &login_id_in, const std::strin
     if (!def.ok()) return def.status();
     login_id = def.value();
   }
-  Status st = accounts_.require_signed_in(login_id);
-  if (!st.ok()) return st;
-  Result<User> user = users_.find(login_id);
+  Result<User> user = accounts_.signed_in_user(login_id);
   if (!user.ok()) return user.status();
-  Query q(db_,
-          "SELECT token, client_id, scope, issue_time, expires_in FROM access_tokens"
-          " WHERE login_id = ?1 AND (?2 = '' OR client_id = ?2) ORDER BY seq DESC LIMIT 1");
-  q.bind(1, login_id).bind(2, client_id);
+  Query q(db_, client_id.empty() ? kLastOfAccount : kLastOfClient);
+  q.bind(1, login_id);
+  if (!client_id.empty()) q.bind(2, client_id);
+  Status st;
   if (!q.next(&st)) {
     if (!st.ok()) return st;
     return Status::fail(errc::kNoToken, "no access token for " + login_id +
@@ -124,76 +274,77 @@ Result<TokenGrant> Tokens::refresh(const std::string &refresh_token, const std::
                                    const std::string &client_secret) {
   if (refresh_token.empty() || client_id.empty())
     return Status::fail(errc::kInvalidParameter, "refresh token and client id are required");
-  const std::string hash = sha256_hex(refresh_token);
-  std::string login_id, scope;
-  int64_t issue_time = 0, expires_in = 0;
-  {
-    Query q(db_,
-            "SELECT login_id, scope, issue_time, expires_in FROM refresh_tokens"
-            " WHERE token_hash = ?1 AND client_id = ?2");
-    q.bind(1, hash).bind(2, client_id);
-    Status st;
-    if (!q.next(&st)) {
-      if (!st.ok()) return st;
-      return Status::fail(errc::kUnknownToken, "unknown refresh token");
-    }
-    login_id = q.text(0);
-    scope = q.text(1);
-    issue_time = q.integer(2);
-    expires_in = q.integer(3);
+  int64_t seq = 0;
+  GrantRow row;
+  Status st;
+  if (!token_row(refresh_token, &seq) || !read_row(db_, seq, &row, &st) ||
+      row.refresh_digest.empty() ||
+      !hash_.matches(kRefreshPurpose, refresh_token, row.refresh_digest) ||
+      row.client_id != client_id) {
+    if (!st.ok()) return st;
+    return Status::fail(errc::kUnknownToken, "unknown refresh token");
   }
-  if (clock_.now() >= issue_time + expires_in)
+  if (clock_.now() >= row.refresh_expires_at)
     return Status::fail(errc::kTokenExpired, "refresh token expired");
-  Status st = accounts_.require_signed_in(login_id);
-  if (!st.ok()) return st;
+  Result<User> user = accounts_.signed_in_user(row.login_id);
+  if (!user.ok()) return user.status();
   Result<Client> client = clients_.find(client_id);
   if (!client.ok()) return client.status();
-  if (!(st = clients_.check_secret(client_id, client_secret, is_tv_profile())).ok()) return st;
-  Result<User> user = users_.find(login_id);
-  if (!user.ok()) return user.status();
+  if (!(st = clients_.check_secret(client.value(), client_secret, is_tv_profile())).ok()) return st;
   Transaction tx(db_);  // the used refresh token goes with the grant of the new one
   if (!tx.status().ok()) return tx.status();
   {
-    Query q(db_, "DELETE FROM refresh_tokens WHERE token_hash = ?1");
-    q.bind(1, hash);
+    Query q(db_, kUseRefresh);
+    q.bind(1, seq);
     if (!(st = q.run()).ok()) return st;
     if (q.changes() == 0) return Status::fail(errc::kUnknownToken, "refresh token already used");
   }
-  Result<TokenGrant> g = grant(user.value(), client.value(), scope);
+  Result<TokenGrant> g = grant(user.value(), client.value(), row.scope);
   if (!g.ok()) return g;
   if (!(st = tx.commit()).ok()) return st;
   return g;
 }
 
 Result<TokenInfo> Tokens::validate(const std::string &access_token) {
-  Query q(db_,
-          "SELECT login_id, client_id, scope, issue_time, expires_in FROM access_tokens"
-          " WHERE token = ?1");
-  q.bind(1, access_token);
+  int64_t seq = 0;
+  GrantRow row;
   Status st;
-  if (!q.next(&st)) {
+  if (!token_row(access_token, &seq) || !read_row(db_, seq, &row, &st) ||
+      !same_text(row.access_token, access_token)) {
     if (!st.ok()) return st;
     return Status::fail(errc::kUnknownToken, "unknown access token");
   }
-  TokenInfo info{q.text(0), q.text(1), q.text(2), q.integer(3), q.integer(4)};
+  TokenInfo info{row.login_id, row.client_id, row.scope, row.issue_time, row.expires_in};
   if (clock_.now() >= info.issue_time + info.expires_in)
     return Status::fail(errc::kTokenExpired, "access token expired");
   return info;
 }
 
 Status Tokens::revoke(const std::string &access_token) {
-  Query q(db_, "DELETE FROM access_tokens WHERE token = ?1");
-  q.bind(1, access_token);
-  Status st = q.run();
-  if (st.ok() && q.changes() == 0) return Status::fail(errc::kUnknownToken, "unknown access token");
-  return st;
+  int64_t seq = 0;
+  GrantRow row;
+  Status st;
+  if (!token_row(access_token, &seq) || !read_row(db_, seq, &row, &st) ||
+      !same_text(row.access_token, access_token)) {
+    if (!st.ok()) return st;
+    return Status::fail(errc::kUnknownToken, "unknown access token");
+  }
+  Query q(db_, kDeleteRow);
+  q.bind(1, seq);
+  return q.run();
 }
 
 Result<int64_t> Tokens::live_count(const std::string &login_id) {
-  Query q(
-      db_,
-      "SELECT COUNT(*) FROM access_tokens WHERE login_id = ?1 AND issue_time + expires_in > ?2");
+  Query q(db_, kLiveCount);
   q.bind(1, login_id).bind(2, clock_.now());
+  Status st;
+  if (!q.next(&st)) return st.ok() ? Status::fail(errc::kDbFailed, "count failed") : st;
+  return q.integer(0);
+}
+
+Result<int64_t> Tokens::grant_count(const std::string &login_id, const std::string &client_id) {
+  Query q(db_, kGrantCount);
+  q.bind(1, login_id).bind(2, client_id);
   Status st;
   if (!q.next(&st)) return st.ok() ? Status::fail(errc::kDbFailed, "count failed") : st;
   return q.integer(0);

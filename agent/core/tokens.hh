@@ -1,10 +1,14 @@
 // Velmora agent: access tokens and refresh tokens.
 //
-// An access token is 32 random bytes (43 base64url characters) with an issue time (unix seconds)
-// and a lifetime (the client's, 3600 s by default). It is kept in plain text because the agent
-// hands out the last one again ("last access token"); refresh tokens are only ever shown once and
-// are kept as SHA-256 hashes. Tokens belong to a (login id, client id) pair and go when the account
-// signs out.
+// A grant is one row: an access token with its issue time (unix seconds) and lifetime (the
+// client's, 3600 s by default), and a refresh token (30 days, usable once). Both tokens are 32
+// bytes (43 base64url characters): 8 bytes that name the row, masked, and 24 random bytes. The
+// agent finds a presented token by its row and compares it in constant time, so no index over
+// random text is written per grant. The access token is kept in plain text because the agent
+// hands out the last one again ("last access token"); a refresh token is only ever shown once and
+// is kept as its keyed digest. Grants belong to a (login id, client id) pair: each new grant
+// prunes the pair's expired ones and keeps at most kMaxGrantsPerClient (the oldest are revoked);
+// they all go when the account signs out.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +17,9 @@
 #include "accounts.hh"
 #include "clients.hh"
 #include "clock.hh"
+#include "keyed_hash.hh"
 #include "result.hh"
+#include "schema.hh"
 #include "state_db.hh"
 #include "users.hh"
 
@@ -52,10 +58,13 @@ struct TokenInfo {
   int64_t expires_in = 0;
 };
 
+const SchemaArea &tokens_schema();
+
 class Tokens {
  public:
-  Tokens(StateDb &db, Users &users, Clients &clients, Accounts &accounts, const Clock &clock)
-      : db_(db), users_(users), clients_(clients), accounts_(accounts), clock_(clock) {}
+  Tokens(StateDb &db, const KeyedHash &hash, Clients &clients, Accounts &accounts,
+         const Clock &clock)
+      : db_(db), hash_(hash), clients_(clients), accounts_(accounts), clock_(clock) {}
 
   // A new access and refresh token. Checks, in order: login id and client id given
   // (INVALID_PARAMETER), client secret given on a TV (INVALID_PARAMETER), the login id signed in
@@ -77,11 +86,16 @@ class Tokens {
   Status revoke(const std::string &access_token);
   // The number of access tokens of a login id that have not expired.
   Result<int64_t> live_count(const std::string &login_id);
+  // The number of grants kept for a login id and client (live or holding a live refresh token).
+  Result<int64_t> grant_count(const std::string &login_id, const std::string &client_id);
 
  private:
   Result<TokenGrant> grant(const User &user, const Client &client, const std::string &scope);
+  // A token text for row `seq`; the row a token text names (false when it names none).
+  std::string make_token(int64_t seq) const;
+  bool token_row(const std::string &token, int64_t *seq) const;
   StateDb &db_;
-  Users &users_;
+  const KeyedHash &hash_;
   Clients &clients_;
   Accounts &accounts_;
   const Clock &clock_;

@@ -91,19 +91,21 @@ echo "== a platform root with the installed agent"
   --app "dev.velmora.account.ui:ui:$P/bin/velmora-agent" \
   --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
 "$P/bin/velmora-agent" seed-user --login-id consumer@velmora.dev --password consumer-pass-1 \
-  --sign-in --client-id consumer.client --client-secret consumer-secret --scope read >/dev/null
+  --sign-in --client-id consumer.client --with-secret --scope read >"$work/seed.txt"
+# The agent made the client's secret and printed it once.
+secret=$(sed -n 's/^client_secret=//p' "$work/seed.txt")
 
 for exe in "$work/examples/example_token" "$work/token-pc"; do
   for mode in "" --nidl; do
     echo "== $(basename "$exe") $mode"
     # Into a file: the agent launched on demand must not hold the test's pipe.
-    "$exe" $mode consumer@velmora.dev consumer.client consumer-secret >"$work/out.txt"
+    "$exe" $mode consumer@velmora.dev consumer.client "$secret" >"$work/out.txt"
     cat "$work/out.txt"
     grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$work/out.txt" || fail "no access token"
   done
 done
 echo "== and the installed command-line client"
 "$P/bin/velmora-account" token --login-id consumer@velmora.dev --client-id consumer.client \
-  --client-secret consumer-secret >"$work/out.txt"
+  --client-secret "$secret" >"$work/out.txt"
 grep -q '^access_token: ' "$work/out.txt" || fail "velmora-account: no access token"
 echo "consume.sh: ok"

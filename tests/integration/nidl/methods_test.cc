@@ -21,9 +21,10 @@ class NidlMethods : public vtest::AgentTest {
   // Requests an access token for `login_id` and returns the delegate's answer.
   Reply access_token(const char *login_id) {
     Replies replies;
-    rpc_port_AccountS_h a = vtest::account_of({{rpc_port_AccountS_set_LoginId, login_id},
-                                               {rpc_port_AccountS_set_ClientId, kClient},
-                                               {rpc_port_AccountS_set_ClientSecret, kSecret}});
+    rpc_port_AccountS_h a =
+        vtest::account_of({{rpc_port_AccountS_set_LoginId, login_id},
+                           {rpc_port_AccountS_set_ClientId, kClient},
+                           {rpc_port_AccountS_set_ClientSecret, secret_.c_str()}});
     auto *d = rpc_port_AccountSvc_ResponseCb_create(Replies::on_account, true, &replies);
     EXPECT_EQ(rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(proxy_, a, d), 0);
     rpc_port_AccountS_destroy(a);

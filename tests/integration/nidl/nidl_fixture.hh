@@ -152,7 +152,6 @@ class AgentTest : public ::testing::Test {
  protected:
   static constexpr const char *kAgent = PlatformRoot::kAgentAppId;
   static constexpr const char *kClient = "dev.velmora.client";
-  static constexpr const char *kSecret = "client-secret-1";
 
   void SetUp() override {
     root_ = std::make_unique<PlatformRoot>();
@@ -182,10 +181,11 @@ class AgentTest : public ::testing::Test {
     o.make_default = make_default;
     vagent::NewClient c;
     c.client_id = kClient;
-    c.secret = kSecret;
+    c.with_secret = true;
     o.client = c;
     auto r = vagent::seed_user(*state.value(), o);
     ASSERT_TRUE(r.ok()) << r.status().describe();
+    secret_ = r->client_secret;
   }
 
   // The agent core's state of this root, opened afresh (the agent process shares its database).
@@ -259,6 +259,7 @@ class AgentTest : public ::testing::Test {
 
   std::unique_ptr<PlatformRoot> root_;
   std::vector<rpc_port_proxy_AccountSvc_h> proxies_;
+  std::string secret_;  // the test client's secret, made by the agent in seed()
 };
 
 inline unsigned int listed(rpc_port_proxy_AccountSvc_h h) { return g_list_length(h->delegates); }

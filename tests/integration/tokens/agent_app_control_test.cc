@@ -56,7 +56,7 @@ TEST_F(AgentAppControl, AccessTokenReplyCarriesTheKeysTheLibraryReads) {
   prepare();
   Reply r = send(REQUEST_OP_GETACCESSTOKEN, {{"login_id", kLogin},
                                              {"client_id", kClient},
-                                             {"client_secret", kSecret},
+                                             {"client_secret", secret_},
                                              {"scope", "read"}});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
   for (const char *key :

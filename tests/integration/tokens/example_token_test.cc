@@ -55,7 +55,7 @@ TEST_F(ExampleToken, PrintsAnAccessTokenInBothTransports) {
   for (const bool nidl : {false, true}) {
     std::vector<std::string> args;
     if (nidl) args.push_back("--nidl");
-    args.insert(args.end(), {kLogin, kClient, kSecret});
+    args.insert(args.end(), {kLogin, kClient, secret_});
     std::string out;
     const int status = run_example(root_.path(), args, &out);
     if (status == -2) GTEST_SKIP() << "example_token is not built";
@@ -70,7 +70,7 @@ TEST_F(ExampleToken, PrintsAnAccessTokenInBothTransports) {
 TEST_F(ExampleToken, FailsForAUserThatIsNotSignedIn) {
   prepare();
   std::string out;
-  const int status = run_example(root_.path(), {"nobody@velmora.dev", kClient, kSecret}, &out);
+  const int status = run_example(root_.path(), {"nobody@velmora.dev", kClient, secret_}, &out);
   if (status == -2) GTEST_SKIP() << "example_token is not built";
   EXPECT_EQ(status, 1) << out;
   EXPECT_EQ(out.find("access_token"), std::string::npos) << out;

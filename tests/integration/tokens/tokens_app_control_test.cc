@@ -42,7 +42,7 @@ TEST_F(TokensAppControl, AccessTokenReachesTheCallbackInAClone) {
   // The secret and the token never reach the log.
   const std::string issued = done.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN);
   for (const LogLine &line : log.lines()) {
-    EXPECT_EQ(line.message.find(kSecret), std::string::npos) << line.message;
+    EXPECT_EQ(line.message.find(secret_), std::string::npos) << line.message;
     EXPECT_EQ(line.message.find(issued), std::string::npos) << line.message;
   }
 }

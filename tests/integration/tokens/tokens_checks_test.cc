@@ -117,8 +117,9 @@ TEST_F(TokensTv, AccessTokenNeedsTheClientSecretOnATv) {
   ASSERT_TRUE(code.wait());
   EXPECT_EQ(code.result, 0);
 
-  ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret),
-            0);
+  ASSERT_EQ(
+      velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, secret_.c_str()),
+      0);
   Completion with_secret;
   ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &with_secret), 0);
   ASSERT_TRUE(with_secret.wait());

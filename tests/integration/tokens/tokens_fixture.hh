@@ -30,7 +30,6 @@ namespace vtest {
 inline constexpr const char *kLogin = "demo@velmora.dev";
 inline constexpr const char *kPassword = "demo-password-1";
 inline constexpr const char *kClient = "demo.client";
-inline constexpr const char *kSecret = "demo-secret";
 // A bound for every wait; generous, since sanitized builds start the agent slowly.
 inline constexpr int kDeadlineMs = 30000;
 
@@ -127,12 +126,13 @@ class TokensTest : public ::testing::Test {
     seed.sign_in = sign_in;
     vagent::NewClient client;
     client.client_id = kClient;
-    client.secret = kSecret;
+    client.with_secret = true;
     client.scopes = {"read", "write"};
     seed.client = client;
     auto result = vagent::seed_user(*state.value(), seed);
     ASSERT_TRUE(result.ok()) << result.status().describe();
     user_id_ = result->user.user_id;
+    secret_ = result->client_secret;
   }
 
   void set_fault(const std::string &operation, const std::string &key, const std::string &value) {
@@ -172,8 +172,9 @@ class TokensTest : public ::testing::Test {
     EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin), 0);
     EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, kClient), 0);
     if (secret) {
-      EXPECT_EQ(
-          velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, kSecret), 0);
+      EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
+                                                 secret_.c_str()),
+                0);
     }
     if (scope) {
       EXPECT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_SCOPE, scope), 0);
@@ -214,6 +215,7 @@ class TokensTest : public ::testing::Test {
 
   PlatformRoot root_;
   std::string user_id_;
+  std::string secret_;  // the client's secret, made by the agent when the user was seeded
   Connection connection_;
   std::vector<velmora_account_h> created_;
   std::vector<velmora_account_h> connected_;

@@ -23,7 +23,7 @@ TEST_F(TokensNidl, AccessTokenArrivesThroughTheDelegate) {
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_USER_ID), user_id_);
   EXPECT_EQ(done.integer(VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN), 3600);
   // The clone keeps what the caller set and the reply did not bring.
-  EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET), kSecret);
+  EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET), secret_);
   for (const char *text :
        {"[velmora_account_request_access_token]", "Request AccessToken to [NIDL] Mode",
         "[__create_nidl_request]", "[velmora_account_request_access_token] <<<< ended",

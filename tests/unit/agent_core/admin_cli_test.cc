@@ -23,6 +23,17 @@ using CliRun = vtest::ProgramRun;
 
 std::string agent_path() { return vtest::PlatformRoot::agent_exec(); }
 
+// The secret a command printed on its "client_secret=" line ("" without one).
+std::string printed_secret(const std::string &out) {
+  const std::string key = "client_secret=";
+  const size_t at = out.rfind("\n" + key);
+  const size_t start = out.rfind(key, 0) == 0    ? key.size()
+                       : at == std::string::npos ? at
+                                                 : at + 1 + key.size();
+  if (start == std::string::npos) return "";
+  return out.substr(start, out.find('\n', start) - start);
+}
+
 // Runs velmora-agent with `args` under the current environment (and so the test's root).
 CliRun run_agent(const std::vector<std::string> &args) {
   return vtest::run_program(agent_path(), args, "build the velmora-agent target");
@@ -39,30 +50,41 @@ class AdminCli : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(AdminCli, SeedUserSignsInAndNeverPrintsTheSecrets) {
-  CliRun seed =
-      run_agent({"seed-user", "--login-id", "alice@velmora.dev", "--password", "Pw-Canary-1",
-                 "--default", "--client-id", "app.one", "--client-secret", "Secret-Canary-2",
-                 "--scope", "profile.read", "--scope", "account.read"});
+TEST_F(AdminCli, SeedUserSignsInAndShowsTheMadeSecretOnce) {
+  CliRun seed = run_agent({"seed-user", "--login-id", "alice@velmora.dev", "--password",
+                           "Pw-Canary-1", "--default", "--client-id", "app.one", "--with-secret",
+                           "--scope", "profile.read", "--scope", "account.read"});
   ASSERT_EQ(seed.exit_code, 0) << seed.err;
   EXPECT_NE(seed.out.find("seeded alice@velmora.dev"), std::string::npos) << seed.out;
+  const std::string secret = printed_secret(seed.out);
+  ASSERT_EQ(secret.size(), 43u) << seed.out;
   CliRun state = run_agent({"state"});
   ASSERT_EQ(state.exit_code, 0) << state.err;
   EXPECT_NE(state.out.find("alice@velmora.dev default"), std::string::npos) << state.out;
   EXPECT_NE(state.out.find("app.one scopes=\"profile.read account.read\" secret=yes"),
             std::string::npos)
       << state.out;
-  for (const CliRun *r : {&seed, &state}) {
-    for (const char *secret : {"Pw-Canary-1", "Secret-Canary-2"}) {
-      EXPECT_EQ(r->out.find(secret), std::string::npos);
-      EXPECT_EQ(r->err.find(secret), std::string::npos);
-    }
-  }
+  // The password is never printed; the secret only by the command that made it.
+  for (const CliRun *r : {&seed, &state}) EXPECT_EQ(r->out.find("Pw-Canary-1"), std::string::npos);
+  for (const CliRun *r : {&seed, &state}) EXPECT_EQ(r->err.find("Pw-Canary-1"), std::string::npos);
+  EXPECT_EQ(state.out.find(secret), std::string::npos);
   EXPECT_EQ(agent_test::store_summary("dev.velmora.account"), "alice@velmora.dev*");
   auto opened = vagent::AgentState::open();
   ASSERT_TRUE(opened.ok());
   EXPECT_TRUE(opened.value()->accounts().sign_in("alice@velmora.dev", "Pw-Canary-1").ok());
-  EXPECT_TRUE(opened.value()->clients().check_secret("app.one", "Secret-Canary-2", true).ok());
+  EXPECT_TRUE(opened.value()->clients().check_secret("app.one", secret, true).ok());
+}
+
+TEST_F(AdminCli, RegisterClientWithoutASecretPrintsNone) {
+  CliRun reg = run_agent({"register-client", "--client-id", "app.open", "--scope", "read"});
+  ASSERT_EQ(reg.exit_code, 0) << reg.err;
+  EXPECT_EQ(reg.out, "registered client app.open\n");
+  CliRun again = run_agent({"register-client", "--client-id", "app.open", "--with-secret"});
+  ASSERT_EQ(again.exit_code, 0) << again.err;
+  EXPECT_EQ(printed_secret(again.out).size(), 43u) << again.out;
+  // An operator's own secret is not taken.
+  EXPECT_EQ(
+      run_agent({"register-client", "--client-id", "app.x", "--client-secret", "s"}).exit_code, 2);
 }
 
 TEST_F(AdminCli, SeedUserWithoutSignInLeavesTheStoreEmpty) {

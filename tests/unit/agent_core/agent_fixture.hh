@@ -41,18 +41,21 @@ class AgentTest : public ::testing::Test {
     return user.ok() ? user.value() : vagent::User{};
   }
 
-  void client(const std::string &client_id, const std::string &secret,
-              const std::vector<std::string> &scopes, int64_t lifetime = 3600) {
+  // Registers a client; hands out the secret the agent made for it (empty without one).
+  std::string client(const std::string &client_id, bool with_secret,
+                     const std::vector<std::string> &scopes, int64_t lifetime = 3600) {
     vagent::NewClient c;
     c.client_id = client_id;
-    c.secret = secret;
+    c.with_secret = with_secret;
     c.scopes = scopes;
     c.token_lifetime = lifetime;
-    vagent::Status st = state().clients().register_client(c);
-    EXPECT_TRUE(st.ok()) << st.describe();
+    auto secret = state().clients().register_client(c);
+    EXPECT_TRUE(secret.ok()) << secret.status().describe();
+    return secret.ok() ? secret.value() : "";
   }
 
   vtest::PlatformRoot root_;
+  std::string secret_;  // the secret of the test's main client, where it has one
   int64_t now_ = kStartTime;
   std::unique_ptr<vagent::AgentState> state_;
 };

@@ -13,8 +13,8 @@ class Codes : public AgentTest {
   void SetUp() override {
     AgentTest::SetUp();
     seed("alice", "pw");
-    client("app.one", "s3cret", {"profile.read", "account.read"});
-    client("app.two", "", {});
+    secret_ = client("app.one", true, {"profile.read", "account.read"});
+    client("app.two", false, {});
   }
   vagent::CodeRequest request(const std::string &login = "alice",
                               const std::string &client_id = "app.one") {

@@ -1,4 +1,5 @@
-// Velmora tests: PBKDF2-HMAC-SHA256 password hashing of the agent.
+// Velmora tests: the agent's password hashing (Argon2id, and the earlier PBKDF2 form it still
+// verifies).
 #include "password_hash.hh"
 
 #include <gtest/gtest.h>
@@ -18,7 +19,31 @@ std::string pbkdf2_hex(const std::string &password, const std::string &salt, uns
 
 }  // namespace
 
-// Published PBKDF2-HMAC-SHA256 test vectors.
+TEST(PasswordHash, NewHashesAreArgon2idWithTheirParameters) {
+  const std::optional<std::string> hash = vagent::hash_password("correct horse");
+  ASSERT_TRUE(hash.has_value());
+  EXPECT_EQ(hash->rfind("$argon2id$v=19$m=", 0), 0u) << *hash;
+  EXPECT_EQ(hash->find("correct horse"), std::string::npos);
+  EXPECT_FALSE(vagent::password_needs_rehash(*hash));
+}
+
+TEST(PasswordHash, VerifiesTheRightPasswordOnly) {
+  const std::string hash = vagent::hash_password("correct horse").value();
+  EXPECT_TRUE(vagent::verify_password("correct horse", hash));
+  EXPECT_FALSE(vagent::verify_password("correct horsf", hash));
+  EXPECT_FALSE(vagent::verify_password("", hash));
+  EXPECT_FALSE(vagent::verify_password("correct horse ", hash));
+}
+
+TEST(PasswordHash, SamePasswordGetsDifferentSalts) {
+  const std::string a = vagent::hash_password("same").value();
+  const std::string b = vagent::hash_password("same").value();
+  EXPECT_NE(a, b);
+  EXPECT_TRUE(vagent::verify_password("same", a));
+  EXPECT_TRUE(vagent::verify_password("same", b));
+}
+
+// Published PBKDF2-HMAC-SHA256 test vectors: hashes of earlier agents keep verifying.
 TEST(PasswordHash, Pbkdf2MatchesKnownVectors) {
   EXPECT_EQ(pbkdf2_hex("password", "salt", 1, 32),
             "120fb6cffcf8b32c43e7225256c4f837a86548c92ccc35480805987cb70be17b");
@@ -32,41 +57,18 @@ TEST(PasswordHash, Pbkdf2MatchesKnownVectors) {
             "49ca9cccf179b645991664b39d77ef317c71b845b1e30bd509112041d3a19783");
 }
 
-TEST(PasswordHash, StoredFormHasSchemeIterationsSaltAndKey) {
-  const std::string hash = vagent::hash_secret("correct horse");
-  EXPECT_EQ(hash.rfind("pbkdf2-sha256$10000$", 0), 0u) << hash;
-  EXPECT_EQ(hash.find("correct horse"), std::string::npos);
-  // scheme, iterations, 16-byte salt (22 chars), 32-byte key (43 chars)
-  EXPECT_EQ(hash.size(), std::string("pbkdf2-sha256$10000$").size() + 22 + 1 + 43);
-  EXPECT_GE(vagent::kPasswordIterations, 10000u);
-}
-
-TEST(PasswordHash, VerifiesTheRightSecretOnly) {
-  const std::string hash = vagent::hash_secret("correct horse");
-  EXPECT_TRUE(vagent::verify_secret("correct horse", hash));
-  EXPECT_FALSE(vagent::verify_secret("correct horsf", hash));
-  EXPECT_FALSE(vagent::verify_secret("", hash));
-  EXPECT_FALSE(vagent::verify_secret("correct horse ", hash));
-}
-
-TEST(PasswordHash, SameSecretGetsDifferentSalts) {
-  const std::string a = vagent::hash_secret("same");
-  const std::string b = vagent::hash_secret("same");
-  EXPECT_NE(a, b);
-  EXPECT_TRUE(vagent::verify_secret("same", a));
-  EXPECT_TRUE(vagent::verify_secret("same", b));
+TEST(PasswordHash, EarlierPbkdf2HashesVerifyAndAskForARehash) {
+  const std::string old = vagent::pbkdf2_stored_hash("correct horse", 1000);
+  EXPECT_EQ(old.rfind("pbkdf2-sha256$1000$", 0), 0u) << old;
+  EXPECT_TRUE(vagent::verify_password("correct horse", old));
+  EXPECT_FALSE(vagent::verify_password("correct horsf", old));
+  EXPECT_TRUE(vagent::password_needs_rehash(old));
 }
 
 TEST(PasswordHash, MalformedStoredHashNeverMatches) {
-  for (const char *stored : {"", "plain", "pbkdf2-sha256$10000$", "pbkdf2-sha256$0$AAAA$AAAA",
-                             "pbkdf2-sha256$x$AAAA$AAAA", "md5$1$AAAA$AAAA",
-                             "pbkdf2-sha256$1$!!$AAAA", "pbkdf2-sha256$1$AAAA$"})
-    EXPECT_FALSE(vagent::verify_secret("", stored)) << stored;
-}
-
-TEST(PasswordHash, ConstantTimeEqualComparesContentAndLength) {
-  const uint8_t a[] = {1, 2, 3}, b[] = {1, 2, 3}, c[] = {1, 2, 4};
-  EXPECT_TRUE(vagent::constant_time_equal(a, 3, b, 3));
-  EXPECT_FALSE(vagent::constant_time_equal(a, 3, c, 3));
-  EXPECT_FALSE(vagent::constant_time_equal(a, 3, b, 2));
+  for (const char *stored :
+       {"", "plain", "pbkdf2-sha256$10000$", "pbkdf2-sha256$0$AAAA$AAAA",
+        "pbkdf2-sha256$x$AAAA$AAAA", "md5$1$AAAA$AAAA", "pbkdf2-sha256$1$!!$AAAA",
+        "pbkdf2-sha256$1$AAAA$", "$argon2id$v=19$m=65536,t=2,p=1$", "$argon2id$garbage"})
+    EXPECT_FALSE(vagent::verify_password("", stored)) << stored;
 }

@@ -36,7 +36,15 @@ TEST(SecureRandom, Base64UrlRoundTrips) {
   EXPECT_FALSE(vagent::base64url_decode("abcde", &out));
 }
 
-TEST(SecureRandom, Sha256HexOfAKnownText) {
-  EXPECT_EQ(vagent::sha256_hex("abc"),
-            "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+TEST(SecureRandom, HexOfKnownBytes) {
+  const uint8_t bytes[] = {0x00, 0x7f, 0xab, 0xff};
+  EXPECT_EQ(vagent::hex_encode(bytes, sizeof bytes), "007fabff");
+}
+
+TEST(SecureRandom, ConstantTimeEqualComparesContentAndLength) {
+  const uint8_t a[] = {1, 2, 3}, b[] = {1, 2, 3}, c[] = {1, 2, 4};
+  EXPECT_TRUE(vagent::constant_time_equal(a, 3, b, 3));
+  EXPECT_FALSE(vagent::constant_time_equal(a, 3, c, 3));
+  EXPECT_FALSE(vagent::constant_time_equal(a, 3, b, 2));
+  EXPECT_TRUE(vagent::constant_time_equal(a, 0, c, 0));
 }

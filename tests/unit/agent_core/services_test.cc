@@ -13,8 +13,8 @@ class Services : public AgentTest {
   void SetUp() override {
     AgentTest::SetUp();
     seed("alice", "pw");
-    client("app.one", "", {"profile.read"});
-    client("partner.tv", "", {});
+    client("app.one", false, {"profile.read"});
+    client("partner.tv", false, {});
   }
 };
 

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "agent_fixture.hh"
+#include "config.hh"
 
 using agent_test::AgentTest;
 namespace errc = vagent::errc;
@@ -13,7 +14,7 @@ class Tokens : public AgentTest {
   void SetUp() override {
     AgentTest::SetUp();
     seed("alice", "pw");
-    client("app.one", "s3cret", {"profile.read", "account.read"});
+    secret_ = client("app.one", true, {"profile.read", "account.read"});
   }
   vagent::TokenRequest request(const std::string &login = "alice",
                                const std::string &client_id = "app.one") {
@@ -53,7 +54,7 @@ TEST_F(Tokens, EveryTokenIsDistinct) {
 }
 
 TEST_F(Tokens, LifetimeComesFromTheClientAndExpiryIsEnforced) {
-  client("app.short", "", {}, 60);
+  client("app.short", false, {}, 60);
   auto g = state().tokens().issue(request("alice", "app.short"));
   ASSERT_TRUE(g.ok());
   EXPECT_EQ(g->expires_in, 60);
@@ -87,7 +88,7 @@ TEST_F(Tokens, AGivenSecretMustMatchOffTv) {
   auto r = request();
   r.client_secret = "wrong";
   EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
-  r.client_secret = "s3cret";
+  r.client_secret = secret_;
   EXPECT_TRUE(state().tokens().issue(r).ok());
   r.client_secret = "";
   EXPECT_TRUE(state().tokens().issue(r).ok());
@@ -105,7 +106,7 @@ TEST_F(Tokens, ExpiredAccessTokenOfTheSameAccountIsRevoked) {
 }
 
 TEST_F(Tokens, ExpiredAccessTokenOfAnotherClientIsLeftAlone) {
-  client("app.two", "", {});
+  client("app.two", false, {});
   auto other = state().tokens().issue(request("alice", "app.two"));
   ASSERT_TRUE(other.ok());
   auto r = request();
@@ -122,7 +123,7 @@ TEST_F(Tokens, LastAccessTokenIsTheLatestOfTheClient) {
   now_ += 10;
   auto second = state().tokens().issue(request());
   ASSERT_TRUE(first.ok() && second.ok());
-  client("app.two", "", {});
+  client("app.two", false, {});
   auto last = state().tokens().last("alice", "app.one");
   ASSERT_TRUE(last.ok());
   EXPECT_EQ(last->access_token, second->access_token);
@@ -138,7 +139,7 @@ TEST_F(Tokens, LastAccessTokenIsTheLatestOfTheClient) {
 TEST_F(Tokens, RefreshTokenIsSingleUseAndBoundToItsClient) {
   auto g = state().tokens().issue(request());
   ASSERT_TRUE(g.ok());
-  client("app.two", "", {});
+  client("app.two", false, {});
   EXPECT_EQ(state().tokens().refresh(g->refresh_token, "app.two", "").code(), errc::kUnknownToken);
   auto renewed = state().tokens().refresh(g->refresh_token, "app.one", "");
   ASSERT_TRUE(renewed.ok()) << renewed.status().describe();
@@ -169,6 +170,80 @@ TEST_F(Tokens, RevokeOfAnUnknownTokenIsUnknownToken) {
   EXPECT_EQ(state().tokens().revoke(g->access_token).code, errc::kUnknownToken);
 }
 
+TEST_F(Tokens, GrantsBeyondTheCapRevokeTheOldestOfTheirClientOnly) {
+  client("app.two", false, {});
+  auto other = state().tokens().issue(request("alice", "app.two"));
+  ASSERT_TRUE(other.ok());
+  std::vector<vagent::TokenGrant> grants;
+  for (int i = 0; i < vagent::kMaxGrantsPerClient + 4; ++i) {
+    auto g = state().tokens().issue(request());
+    ASSERT_TRUE(g.ok()) << g.status().describe();
+    grants.push_back(g.value());
+  }
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), vagent::kMaxGrantsPerClient);
+  for (size_t i = 0; i < grants.size(); ++i) {
+    const bool revoked = i < 4;
+    EXPECT_EQ(state().tokens().validate(grants[i].access_token).code(),
+              revoked ? errc::kUnknownToken : errc::kNone)
+        << i;
+    if (revoked)
+      EXPECT_EQ(state().tokens().refresh(grants[i].refresh_token, "app.one", "").code(),
+                errc::kUnknownToken)
+          << i;
+  }
+  EXPECT_TRUE(state().tokens().validate(other->access_token).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.two").value(), 1);
+}
+
+TEST_F(Tokens, GrantsWithNothingLiveArePrunedByTheNextGrant) {
+  auto old = state().tokens().issue(request());
+  ASSERT_TRUE(old.ok());
+  // Past the access token's life: its refresh token still counts.
+  now_ += 2 * 3600;
+  ASSERT_TRUE(state().tokens().issue(request()).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 2);
+  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kTokenExpired);
+  // Past the refresh token's too: the next grant prunes it.
+  now_ += vagent::kRefreshTokenLifetime;
+  ASSERT_TRUE(state().tokens().issue(request()).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 1);
+  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kUnknownToken);
+}
+
+TEST_F(Tokens, AlteredOrForeignTokensAreUnknown) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok());
+  const std::string &t = g->access_token;
+  auto flip = [](std::string s, size_t at) {
+    s[at] = s[at] == 'A' ? 'B' : 'A';
+    return s;
+  };
+  for (size_t at : {size_t{0}, size_t{5}, size_t{11}, size_t{20}, t.size() - 1})
+    EXPECT_EQ(state().tokens().validate(flip(t, at)).code(), errc::kUnknownToken) << at;
+  for (const std::string &bad : {std::string(""), std::string("abc"), t + "A", t.substr(1),
+                                 std::string(43, '_'), std::string(43, 'A')})
+    EXPECT_EQ(state().tokens().validate(bad).code(), errc::kUnknownToken) << bad;
+  // The refresh token names the same row but is no access token, and the other way round.
+  EXPECT_EQ(state().tokens().validate(g->refresh_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().refresh(t, "app.one", "").code(), errc::kUnknownToken);
+  // A token of another state (another key) is unknown here.
+  vtest::PlatformRoot other_root;
+  auto other = vagent::AgentState::open(other_root.path());
+  ASSERT_TRUE(other.ok());
+  EXPECT_EQ(other.value()->tokens().validate(t).code(), errc::kUnknownToken);
+}
+
+TEST_F(Tokens, ARevokedNewestTokenStaysUnknownWhenItsRowIsUsedAgain) {
+  auto a = state().tokens().issue(request());
+  ASSERT_TRUE(a.ok());
+  ASSERT_TRUE(state().tokens().revoke(a->access_token).ok());
+  auto b = state().tokens().issue(request());
+  ASSERT_TRUE(b.ok());
+  EXPECT_EQ(state().tokens().validate(a->access_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().refresh(a->refresh_token, "app.one", "").code(), errc::kUnknownToken);
+  EXPECT_TRUE(state().tokens().validate(b->access_token).ok());
+}
+
 class TokensOnTv : public Tokens {
  protected:
   void SetUp() override {
@@ -182,9 +257,9 @@ TEST_F(TokensOnTv, ClientSecretIsRequiredAndMustMatch) {
   EXPECT_EQ(state().tokens().issue(r).code(), errc::kInvalidParameter);
   r.client_secret = "wrong";
   EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
-  r.client_secret = "s3cret";
+  r.client_secret = secret_;
   EXPECT_TRUE(state().tokens().issue(r).ok());
-  client("app.open", "", {});
+  client("app.open", false, {});
   r.client_id = "app.open";
   EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
 }

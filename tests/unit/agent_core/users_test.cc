@@ -49,8 +49,8 @@ TEST_F(Users, PasswordIsNeverStoredInPlainText) {
 }
 
 TEST_F(Users, ClientSecretIsNeverStoredInPlainText) {
-  const std::string secret = "Client-Secret-Canary-4410";
-  client("app.one", secret, {"profile.read"});
+  const std::string secret = client("app.one", true, {"profile.read"});
+  ASSERT_EQ(secret.size(), 43u);
   const std::string bytes = state_bytes(root_.path());
   ASSERT_NE(bytes.find("app.one"), std::string::npos);
   EXPECT_EQ(bytes.find(secret), std::string::npos);

@@ -1,0 +1,28 @@
+// Velmora agent: the table of every area's part of the state database (schema.hh).
+#include "schema.hh"
+
+#include "accounts.hh"
+#include "clients.hh"
+#include "codes.hh"
+#include "identity.hh"
+#include "linking.hh"
+#include "tokens.hh"
+#include "users.hh"
+
+namespace vagent {
+
+const std::vector<const SchemaArea *> &schema_areas() {
+  // One row per area; an area comes after the areas whose tables it refers to.
+  static const std::vector<const SchemaArea *> table = {
+      &identity_schema(),  // the state's instance id and hash key
+      &users_schema(),     // users and their password hashes
+      &clients_schema(),   // registered clients and their secrets' digests
+      &accounts_schema(),  // signed-in accounts and the default one
+      &tokens_schema(),    // access and refresh tokens
+      &codes_schema(),     // authorization and effortless-login codes
+      &linking_schema(),   // account linking with partner services
+  };
+  return table;
+}
+
+}  // namespace vagent
