@@ -27,6 +27,7 @@ function(velmora_test_dir)
   endif()
   add_executable(${T_NAME} ${_srcs})
   target_link_libraries(${T_NAME} PRIVATE velmora_test_support ${T_LIBS} GTest::gtest GTest::gmock)
+  target_compile_definitions(${T_NAME} PRIVATE VELMORA_PROJECT_VERSION="${PROJECT_VERSION}")
   gtest_discover_tests(${T_NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES ENVIRONMENT "VELMORA_BUILD_DIR=${PROJECT_BINARY_DIR}"
                                   ENVIRONMENT_MODIFICATION "LSAN_OPTIONS=set:suppressions=${PROJECT_SOURCE_DIR}/tests/lsan.supp:print_suppressions=0"

@@ -5,6 +5,7 @@
 #define VELMORA_VA_CONSTANTS_H
 
 #include "system_info.h"
+#include "velmora_account_version.h"
 
 /* The account agent: its package id and the id of its service application are the same. */
 #define AGENT_APP_ID "dev.velmora.account"
@@ -19,8 +20,9 @@
 /* The platform feature key whose value is the device profile ("mobile", "wearable", "tv"). */
 #define DEVICE_PROFILE_FEATURE_KEY SYSTEM_INFO_KEY_PROFILE
 
-/* The library version, logged by velmora_account_create and velmora_account_connect. */
-#define VELMORA_ACCOUNT_VERSION "1.4.9"
+/* The library version, logged by velmora_account_create and velmora_account_connect (set once, in
+ * the project's CMakeLists.txt). */
+#define VELMORA_ACCOUNT_VERSION VELMORA_ACCOUNT_VERSION_STRING
 
 /* Scheme and host of the platform-defined app-control operations ("/appcontrol/operation/..."). */
 #define PLATFORM_OPERATION_PREFIX "http://velmora.dev"

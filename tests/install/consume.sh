@@ -84,6 +84,15 @@ cmake -S "$work/parent" -B "$work/parent/build" -G Ninja >"$work/parent.log" 2>&
 grep -q "CMake Warning" "$work/parent.log" && { cat "$work/parent.log"; fail "add_subdirectory warns"; }
 [[ ! -e $work/parent/build/velmora/tests ]] || fail "add_subdirectory builds the tests"
 
+echo "== one version everywhere"
+header=$(sed -n 's/^#define VELMORA_ACCOUNT_VERSION_STRING "\(.*\)"$/\1/p' \
+  "$P/include/velmora-account/velmora_account_version.h")
+[[ -n $header && $(pkg-config --modversion velmora-account) == "$header" ]] ||
+  fail "pkg-config says $(pkg-config --modversion velmora-account), the header '$header'"
+[[ -e $P/$libdir/libvelmora-account.so.$header ]] || fail "no libvelmora-account.so.$header"
+grep -q "PACKAGE_VERSION \"$header\"" "$P/$libdir/cmake/VelmoraAccount/VelmoraAccountConfigVersion.cmake" ||
+  fail "the CMake package's version is not $header"
+
 echo "== a platform root with the installed agent"
 "$P/bin/velmora-platform" init >/dev/null
 "$P/bin/velmora-platform" install dev.velmora.account \
