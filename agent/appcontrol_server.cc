@@ -8,6 +8,7 @@
 
 #include "appcontrol_operations.hh"
 #include "dlog.h"
+#include "idle_exit.hh"
 #include "servers.hh"
 #include "velmora_host.h"
 
@@ -107,6 +108,7 @@ void update_refusing() {
 }
 
 void on_launch_request(app_control_h request, void *) {
+  note_activity();
   AgentState &state = *g_server.state;
   const std::string uri = text_of(app_control_get_operation, request);
   const std::string caller = text_of(app_control_get_caller, request);
@@ -142,6 +144,8 @@ void on_launch_request(app_control_h request, void *) {
 }
 
 }  // namespace
+
+bool app_control_busy() { return !g_server.held.empty(); }
 
 bool app_control_start(ServerContext &context, std::string *error) {
   g_server.state = &context.state;

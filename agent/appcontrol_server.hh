@@ -26,5 +26,7 @@ struct ServerContext;
 
 bool app_control_start(ServerContext &context, std::string *error);
 void app_control_stop();
+// True while a request is held for a later answer.
+bool app_control_busy();
 
 }  // namespace vagent

@@ -26,6 +26,7 @@
 #include "dlog.h"
 #include "errors.hh"
 #include "faults.hh"
+#include "idle_exit.hh"
 #include "scopes.hh"
 #include "servers.hh"
 #include "velmora_host.h"
@@ -376,7 +377,10 @@ int cmd_serve(const Args &args) {
   if (status == 0) {
     dlog_print(DLOG_INFO, kLogTag, "agent: serving as %s under %s", app_id ? app_id : "(no app id)",
                state.value()->root().c_str());
+    // Only an agent launched by the platform exits when idle; one started by hand serves on.
+    if (app_id) vagent::idle_exit_start(loop);
     g_main_loop_run(loop);
+    vagent::idle_exit_stop();
   }
   while (started > 0) vagent::servers()[--started].stop();
   g_source_remove(term);

@@ -15,6 +15,7 @@
 #include "dlog.h"
 #include "nidl_methods.hh"
 #include "rpc_port.h"
+#include "idle_exit.hh"
 #include "servers.hh"
 
 namespace vagent {
@@ -39,6 +40,7 @@ struct PortServer {
   AgentState *state = nullptr;
   rpc_port_stub_h stub = nullptr;
   std::list<PendingAnswer> pending;
+  int connections = 0;  // connected clients
 };
 
 PortServer g_server;
@@ -81,6 +83,7 @@ gboolean send_delayed(gpointer data) {
 
 // Returns non-zero to close the connection.
 int on_received(const char *sender, const char *instance, rpc_port_h port, void *) {
+  note_activity();
   rpc_port_parcel_h raw = nullptr;
   if (rpc_port_parcel_create_from_port(&raw, port) != 0 || !raw) return -1;
   nidl::Parcel request(raw);
@@ -141,13 +144,19 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
 
 void on_connected(const char *sender, const char *instance, void *) {
   NIDL_LOG(DLOG_INFO, "AccountSvc: %s connected (%s)", sender, instance);
+  ++g_server.connections;
+  note_activity();
 }
 
 void on_disconnected(const char *sender, const char *instance, void *) {
   NIDL_LOG(DLOG_INFO, "AccountSvc: %s disconnected (%s)", sender, instance);
+  if (g_server.connections > 0) --g_server.connections;
+  note_activity();
 }
 
 }  // namespace
+
+bool account_svc_busy() { return g_server.connections > 0 || !g_server.pending.empty(); }
 
 bool account_svc_start(ServerContext &context, std::string *error) {
   g_server.state = &context.state;

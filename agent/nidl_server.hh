@@ -14,5 +14,7 @@ struct ServerContext;
 
 bool account_svc_start(ServerContext &context, std::string *error);
 void account_svc_stop();
+// True while a client is connected or an answer is still to be sent.
+bool account_svc_busy();
 
 }  // namespace vagent

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs examples/token.c against the agent: a fresh platform root with the agent installed, a user
 # signed in with a client, then the example in both transports. Stops the agent the example caused
-# to be launched and removes the root.
+# to be launched (velmora-platform stop) and removes the root.
 #   token.test.sh <velmora-platform program> <example program> <velmora-agent program>
 set -euo pipefail
 platform=$1
@@ -11,15 +11,7 @@ agent=$3
 root=$(mktemp -d "${TMPDIR:-/tmp}/velmora-example-XXXXXX")
 export VELMORA_PLATFORM_ROOT=$root
 cleanup() {
-  local pidfile=$root/run/dev.velmora.account.pid pid
-  if [[ -f $pidfile ]]; then
-    pid=$(cut -d' ' -f1 "$pidfile")
-    if [[ $(readlink "/proc/$pid/exe" 2>/dev/null) == "$(readlink -f "$agent")" ]]; then
-      kill -TERM "$pid" 2>/dev/null || true
-      for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-      kill -KILL "$pid" 2>/dev/null || true
-    fi
-  fi
+  "$platform" stop dev.velmora.account >/dev/null 2>&1 || true
   rm -rf "$root"
 }
 trap cleanup EXIT
@@ -35,7 +27,6 @@ trap cleanup EXIT
 secret=$(sed -n 's/^client_secret=//p' "$root/seed.txt")
 
 for mode in "" --nidl; do
-  # Into a file: the agent launched on demand inherits the example's output.
   "$example" $mode example@velmora.dev example.client "$secret" >"$root/out.txt"
   cat "$root/out.txt"
   grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$root/out.txt"

@@ -11,8 +11,8 @@
 //   "never"            keeps a clone, never replies, and writes "<root>/test-markers/<app id>.held"
 //   "drop"             keeps nothing and does not reply
 //   "die"              exits at once with status 3
-// VTEST_REFUSE=1 makes it refuse every request; VTEST_START_DELAY_MS delays serving;
-// VTEST_NO_LISTEN=1 makes it run without ever serving.
+// VELMORA_TEST_REFUSE=1 makes it refuse every request; VELMORA_TEST_START_DELAY_MS delays serving;
+// VELMORA_TEST_NO_LISTEN=1 makes it run without ever serving.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -108,13 +108,13 @@ void on_request(app_control_h request, void *) {
 int main() {
   vtest::app::mark_start();
   vtest::app::limit_lifetime();
-  if (vtest::app::env_int("VTEST_REFUSE", 0)) velmora_host_app_control_set_refusing(true);
+  if (vtest::app::env_int("VELMORA_TEST_REFUSE", 0)) velmora_host_app_control_set_refusing(true);
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
-  if (vtest::app::env_int("VTEST_NO_LISTEN", 0)) {
+  if (vtest::app::env_int("VELMORA_TEST_NO_LISTEN", 0)) {
     g_main_loop_run(loop);
     return 0;
   }
-  const int delay = vtest::app::env_int("VTEST_START_DELAY_MS", 0);
+  const int delay = vtest::app::env_int("VELMORA_TEST_START_DELAY_MS", 0);
   if (delay > 0) g_usleep((gulong)delay * 1000);
   if (velmora_host_app_control_serve(on_request, nullptr) != APP_CONTROL_ERROR_NONE) return 2;
   g_main_loop_run(loop);

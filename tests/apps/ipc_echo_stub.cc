@@ -8,6 +8,7 @@
 //   "pid"               -> result int32 pid of this process
 //   "info"              -> result sender, instance, number of connected events seen for it
 //   "hang"              -> no result (the process goes on serving)
+//   "retire"            -> result int32 of velmora_host_retire; the process exits when it is 0
 //   "exit"              -> the process exits at once, without a result
 //   "close"             -> the received callback returns non-zero (the connection closes)
 #include <unistd.h>
@@ -22,6 +23,7 @@
 #include "app_common.hh"
 #include "rpc_port.h"
 #include "rpc_port_parcel.h"
+#include "velmora_host.h"
 
 namespace {
 
@@ -83,6 +85,11 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     rpc_port_parcel_write_string(out, instance);
     rpc_port_parcel_write_int32(out, g_connected[instance]);
     send_and_free(out, port);
+  } else if (cmd == "retire") {
+    const int retired = velmora_host_retire();
+    rpc_port_parcel_write_int32(out, retired);
+    send_and_free(out, port);
+    if (retired == 0) _exit(0);
   } else if (cmd == "exit") {
     _exit(0);
   } else {
@@ -102,15 +109,15 @@ int main() {
   vtest::app::mark_start();
   vtest::app::limit_lifetime();
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
-  if (vtest::app::env_int("VTEST_NO_LISTEN", 0)) {
+  if (vtest::app::env_int("VELMORA_TEST_NO_LISTEN", 0)) {
     g_main_loop_run(loop);
     return 0;
   }
-  const int delay = vtest::app::env_int("VTEST_START_DELAY_MS", 0);
+  const int delay = vtest::app::env_int("VELMORA_TEST_START_DELAY_MS", 0);
   if (delay > 0) g_usleep((gulong)delay * 1000);
-  const std::string port = vtest::app::env_or("VTEST_PORT", "Echo");
+  const std::string port = vtest::app::env_or("VELMORA_TEST_PORT", "Echo");
   if (rpc_port_stub_create(&g_stub, port.c_str()) != 0) return 2;
-  std::stringstream allowed(vtest::app::env_or("VTEST_ALLOWED", ""));
+  std::stringstream allowed(vtest::app::env_or("VELMORA_TEST_ALLOWED", ""));
   for (std::string id; std::getline(allowed, id, ',');)
     if (!id.empty()) rpc_port_stub_add_allowed_app(g_stub, id.c_str());
   rpc_port_stub_add_received_event_cb(g_stub, on_received, nullptr);

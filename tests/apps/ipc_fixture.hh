@@ -21,8 +21,8 @@ namespace vtest {
 class IpcTest : public ::testing::Test {
  protected:
   IpcTest() {
-    for (const char *name : {"VELMORA_APP_ID", "VTEST_PORT", "VTEST_ALLOWED", "VTEST_NO_LISTEN",
-                             "VTEST_START_DELAY_MS", "VTEST_REFUSE", "VELMORA_RPC_TIMEOUT_MS",
+    for (const char *name : {"VELMORA_APP_ID", "VELMORA_TEST_PORT", "VELMORA_TEST_ALLOWED", "VELMORA_TEST_NO_LISTEN",
+                             "VELMORA_TEST_START_DELAY_MS", "VELMORA_TEST_REFUSE", "VELMORA_RPC_TIMEOUT_MS",
                              "VELMORA_LAUNCH_TIMEOUT_MS"})
       unsetenv(name);
   }

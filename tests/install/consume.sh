@@ -16,15 +16,8 @@ prefix=/opt/velmora-account-test-$$
 stage=$work/stage
 P=$stage$prefix
 export VELMORA_PLATFORM_ROOT=$work/root
-agent_pid() { cut -d' ' -f1 "$VELMORA_PLATFORM_ROOT/run/dev.velmora.account.pid" 2>/dev/null; }
 cleanup() {
-  local pid
-  pid=$(agent_pid || true)
-  if [[ -n $pid ]] && [[ $(readlink "/proc/$pid/exe" 2>/dev/null) == "$P/bin/velmora-agent" ]]; then
-    kill -TERM "$pid" 2>/dev/null || true
-    for _ in $(seq 50); do kill -0 "$pid" 2>/dev/null || break; sleep 0.1; done
-    kill -KILL "$pid" 2>/dev/null || true
-  fi
+  "$P/bin/velmora-platform" stop dev.velmora.account >/dev/null 2>&1 || true
   rm -rf "$work"
 }
 trap cleanup EXIT
@@ -107,14 +100,14 @@ secret=$(sed -n 's/^client_secret=//p' "$work/seed.txt")
 for exe in "$work/examples/example_token" "$work/token-pc"; do
   for mode in "" --nidl; do
     echo "== $(basename "$exe") $mode"
-    # Into a file: the agent launched on demand must not hold the test's pipe.
     "$exe" $mode consumer@velmora.dev consumer.client "$secret" >"$work/out.txt"
     cat "$work/out.txt"
     grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$work/out.txt" || fail "no access token"
   done
 done
 echo "== and the installed command-line client"
+# Through a pipe: the agent launched on demand is detached, so the pipe ends with the command.
 "$P/bin/velmora-account" token --login-id consumer@velmora.dev --client-id consumer.client \
-  --client-secret "$secret" >"$work/out.txt"
-grep -q '^access_token: ' "$work/out.txt" || fail "velmora-account: no access token"
+  --client-secret "$secret" --json | cat >"$work/out.txt"
+grep -q '"access_token": ' "$work/out.txt" || fail "velmora-account: no access token"
 echo "consume.sh: ok"

@@ -22,6 +22,10 @@ const std::vector<Command> &commands() {
       {"accounts", "[package-id]",
        "list the account store's records (user name, custom values), of one package or all",
        run_accounts, true},
+      {"ps", "", "list the applications that run now (launched on demand)", run_ps, true},
+      {"stop", "<app-id>", "stop a running application", run_stop, true},
+      {"logs", "<app-id>", "show what a launched application wrote to stdout and stderr",
+       run_logs, true},
   };
   return kCommands;
 }

@@ -48,5 +48,8 @@ int run_remove(const Args &args);
 int run_list(const Args &args);
 int run_show(const Args &args);
 int run_accounts(const Args &args);
+int run_ps(const Args &args);
+int run_stop(const Args &args);
+int run_logs(const Args &args);
 
 }  // namespace vplat

@@ -1,7 +1,7 @@
 // Velmora host platform: the platform log.
 //
 // Lines at or above VELMORA_LOG_LEVEL ("debug", "info", "warn", "error", "silent" or a number 3..8;
-// default "error") go to stderr as "<letter>/<tag>: <message>". A hook installed by a test sees every
+// default "error"; an unknown name is reported once and taken as "error") go to stderr as "<letter>/<tag>: <message>". A hook installed by a test sees every
 // line, whatever the level.
 #include <cstdarg>
 #include <cstdio>
@@ -29,6 +29,11 @@ int parse_level(const char *text) {
   char *end = nullptr;
   long v = strtol(text, &end, 10);
   if (end != text && *end == '\0' && v >= DLOG_VERBOSE && v <= DLOG_SILENT) return (int)v;
+  // Said once per process, so that a misspelt level does not go unnoticed.
+  fprintf(stderr,
+          "velmora: unknown VELMORA_LOG_LEVEL '%s' (debug, info, warn, error, fatal, silent or a "
+          "number %d..%d); printing error and above\n",
+          text, DLOG_VERBOSE, DLOG_SILENT);
   return DLOG_ERROR;
 }
 

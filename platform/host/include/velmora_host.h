@@ -131,6 +131,34 @@ PLATFORM_API int velmora_host_get_app_exec(const char *app_id, char **exec, char
 /* Frees a NULL-terminated array of strings handed out above. NULL is fine. */
 PLATFORM_API void velmora_host_strv_free(char **strv);
 
+/* ---- launched applications ----
+ * An application launched on demand runs detached (own session, clean environment); its stdout
+ * and stderr are appended to log/<app id>.log below the root. */
+
+/* One running application: its id and process id. */
+typedef struct {
+  char *app_id;
+  int pid;
+} velmora_host_running_s;
+
+/* Hands out the path of an application's log file (the caller frees it with free()), or NULL for
+ * a malformed app id. The file exists once the application was launched. */
+PLATFORM_API char *velmora_host_app_log_path(const char *app_id);
+/* Hands out the applications of this root that run now, sorted by app id, as an array of *count
+ * entries (NULL when there is none); free it with velmora_host_running_free. 0 or -22, -12. */
+PLATFORM_API int velmora_host_list_running(velmora_host_running_s **apps, size_t *count);
+PLATFORM_API void velmora_host_running_free(velmora_host_running_s *apps, size_t count);
+/* Stops a running application: SIGTERM, and SIGKILL when it still runs after `timeout_ms`. Returns
+ * 0 once it is gone, -3 (ESRCH) when it does not run, -22 for a malformed app id. */
+PLATFORM_API int velmora_host_stop_app(const char *app_id, int timeout_ms, char **error);
+/* For an application launched on demand that exits when idle. Under the application's launch
+ * lock it stops being reachable (its socket files go) unless a client already waits to be
+ * accepted. Returns 0 when the application should now exit (the next request launches a new
+ * instance; the lock is held until this process exits, so no request reaches one that is going
+ * away), -16 (EBUSY) when a client waits (serve it and try again later), -22 when this process
+ * runs as no application, -5 when the lock cannot be taken. */
+PLATFORM_API int velmora_host_retire(void);
+
 #ifdef __cplusplus
 }
 #endif

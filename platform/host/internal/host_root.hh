@@ -61,6 +61,7 @@ void log_refusal(const std::string &error);
 inline constexpr const char *kDeviceConfig = "device.conf";   // key file: [device] profile=...
 inline constexpr const char *kPackagesDir = "packages";       // one key file per package
 inline constexpr const char *kRunDir = "run";                 // sockets and lock files
+inline constexpr const char *kLogDir = "log";                 // launched applications' output
 inline constexpr const char *kStoreDb = "store/accounts.db";  // the platform account store
 inline constexpr const char *kAgentDir = "agent";             // the reference agent's state
 

@@ -11,8 +11,11 @@
 // Instances: "run/<app id>.lock" is flock'ed while one launcher decides and starts, and
 // "run/<app id>.pid" holds "<pid> <start time>" of the instance it started (the start time, in
 // clock ticks since boot as /proc gives it, tells a live instance from a reused pid). A started
-// executable gets VELMORA_APP_ID=<app id> and VELMORA_PLATFORM_ROOT=<root> in its environment and
-// inherits stdout and stderr; stdin is /dev/null. The launching process reaps it when it exits.
+// executable is detached from whoever caused the launch: it runs in a session of its own, in the
+// root directory, with stdin /dev/null and stdout and stderr appended to log/<app id>.log, and an
+// environment of only VELMORA_APP_ID=<app id>, VELMORA_PLATFORM_ROOT=<root>, a fixed PATH, the
+// platform's settings (VELMORA_*) and the sanitizer runtimes' options. The launching process reaps
+// it when it exits.
 #pragma once
 
 #include <glib.h>
@@ -43,6 +46,11 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
 // Stops waiting; `done` will not run. The started instance keeps running.
 void launch_cancel(LaunchWait *wait);
 
+// ---- the log file of a launched application (app_log.cc) ----
+std::string app_log_path(const std::string &app_id);
+// Opens it for appending (0600), keeping an over-long one as <path>.1; -1 on failure.
+int app_log_open(const std::string &app_id);
+
 // ---- instances ----
 struct Instance {
   pid_t pid = 0;
@@ -51,6 +59,7 @@ struct Instance {
 // The instance the pid file names (false when there is no readable pid file).
 bool instance_read(const std::string &app_id, Instance *out);
 bool instance_write(const std::string &app_id, const Instance &instance);
+void instance_remove(const std::string &app_id);
 // True while that process runs (a zombie or a reused pid counts as gone).
 bool instance_alive(const Instance &instance);
 // The start time of a running process; false when it is gone or a zombie.

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <string>
+#include <vector>
 
 namespace vhost::ipc {
 
@@ -37,6 +38,8 @@ struct Listener {
 // a live process already listens there; a stale socket file is replaced. False with *error set.
 bool listen_unix(const std::string &path, Listener *out, std::string *error);
 void close_listener(Listener *listener);
+// The listeners of this process that are open now (they stay where they are until closed).
+std::vector<Listener *> open_listeners();
 
 // The peer's process and user of a connected Unix socket.
 bool peer_credentials(int fd, pid_t *pid, uid_t *uid);

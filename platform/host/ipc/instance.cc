@@ -67,6 +67,8 @@ bool instance_write(const std::string &app_id, const Instance &instance) {
   return private_write(pid_path(app_id), text.data(), text.size(), &error);
 }
 
+void instance_remove(const std::string &app_id) { g_unlink(pid_path(app_id).c_str()); }
+
 bool instance_alive(const Instance &instance) {
   unsigned long long start = 0;
   return process_start_time(instance.pid, &start) && start == instance.start_time;

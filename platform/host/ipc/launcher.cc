@@ -50,20 +50,59 @@ std::string absolute_root() {
   return result;
 }
 
+// Runs in the child between fork and exec: a session of its own, so that the terminal and the
+// signals of whoever caused the launch (Ctrl-C, a closed pipe) do not reach the application.
+void detach_child(gpointer) { setsid(); }
+
+// The log level of launched applications, unless VELMORA_APP_LOG_LEVEL names another.
+constexpr const char *kAppLogLevel = "info";
+
+// The environment of a launched application: only what the platform sets. The platform's own
+// settings (VELMORA_*) and the sanitizer runtimes' options travel along; nothing else does. The
+// log level is the one for applications (VELMORA_APP_LOG_LEVEL, default info), not the level of
+// whoever caused the launch: the application's lines go to its log file.
+gchar **launch_environment(const AppRecord &app) {
+  gchar **env = nullptr;
+  gchar **caller = g_get_environ();
+  for (gchar **e = caller; *e; ++e) {
+    const char *eq = strchr(*e, '=');
+    if (!eq) continue;
+    const std::string name(*e, eq - *e);
+    if ((g_str_has_prefix(name.c_str(), "VELMORA_") && name != "VELMORA_LOG_LEVEL") ||
+        name == "ASAN_OPTIONS" || name == "LSAN_OPTIONS" || name == "UBSAN_OPTIONS")
+      env = g_environ_setenv(env, name.c_str(), eq + 1, TRUE);
+  }
+  g_strfreev(caller);
+  const char *level = g_environ_getenv(env, "VELMORA_APP_LOG_LEVEL");
+  env = g_environ_setenv(env, "VELMORA_LOG_LEVEL", level ? level : kAppLogLevel, TRUE);
+  env = g_environ_setenv(env, "PATH", "/usr/local/bin:/usr/bin:/bin", TRUE);
+  env = g_environ_setenv(env, "VELMORA_APP_ID", app.app_id.c_str(), TRUE);
+  env = g_environ_setenv(env, "VELMORA_PLATFORM_ROOT", absolute_root().c_str(), TRUE);
+  return env;
+}
+
 bool spawn_instance(const AppRecord &app, GMainContext *ctx, Instance *out) {
   if (app.exec.empty()) {
     IPC_LOGE("cannot launch %s: no executable registered", app.app_id.c_str());
     return false;
   }
-  gchar **env = g_get_environ();
-  env = g_environ_setenv(env, "VELMORA_APP_ID", app.app_id.c_str(), TRUE);
-  env = g_environ_setenv(env, "VELMORA_PLATFORM_ROOT", absolute_root().c_str(), TRUE);
+  const int log_fd = app_log_open(app.app_id);
+  if (log_fd < 0)
+    IPC_LOGW("cannot open the log file of %s; its output is dropped", app.app_id.c_str());
+  gchar **env = launch_environment(app);
   gchar *argv[] = {const_cast<gchar *>(app.exec.c_str()), nullptr};
+  const std::string root = absolute_root();
   GPid pid = 0;
   GError *err = nullptr;
-  gboolean ok =
-      g_spawn_async(nullptr, argv, env, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr, &pid, &err);
+  // stdin from /dev/null; stdout and stderr to the log file (or /dev/null without one).
+  const GSpawnFlags flags = static_cast<GSpawnFlags>(
+      G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDIN_FROM_DEV_NULL |
+      (log_fd < 0 ? G_SPAWN_STDOUT_TO_DEV_NULL | G_SPAWN_STDERR_TO_DEV_NULL : 0));
+  gboolean ok = g_spawn_async_with_pipes_and_fds(root.c_str(), argv, env, flags, detach_child,
+                                                 nullptr, -1, log_fd, log_fd, nullptr, nullptr, 0,
+                                                 &pid, nullptr, nullptr, nullptr, &err);
   g_strfreev(env);
+  if (log_fd >= 0) close(log_fd);
   if (!ok) {
     IPC_LOGE("cannot launch %s (%s): %s", app.app_id.c_str(), app.exec.c_str(),
              err ? err->message : "unknown error");

@@ -6,9 +6,12 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <vector>
 
 #include "app_common.h"
 #include "host_root.hh"
@@ -64,6 +67,30 @@ int connect_unix(const std::string &path) {
   return fd;
 }
 
+namespace {
+
+// The listeners of this process, for retiring (retire.cc).
+std::mutex g_listeners_mutex;
+std::vector<Listener *> g_listeners;
+
+void remember_listener(Listener *listener) {
+  std::lock_guard<std::mutex> lock(g_listeners_mutex);
+  g_listeners.push_back(listener);
+}
+
+void forget_listener(Listener *listener) {
+  std::lock_guard<std::mutex> lock(g_listeners_mutex);
+  g_listeners.erase(std::remove(g_listeners.begin(), g_listeners.end(), listener),
+                    g_listeners.end());
+}
+
+}  // namespace
+
+std::vector<Listener *> open_listeners() {
+  std::lock_guard<std::mutex> lock(g_listeners_mutex);
+  return g_listeners;
+}
+
 bool listen_unix(const std::string &path, Listener *out, std::string *error) {
   struct sockaddr_un addr;
   if (!make_address(path, &addr)) {
@@ -104,11 +131,13 @@ bool listen_unix(const std::string &path, Listener *out, std::string *error) {
   }
   if (!ok && fd >= 0) close(fd);
   close(lock_fd);  // releases the lock
+  if (ok) remember_listener(out);
   return ok;
 }
 
 void close_listener(Listener *listener) {
   if (listener->fd < 0) return;
+  forget_listener(listener);
   struct stat st;
   if (stat(listener->path.c_str(), &st) == 0 && st.st_dev == listener->dev &&
       st.st_ino == listener->ino)

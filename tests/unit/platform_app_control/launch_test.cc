@@ -122,7 +122,7 @@ TEST_F(AppControlLaunch, RequestWithoutCallbackIsStillDelivered) {
 }
 
 TEST_F(AppControlLaunch, RefusingCalleeIsLaunchRejected) {
-  setenv("VTEST_REFUSE", "1", 1);
+  setenv("VELMORA_TEST_REFUSE", "1", 1);
   Replies launching;
   // Refused after it had to be started: known only later, through the callback.
   ASSERT_EQ(send_request(kCallee, {}, &launching), APP_CONTROL_ERROR_NONE);

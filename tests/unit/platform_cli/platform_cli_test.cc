@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform_root.hh"
+#include "run_program.hh"
 #include "system_info.h"
 #include "va_util.h"
 
@@ -330,4 +331,45 @@ TEST_F(PlatformCli, ShowOfAnUnknownOrMalformedPackageFails) {
       << r.err;
   r = run({"show"}, root_.path());
   EXPECT_EQ(r.status, 2);
+}
+
+TEST_F(PlatformCli, UnknownLogLevelIsReportedNotSilentlyReplaced) {
+  setenv("VELMORA_LOG_LEVEL", "loud", 1);
+  const vtest::ProgramRun r =
+      vtest::run_program(vtest::PlatformRoot::build_dir() + "/tools/velmora-account",
+                         {"token", "--login-id", "l", "--client-id", "c"}, "build velmora-account");
+  unsetenv("VELMORA_LOG_LEVEL");
+  EXPECT_TRUE(contains(r.err, "unknown VELMORA_LOG_LEVEL 'loud'")) << r.err;
+}
+
+// ps, logs and stop on the agent, launched on demand by a request of velmora-account.
+TEST_F(PlatformCli, PsLogsAndStopShowAndEndALaunchedApplication) {
+  root_.install_agent();
+  CliRun r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "no application is running\n");
+  r = run({"logs", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "has no log yet")) << r.out;
+
+  // A request launches the agent (the agent refuses it: nobody is signed in).
+  const vtest::ProgramRun request = vtest::run_program(
+      vtest::PlatformRoot::build_dir() + "/tools/velmora-account",
+      {"token", "--login-id", "nobody@velmora.dev", "--client-id", "c"}, "build velmora-account");
+  EXPECT_EQ(request.exit_code, 1) << request.err;
+
+  r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(g_str_has_prefix(r.out.c_str(), "dev.velmora.account ")) << r.out;
+  r = run({"logs", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "I/VELMORA_AGENT: agent: serving as dev.velmora.account")) << r.out;
+  r = run({"stop", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "stopped dev.velmora.account\n");
+  r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.out, "no application is running\n");
+  r = run({"stop", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "dev.velmora.account is not running")) << r.err;
 }

@@ -1,6 +1,8 @@
 // Velmora tests: launch on demand: one instance however many launchers, environment, reaping.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -59,12 +61,17 @@ class Launcher : public IpcTest {
   }
 };
 
-TEST_F(Launcher, StartedAppGetsItsIdAndTheRootAndInheritsTheEnvironment) {
-  setenv("VTEST_INHERITED", "yes", 1);
+TEST_F(Launcher, StartedAppGetsItsIdTheRootAndOnlyThePlatformsEnvironment) {
+  setenv("VTEST_NOT_INHERITED", "yes", 1);
+  setenv("VELMORA_TEST_SETTING", "kept", 1);  // the platform's settings travel along
   setenv("VELMORA_APP_ID", "test.launching.app", 1);  // the launched app gets its own id instead
+  setenv("VELMORA_LOG_LEVEL", "debug", 1);            // the launcher's level is not the app's
   Client c;
   ASSERT_EQ(c.connect(kStub), 0);
   ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  unsetenv("VTEST_NOT_INHERITED");
+  unsetenv("VELMORA_TEST_SETTING");
+  unsetenv("VELMORA_LOG_LEVEL");
   ASSERT_EQ(c.connected, 1);
   const pid_t pid = vtest::apps::instance_pid(root.path(), kStub);
   ASSERT_GT(pid, 0);
@@ -72,7 +79,11 @@ TEST_F(Launcher, StartedAppGetsItsIdAndTheRootAndInheritsTheEnvironment) {
   EXPECT_NE(env.find(std::string("VELMORA_APP_ID=") + kStub + '\0'), std::string::npos);
   EXPECT_EQ(env.find("VELMORA_APP_ID=test.launching.app"), std::string::npos);
   EXPECT_NE(env.find("VELMORA_PLATFORM_ROOT=" + root.path() + '\0'), std::string::npos);
-  EXPECT_NE(env.find(std::string("VTEST_INHERITED=yes") + '\0'), std::string::npos);
+  EXPECT_NE(env.find(std::string("VELMORA_TEST_SETTING=kept") + '\0'), std::string::npos);
+  EXPECT_NE(env.find(std::string("VELMORA_LOG_LEVEL=info") + '\0'), std::string::npos);
+  EXPECT_NE(env.find(std::string("PATH=/usr/local/bin:/usr/bin:/bin") + '\0'), std::string::npos);
+  EXPECT_EQ(env.find("VTEST_NOT_INHERITED"), std::string::npos);
+  EXPECT_EQ(env.find("HOME="), std::string::npos);
   // The pid file names the instance with its start time.
   std::ifstream in(root.path() + "/run/" + kStub + ".pid");
   std::string pid_text, start;
@@ -81,8 +92,102 @@ TEST_F(Launcher, StartedAppGetsItsIdAndTheRootAndInheritsTheEnvironment) {
   EXPECT_EQ(start, start_time_of(pid));
 }
 
+TEST_F(Launcher, AppLogLevelComesFromVelmoraAppLogLevel) {
+  setenv("VELMORA_APP_LOG_LEVEL", "warn", 1);
+  Client c;
+  ASSERT_EQ(c.connect(kStub), 0);
+  ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  unsetenv("VELMORA_APP_LOG_LEVEL");
+  const pid_t pid = vtest::apps::instance_pid(root.path(), kStub);
+  ASSERT_GT(pid, 0);
+  EXPECT_NE(environ_of(pid).find(std::string("VELMORA_LOG_LEVEL=warn") + '\0'), std::string::npos);
+}
+
+std::string link_of(const std::string &path) {
+  char buf[4096];
+  const ssize_t n = readlink(path.c_str(), buf, sizeof buf - 1);
+  return n < 0 ? "" : std::string(buf, static_cast<size_t>(n));
+}
+
+TEST_F(Launcher, StartedAppIsDetachedWithItsOutputInItsLogFile) {
+  Client c;
+  ASSERT_EQ(c.connect(kStub), 0);
+  ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  const pid_t pid = vtest::apps::instance_pid(root.path(), kStub);
+  ASSERT_GT(pid, 0);
+  // A session (and so a process group) of its own: no terminal signal of ours reaches it.
+  EXPECT_EQ(getsid(pid), pid);
+  EXPECT_NE(getsid(pid), getsid(0));
+  const std::string fds = "/proc/" + std::to_string(pid) + "/fd/";
+  EXPECT_EQ(link_of(fds + "0"), "/dev/null");
+  const std::string log = root.path() + "/log/" + kStub + ".log";
+  EXPECT_EQ(link_of(fds + "1"), log);
+  EXPECT_EQ(link_of(fds + "2"), log);
+  char *path = velmora_host_app_log_path(kStub);
+  ASSERT_NE(path, nullptr);
+  EXPECT_EQ(path, log);
+  free(path);
+  struct stat st {};
+  ASSERT_EQ(stat(log.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0600u);
+}
+
+TEST_F(Launcher, RunningAppsAreListedAndStopped) {
+  velmora_host_running_s *apps = nullptr;
+  size_t count = 7;
+  ASSERT_EQ(velmora_host_list_running(&apps, &count), 0);
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(apps, nullptr);
+
+  Client c;
+  ASSERT_EQ(c.connect(kStub), 0);
+  ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  const pid_t pid = vtest::apps::instance_pid(root.path(), kStub);
+  ASSERT_GT(pid, 0);
+  ASSERT_EQ(velmora_host_list_running(&apps, &count), 0);
+  ASSERT_EQ(count, 1u);
+  EXPECT_STREQ(apps[0].app_id, kStub);
+  EXPECT_EQ(apps[0].pid, pid);
+  velmora_host_running_free(apps, count);
+
+  char *error = nullptr;
+  EXPECT_EQ(velmora_host_stop_app(kStub, 5000, &error), 0);
+  EXPECT_EQ(error, nullptr);
+  EXPECT_TRUE(run_until([&] { return !process_exists(pid); }));
+  ASSERT_EQ(velmora_host_list_running(&apps, &count), 0);
+  EXPECT_EQ(count, 0u);
+
+  EXPECT_EQ(velmora_host_stop_app(kStub, 5000, &error), -ESRCH);
+  ASSERT_NE(error, nullptr);
+  EXPECT_STREQ(error, (std::string(kStub) + " is not running").c_str());
+  free(error);
+  EXPECT_EQ(velmora_host_stop_app("../bad id", 5000, nullptr), -EINVAL);
+}
+
+TEST_F(Launcher, RetiredAppIsLaunchedAgainOnTheNextConnect) {
+  Client first;
+  ASSERT_EQ(first.connect(kStub), 0);
+  ASSERT_TRUE(run_until([&] { return first.ended(); }));
+  const pid_t pid = vtest::apps::instance_pid(root.path(), kStub);
+  ASSERT_GT(pid, 0);
+  {
+    Result r(first.main_port, {"retire"});
+    ASSERT_EQ(r.status, 0);
+    EXPECT_EQ(vtest::take_int(r.parcel), 0);
+  }
+  // Retired: its socket and pid files are gone, so the next client launches a new instance.
+  EXPECT_FALSE(g_file_test((root.path() + "/run/" + kStub + ".pid").c_str(), G_FILE_TEST_EXISTS));
+  EXPECT_TRUE(run_until([&] { return !process_exists(pid); }));
+  Client second;
+  ASSERT_EQ(second.connect(kStub), 0);
+  ASSERT_TRUE(run_until([&] { return second.ended(); }));
+  EXPECT_EQ(second.connected, 1);
+  EXPECT_EQ(starts(kStub).size(), 2u);
+  expect_echo(&second);
+}
+
 TEST_F(Launcher, TwoProxiesConnectingAtOnceStartOneInstance) {
-  setenv("VTEST_START_DELAY_MS", "300", 1);  // keeps the instance "starting" for a while
+  setenv("VELMORA_TEST_START_DELAY_MS", "300", 1);  // keeps the instance "starting" for a while
   Client a, b;
   ASSERT_EQ(a.connect(kStub), 0);
   ASSERT_EQ(b.connect(kStub), 0);
@@ -95,7 +200,7 @@ TEST_F(Launcher, TwoProxiesConnectingAtOnceStartOneInstance) {
 }
 
 TEST_F(Launcher, ProcessesConnectingAtOnceStartOneInstance) {
-  setenv("VTEST_START_DELAY_MS", "300", 1);
+  setenv("VELMORA_TEST_START_DELAY_MS", "300", 1);
   std::vector<GPid> senders;
   for (int i = 0; i < 3; ++i)
     senders.push_back(vtest::apps::spawn("ipc_sender", {"proxy", kStub, "Echo"}));
@@ -116,7 +221,7 @@ TEST_F(Launcher, ProcessesConnectingAtOnceStartOneInstance) {
 }
 
 TEST_F(Launcher, ConcurrentLaunchRequestsStartOneInstance) {
-  setenv("VTEST_START_DELAY_MS", "300", 1);
+  setenv("VELMORA_TEST_START_DELAY_MS", "300", 1);
   std::vector<GPid> senders;
   for (int i = 0; i < 2; ++i)
     senders.push_back(vtest::apps::spawn("ipc_sender", {"appcontrol", kCallee}));
@@ -166,12 +271,12 @@ TEST_F(Launcher, PidFileNamingAnotherProcessDoesNotCountAsRunning) {
 
 TEST_F(Launcher, InstanceThatEndsWithoutListeningWhileAwaitedIsStartedAnew) {
   // Another "launcher's" instance: alive and recorded, but it never listens.
-  setenv("VTEST_NO_LISTEN", "1", 1);
+  setenv("VELMORA_TEST_NO_LISTEN", "1", 1);
   GPid other = vtest::apps::spawn("ipc_echo_stub", {});
   ASSERT_GT(other, 0);
   ASSERT_TRUE(run_until([&] { return !start_time_of(other).empty(); }));
   write_pid_file(root.path(), kStub, std::to_string(other) + " " + start_time_of(other) + "\n");
-  unsetenv("VTEST_NO_LISTEN");
+  unsetenv("VELMORA_TEST_NO_LISTEN");
   Client c;
   ASSERT_EQ(c.connect(kStub), 0);  // waits for that instance ...
   vtest::apps::drain();
@@ -197,7 +302,7 @@ TEST_F(Launcher, ExitedInstanceIsReaped) {
 }
 
 TEST_F(Launcher, LaunchRequestToAnAppThatNeverListensFailsAfterTheTimeOut) {
-  setenv("VTEST_NO_LISTEN", "1", 1);
+  setenv("VELMORA_TEST_NO_LISTEN", "1", 1);
   setenv("VELMORA_LAUNCH_TIMEOUT_MS", "400", 1);
   Replies r;
   ASSERT_EQ(vtest::send_request(kCallee, {}, &r), 0);

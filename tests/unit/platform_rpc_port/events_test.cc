@@ -83,7 +83,7 @@ TEST_F(RpcPortEvents, AppThatExitsBeforeListeningIsRejected) {
 }
 
 TEST_F(RpcPortEvents, AppThatNeverListensIsRejectedAfterTheLaunchTimeOut) {
-  setenv("VTEST_NO_LISTEN", "1", 1);
+  setenv("VELMORA_TEST_NO_LISTEN", "1", 1);
   setenv("VELMORA_LAUNCH_TIMEOUT_MS", "500", 1);
   Client c;
   ASSERT_EQ(c.connect(kApp), 0);
@@ -105,7 +105,7 @@ TEST_F(RpcPortEvents, PortTheStubDoesNotServeIsRejected) {
 }
 
 TEST_F(RpcPortEvents, DisallowedCallerIsRejected) {
-  setenv("VTEST_ALLOWED", "test.friend", 1);
+  setenv("VELMORA_TEST_ALLOWED", "test.friend", 1);
   setenv("VELMORA_APP_ID", "test.stranger", 1);
   Client c;
   ASSERT_EQ(c.connect(kApp), 0);
@@ -115,7 +115,7 @@ TEST_F(RpcPortEvents, DisallowedCallerIsRejected) {
 }
 
 TEST_F(RpcPortEvents, CallerThatIsNoApplicationIsRejectedByARestrictedStub) {
-  setenv("VTEST_ALLOWED", "test.friend", 1);
+  setenv("VELMORA_TEST_ALLOWED", "test.friend", 1);
   Client c;
   ASSERT_EQ(c.connect(kApp), 0);
   ASSERT_TRUE(run_until([&] { return c.ended(); }));
@@ -123,7 +123,7 @@ TEST_F(RpcPortEvents, CallerThatIsNoApplicationIsRejectedByARestrictedStub) {
 }
 
 TEST_F(RpcPortEvents, AllowedCallerConnects) {
-  setenv("VTEST_ALLOWED", "test.other,test.friend", 1);
+  setenv("VELMORA_TEST_ALLOWED", "test.other,test.friend", 1);
   setenv("VELMORA_APP_ID", "test.friend", 1);
   Client c;
   connect(&c);
@@ -258,7 +258,7 @@ TEST_F(RpcPortEvents, DestroyInsideTheDisconnectedEventIsSafe) {
 }
 
 TEST_F(RpcPortEvents, DestroyWhileLaunchingDeliversNothing) {
-  setenv("VTEST_START_DELAY_MS", "200", 1);
+  setenv("VELMORA_TEST_START_DELAY_MS", "200", 1);
   Client c;
   ASSERT_EQ(c.connect(kApp), 0);
   c.destroy();
