@@ -60,6 +60,9 @@ struct Instance {
 bool instance_read(const std::string &app_id, Instance *out);
 bool instance_write(const std::string &app_id, const Instance &instance);
 void instance_remove(const std::string &app_id);
+// Takes "run/<app id>.lock" (waiting for it): the locked descriptor (close-on-exec; closing it
+// releases the lock), or -1.
+int instance_lock(const std::string &app_id);
 // True while that process runs (a zombie or a reused pid counts as gone).
 bool instance_alive(const Instance &instance);
 // The start time of a running process; false when it is gone or a zombie.

@@ -27,12 +27,20 @@ std::string app_log_path(const std::string &app_id) {
 }
 
 int app_log_open(const std::string &app_id) {
-  if (!registry_valid_id(app_id) || !make_dirs(root_path(kLogDir))) return -1;
+  std::string error;
+  if (!registry_valid_id(app_id) || !private_dir(root_path(kLogDir), &error)) {
+    if (!error.empty()) log_refusal(error);
+    return -1;
+  }
   const std::string path = app_log_path(app_id);
   struct stat st {};
   if (stat(path.c_str(), &st) == 0 && st.st_size > kMaxLogBytes)
     rename(path.c_str(), (path + ".1").c_str());
-  return open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0600);
+  if (!private_file(path, &error)) {
+    log_refusal(error);
+    return -1;
+  }
+  return open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOFOLLOW);
 }
 
 }  // namespace vhost::ipc

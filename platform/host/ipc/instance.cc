@@ -1,7 +1,11 @@
 // Velmora host platform: the pid file of a launched application and whether that instance lives.
 #include <glib.h>
 #include <glib/gstdio.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -65,6 +69,27 @@ bool instance_write(const std::string &app_id, const Instance &instance) {
       std::to_string(instance.pid) + " " + std::to_string(instance.start_time) + "\n";
   std::string error;
   return private_write(pid_path(app_id), text.data(), text.size(), &error);
+}
+
+int instance_lock(const std::string &app_id) {
+  const std::string run = root_path(kRunDir);
+  std::string error;
+  if (!private_dir(run, &error)) {
+    log_refusal(error);
+    return -1;
+  }
+  const int fd = open((run + "/" + app_id + ".lock").c_str(),
+                      O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, kPrivateFileMode);
+  if (fd < 0) return -1;
+  int r;
+  do {
+    r = flock(fd, LOCK_EX);
+  } while (r != 0 && errno == EINTR);
+  if (r != 0) {
+    close(fd);
+    return -1;
+  }
+  return fd;
 }
 
 void instance_remove(const std::string &app_id) { g_unlink(pid_path(app_id).c_str()); }

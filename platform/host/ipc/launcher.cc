@@ -120,25 +120,7 @@ bool spawn_instance(const AppRecord &app, GMainContext *ctx, Instance *out) {
 // Holds run/<app id>.lock for the life of the object.
 class InstanceLock {
  public:
-  explicit InstanceLock(const std::string &app_id) {
-    const std::string run = root_path(kRunDir);
-    std::string error;
-    if (!private_dir(run, &error)) {
-      log_refusal(error);
-      return;
-    }
-    fd_ = open((run + "/" + app_id + ".lock").c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC,
-               kPrivateFileMode);
-    if (fd_ < 0) return;
-    int r;
-    do {
-      r = flock(fd_, LOCK_EX);
-    } while (r != 0 && errno == EINTR);
-    if (r != 0) {
-      close(fd_);
-      fd_ = -1;
-    }
-  }
+  explicit InstanceLock(const std::string &app_id) : fd_(instance_lock(app_id)) {}
   ~InstanceLock() {
     if (fd_ >= 0) close(fd_);
   }

@@ -7,9 +7,7 @@
 // back and the application serves on. If none is, the socket files and the pid file are removed
 // and the lock stays held until the process exits: a launcher that finds no socket waits for the
 // lock and then starts a new instance, so no request is lost to an instance that is going away.
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,23 +26,6 @@ namespace vhost::ipc {
 namespace {
 
 constexpr const char *kAsideSuffix = ".retiring";
-
-// The launch lock of `app_id`, or -1.
-int lock_instance(const std::string &app_id) {
-  const std::string run = root_path(kRunDir);
-  if (!make_dirs(run)) return -1;
-  const int fd = open((run + "/" + app_id + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (fd < 0) return -1;
-  int r;
-  do {
-    r = flock(fd, LOCK_EX);
-  } while (r != 0 && errno == EINTR);
-  if (r != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
-}
 
 // True when the socket file at `path` is still this listener's.
 bool owns_path(const Listener &l, const std::string &path) {
@@ -71,7 +52,7 @@ extern "C" int velmora_host_retire(void) {
   using namespace vhost::ipc;
   const std::string app_id = own_app_id();
   if (app_id.empty()) return -EINVAL;
-  const int lock = lock_instance(app_id);
+  const int lock = instance_lock(app_id);
   if (lock < 0) return -EIO;
 
   std::vector<Listener *> aside;
