@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "agent_state.hh"
-#include "appcontrol_server.hh"
-#include "nidl_server.hh"
+#include "app_control/server.hh"
+#include "port/server.hh"
 
 namespace vagent {
 

@@ -12,7 +12,7 @@ log=$(mktemp -d)
 trap 'rm -rf "$log"' EXIT
 
 list=()
-for exe in "$build"/tests/test_unit_* "$build"/tests/test_integration_*; do
+for exe in "$build"/tests/test_unit_* "$build"/tests/test_integration_* "$build"/tests/test_interface*; do
   [ -x "$exe" ] || continue
   suite=""
   while IFS= read -r line; do

@@ -6,7 +6,7 @@
 #include "profile_record.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_util.h"
+#include "va_base.h"
 #include "velmora_account.h"
 
 namespace {

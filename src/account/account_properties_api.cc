@@ -1,13 +1,13 @@
 // Velmora Account client: the public property accessors of the account handle.
 //
 // Each checks the agent and its arguments, then hands over to the property logic of
-// src/util/account_properties.cc.
+// src/account/account_properties.cc.
 #include <cstddef>
 
 #include "account_record.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_util.h"
+#include "va_base.h"
 #include "velmora_account.h"
 
 namespace {

@@ -9,7 +9,7 @@
 #include "account_svc_proxy.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_util.h"
+#include "va_base.h"
 
 namespace {
 

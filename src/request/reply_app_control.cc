@@ -8,7 +8,7 @@
 #include "app_control.h"
 #include "request_reply.h"
 #include "request_send.h"
-#include "va_util.h"
+#include "va_base.h"
 
 extern "C" {
 

@@ -9,7 +9,7 @@
 #include "app_control.h"
 #include "request_reply.h"
 #include "va_log.h"
-#include "va_util.h"
+#include "va_base.h"
 
 namespace {
 

@@ -18,8 +18,8 @@
 #include <string>
 #include <vector>
 
-#include "nidl_codec.hh"
-#include "nidl_methods.hh"
+#include "port/codec.hh"
+#include "port/methods.hh"
 #include "proxy_internal.hh"
 #include "records_internal.hh"
 #include "velmora_host.h"

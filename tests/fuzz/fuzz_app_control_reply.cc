@@ -37,7 +37,7 @@
 #include "request_record.h"
 #include "request_reply.h"
 #include "va_constants.h"
-#include "va_util.h"
+#include "va_base.h"
 #include "velmora_account.h"
 #include "velmora_host.h"
 

@@ -19,7 +19,7 @@
 #include <span>
 #include <string>
 
-#include "../unit/records/record_table.hh"
+#include "record_table.hh"
 #include "records_internal.hh"
 #include "rpc_port_parcel.h"
 #include "velmora_host.h"

@@ -1,0 +1,54 @@
+// Velmora agent: the table of app-control operations, and the helpers their handlers share.
+#include "app_control/operations.hh"
+
+#include <cstdlib>
+
+#include "errors.hh"
+
+namespace vagent::appcontrol {
+
+std::string Request::extra(const char *key) const {
+  char *value = nullptr;
+  if (app_control_get_extra_data(request_, key, &value) != APP_CONTROL_ERROR_NONE || !value)
+    return "";
+  std::string out = value;
+  free(value);
+  return out;
+}
+
+bool Request::has(const char *key) const {
+  char *value = nullptr;
+  const bool found = app_control_get_extra_data(request_, key, &value) == APP_CONTROL_ERROR_NONE;
+  free(value);
+  return found;
+}
+
+Answer failure(int code) {
+  Answer a;
+  a.ok = false;
+  a.extras.emplace_back("error_code", std::to_string(code));
+  a.extras.emplace_back("error_msg", error_name(code));
+  return a;
+}
+
+void put(Extras *extras, const char *key, const std::string &value) {
+  if (!value.empty()) extras->emplace_back(key, value);
+}
+
+const std::vector<Operation> &app_control_operations() {
+  static const std::vector<Operation> table = [] {
+    std::vector<Operation> all;
+    for (const auto *group : {&token_operations()})
+      all.insert(all.end(), group->begin(), group->end());
+    return all;
+  }();
+  return table;
+}
+
+const Operation *find_operation(const std::string &uri) {
+  for (const Operation &op : app_control_operations())
+    if (uri == *op.uri) return &op;
+  return nullptr;
+}
+
+}  // namespace vagent::appcontrol

@@ -1,0 +1,98 @@
+// Velmora agent: the app-control operations for access tokens and authorization codes.
+//
+// Replies carry the keys the client library reads ("access_token", "access_token_expires_in",
+// "access_token_issue_time", "refresh_token", "authcode", "login_id", "user_id", "cc", "mcc",
+// "api_server_url", "auth_server_url"). The last access token is handed out without a refresh
+// token: its reply says so with "refresh_token" = "-1", which the library skips.
+#include <climits>
+
+#include "app_control/operations.hh"
+#include "velmora_account_request_op.h"
+
+namespace vagent::appcontrol {
+
+namespace {
+
+std::string number(int64_t v) {
+  // The library reads these as 32-bit ints.
+  if (v > INT_MAX) v = INT_MAX;
+  if (v < INT_MIN) v = INT_MIN;
+  return std::to_string(v);
+}
+
+template <typename T>
+void put_facts(Extras *e, const T &facts) {
+  put(e, "login_id", facts.login_id);
+  put(e, "user_id", facts.user_id);
+  put(e, "cc", facts.country_code);
+  put(e, "mcc", facts.mcc);
+  put(e, "api_server_url", facts.api_server_url);
+  put(e, "auth_server_url", facts.auth_server_url);
+}
+
+Answer grant_answer(const Result<TokenGrant> &r) {
+  if (!r.ok()) return failure(r.code());
+  Answer a;
+  const TokenGrant &g = r.value();
+  put(&a.extras, "access_token", g.access_token);
+  put(&a.extras, "access_token_expires_in", number(g.expires_in));
+  put(&a.extras, "access_token_issue_time", number(g.issue_time));
+  a.extras.emplace_back("refresh_token", g.refresh_token.empty() ? "-1" : g.refresh_token);
+  put_facts(&a.extras, g);
+  return a;
+}
+
+Answer access_token(AgentState &state, const Request &req) {
+  TokenRequest t;
+  t.login_id = req.extra("login_id");
+  t.client_id = req.extra("client_id");
+  t.client_secret = req.extra("client_secret");
+  t.expired_access_token = req.extra("expired_access_token");
+  t.scope = req.extra("scope");
+  return grant_answer(state.tokens().issue(t));
+}
+
+// The library requires both ids; an empty one would mean "the default account" / "any client" to
+// the core, which this operation does not offer.
+Answer last_access_token(AgentState &state, const Request &req) {
+  const std::string login_id = req.extra("login_id");
+  const std::string client_id = req.extra("client_id");
+  if (login_id.empty() || client_id.empty()) return failure(errc::kInvalidParameter);
+  return grant_answer(state.tokens().last(login_id, client_id));
+}
+
+Answer code_answer(AgentState &state, const Request &req, CodeKind kind) {
+  CodeRequest c;
+  c.login_id = req.extra("login_id");
+  c.client_id = req.extra("client_id");
+  c.scope = req.extra("scope");
+  c.device_unique_code = req.extra("device_physical_address");
+  Result<IssuedCode> r = state.codes().issue(kind, c);
+  if (!r.ok()) return failure(r.code());
+  Answer a;
+  put(&a.extras, "authcode", r->code);
+  put_facts(&a.extras, r.value());
+  return a;
+}
+
+Answer auth_code(AgentState &state, const Request &req) {
+  return code_answer(state, req, CodeKind::kAuthCode);
+}
+
+Answer effortless(AgentState &state, const Request &req) {
+  return code_answer(state, req, CodeKind::kEffortless);
+}
+
+}  // namespace
+
+const std::vector<Operation> &token_operations() {
+  static const std::vector<Operation> table = {
+      {&REQUEST_OP_GETACCESSTOKEN, "getaccesstoken", access_token},
+      {&REQUEST_OP_GETLASTACCESSTOKEN, "getlastaccesstoken", last_access_token},
+      {&REQUEST_OP_GETAUTHCODE, "getauthcode", auth_code},
+      {&REQUEST_OP_GETAUTHCODE_EFFORTLESS, "getauthcodeforeffortlesslogin", effortless},
+  };
+  return table;
+}
+
+}  // namespace vagent::appcontrol

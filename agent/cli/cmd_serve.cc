@@ -1,0 +1,72 @@
+// velmora-agent serve: runs the agent's servers until SIGTERM or SIGINT (what the platform
+// launches).
+#include <glib-unix.h>
+#include <glib.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#include "cli/cli.hh"
+#include "dlog.h"
+#include "idle_exit.hh"
+#include "servers.hh"
+
+namespace vagent::cli {
+
+namespace {
+
+gboolean on_quit_signal(gpointer loop) {
+  dlog_print(DLOG_INFO, kLogTag, "agent: signal received, quitting");
+  g_main_loop_quit(static_cast<GMainLoop *>(loop));
+  return G_SOURCE_CONTINUE;
+}
+
+}  // namespace
+
+int cmd_serve(const Args &args) {
+  if (!args.empty()) return usage_error("serve takes no arguments");
+  const char *app_id = getenv("VELMORA_APP_ID");
+  auto state = open_state();
+  if (!state.ok()) {
+    dlog_print(DLOG_ERROR, kLogTag, "agent: cannot open its state: %s",
+               state.status().describe().c_str());
+    return failed(state.status());
+  }
+  GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
+  guint term = g_unix_signal_add(SIGTERM, on_quit_signal, loop);
+  guint intr = g_unix_signal_add(SIGINT, on_quit_signal, loop);
+  // A client that goes away mid-write must not kill the agent.
+  signal(SIGPIPE, SIG_IGN);
+
+  ServerContext context{*state.value(), loop};
+  size_t started = 0;
+  int status = 0;
+  for (const Server &server : servers()) {
+    std::string error;
+    if (!server.start(context, &error)) {
+      dlog_print(DLOG_ERROR, kLogTag, "agent: server %s did not start: %s", server.name,
+                 error.c_str());
+      fprintf(stderr, "velmora-agent: server %s did not start: %s\n", server.name, error.c_str());
+      status = kExitFailed;
+      break;
+    }
+    ++started;
+  }
+  if (status == 0) {
+    dlog_print(DLOG_INFO, kLogTag, "agent: serving as %s under %s", app_id ? app_id : "(no app id)",
+               state.value()->root().c_str());
+    // Only an agent launched by the platform exits when idle; one started by hand serves on.
+    if (app_id) idle_exit_start(loop);
+    g_main_loop_run(loop);
+    idle_exit_stop();
+  }
+  while (started > 0) servers()[--started].stop();
+  g_source_remove(term);
+  g_source_remove(intr);
+  g_main_loop_unref(loop);
+  dlog_print(DLOG_INFO, kLogTag, "agent: stopped");
+  return status;
+}
+
+}  // namespace vagent::cli

@@ -1,0 +1,49 @@
+// velmora-agent: the table of admin commands (each in its own cli/cmd_<name>.cc) and help.
+#include <cstdio>
+#include <string>
+
+#include "cli/cli.hh"
+
+namespace vagent::cli {
+
+const std::vector<Command> &commands() {
+  static const std::vector<Command> table = {
+      {"serve", cmd_serve, "serve                      serve until SIGTERM/SIGINT (the default)"},
+      {"seed-user", cmd_seed_user,
+       "seed-user --login-id L --password P [--user-id G] [--country-code CC] [--mcc MCC]\n"
+       "          [--api-server-url U] [--auth-server-url U] [--sign-in] [--default]\n"
+       "          [--client-id C [--with-secret] [--scope SCOPE]... [--token-lifetime SEC]]\n"
+       "          --with-secret: the agent makes the client's secret and prints it, once"},
+      {"register-client", cmd_register_client,
+       "register-client --client-id C [--with-secret] [--scope SCOPE]... [--token-lifetime SEC]"},
+      {"sign-out", cmd_sign_out, "sign-out --login-id L"},
+      {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
+      {"fault", cmd_fault,
+       "fault set <operation|*> key=value...\n"
+       "fault clear [operation|*]\n"
+       "fault list                 the faults set\n"
+       "fault keys                 the keys fault set knows"},
+      {"clock", cmd_clock,
+       "clock show|reset|advance SECONDS|set-offset SECONDS   move the agent's time (tests)"},
+      {"state", cmd_state,
+       "state                      show users, clients, accounts, store, faults"},
+      {"errors", cmd_errors, "errors                     list the agent's error codes"},
+      {"help", cmd_help, "help"},
+  };
+  return table;
+}
+
+int cmd_help(const Args &) {
+  printf(
+      "usage: velmora-agent [--root DIR] [command] ...\n"
+      "The platform root is --root, else VELMORA_PLATFORM_ROOT.\ncommands:\n");
+  for (const Command &c : commands()) {
+    std::string usage = c.usage;
+    for (size_t at = usage.find('\n'); at != std::string::npos; at = usage.find('\n', at + 3))
+      usage.replace(at, 1, "\n  ");
+    printf("  %s\n", usage.c_str());
+  }
+  return 0;
+}
+
+}  // namespace vagent::cli

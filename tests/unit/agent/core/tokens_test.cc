@@ -1,0 +1,265 @@
+// Velmora tests: access tokens and refresh tokens issued by the agent.
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "agent_state_fixture.hh"
+#include "config.hh"
+
+using agent_test::AgentTest;
+namespace errc = vagent::errc;
+
+class Tokens : public AgentTest {
+ protected:
+  void SetUp() override {
+    AgentTest::SetUp();
+    seed("alice", "pw");
+    secret_ = client("app.one", true, {"profile.read", "account.read"});
+  }
+  vagent::TokenRequest request(const std::string &login = "alice",
+                               const std::string &client_id = "app.one") {
+    vagent::TokenRequest r;
+    r.login_id = login;
+    r.client_id = client_id;
+    return r;
+  }
+};
+
+TEST_F(Tokens, IssuedTokenCarriesTimesAndAccountFacts) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok()) << g.status().describe();
+  EXPECT_EQ(g->access_token.size(), 43u);
+  EXPECT_EQ(g->refresh_token.size(), 43u);
+  EXPECT_NE(g->access_token, g->refresh_token);
+  EXPECT_EQ(g->issue_time, agent_test::kStartTime);
+  EXPECT_EQ(g->expires_in, 3600);
+  EXPECT_EQ(g->scope, "profile.read account.read");
+  EXPECT_EQ(g->login_id, "alice");
+  EXPECT_EQ(g->client_id, "app.one");
+  EXPECT_EQ(g->user_id, state().users().find("alice")->user_id);
+  EXPECT_EQ(g->mcc, "310");
+  EXPECT_EQ(g->api_server_url, "https://api.velmora.dev");
+  EXPECT_EQ(g->auth_server_url, "https://auth.velmora.dev");
+}
+
+TEST_F(Tokens, EveryTokenIsDistinct) {
+  std::set<std::string> seen;
+  for (int i = 0; i < 20; ++i) {
+    auto g = state().tokens().issue(request());
+    ASSERT_TRUE(g.ok());
+    seen.insert(g->access_token);
+    seen.insert(g->refresh_token);
+  }
+  EXPECT_EQ(seen.size(), 40u);
+}
+
+TEST_F(Tokens, LifetimeComesFromTheClientAndExpiryIsEnforced) {
+  client("app.short", false, {}, 60);
+  auto g = state().tokens().issue(request("alice", "app.short"));
+  ASSERT_TRUE(g.ok());
+  EXPECT_EQ(g->expires_in, 60);
+  EXPECT_TRUE(state().tokens().validate(g->access_token).ok());
+  now_ += 59;
+  EXPECT_TRUE(state().tokens().validate(g->access_token).ok());
+  now_ += 1;
+  EXPECT_EQ(state().tokens().validate(g->access_token).code(), errc::kTokenExpired);
+}
+
+TEST_F(Tokens, MissingFieldsUnknownLoginAndClientHaveDistinctCodes) {
+  EXPECT_EQ(state().tokens().issue(request("", "app.one")).code(), errc::kInvalidParameter);
+  EXPECT_EQ(state().tokens().issue(request("alice", "")).code(), errc::kInvalidParameter);
+  EXPECT_EQ(state().tokens().issue(request("nobody", "app.one")).code(), errc::kUnknownUser);
+  EXPECT_EQ(state().tokens().issue(request("alice", "app.none")).code(), errc::kUnknownClient);
+  seed("bob", "pw", false);
+  EXPECT_EQ(state().tokens().issue(request("bob", "app.one")).code(), errc::kNeedSignIn);
+}
+
+TEST_F(Tokens, ScopeIsCheckedAgainstTheClient) {
+  auto r = request();
+  r.scope = "account.read";
+  auto g = state().tokens().issue(r);
+  ASSERT_TRUE(g.ok());
+  EXPECT_EQ(g->scope, "account.read");
+  r.scope = "account.read account.delete";
+  EXPECT_EQ(state().tokens().issue(r).code(), errc::kScopeNotAllowed);
+}
+
+TEST_F(Tokens, AGivenSecretMustMatchOffTv) {
+  auto r = request();
+  r.client_secret = "wrong";
+  EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
+  r.client_secret = secret_;
+  EXPECT_TRUE(state().tokens().issue(r).ok());
+  r.client_secret = "";
+  EXPECT_TRUE(state().tokens().issue(r).ok());
+}
+
+TEST_F(Tokens, ExpiredAccessTokenOfTheSameAccountIsRevoked) {
+  auto first = state().tokens().issue(request());
+  ASSERT_TRUE(first.ok());
+  auto r = request();
+  r.expired_access_token = first->access_token;
+  auto second = state().tokens().issue(r);
+  ASSERT_TRUE(second.ok());
+  EXPECT_EQ(state().tokens().validate(first->access_token).code(), errc::kUnknownToken);
+  EXPECT_TRUE(state().tokens().validate(second->access_token).ok());
+}
+
+TEST_F(Tokens, ExpiredAccessTokenOfAnotherClientIsLeftAlone) {
+  client("app.two", false, {});
+  auto other = state().tokens().issue(request("alice", "app.two"));
+  ASSERT_TRUE(other.ok());
+  auto r = request();
+  r.expired_access_token = other->access_token;
+  ASSERT_TRUE(state().tokens().issue(r).ok());
+  EXPECT_TRUE(state().tokens().validate(other->access_token).ok());
+  r.expired_access_token = "not-a-token";
+  EXPECT_TRUE(state().tokens().issue(r).ok());
+}
+
+TEST_F(Tokens, LastAccessTokenIsTheLatestOfTheClient) {
+  EXPECT_EQ(state().tokens().last("alice", "app.one").code(), errc::kNoToken);
+  auto first = state().tokens().issue(request());
+  now_ += 10;
+  auto second = state().tokens().issue(request());
+  ASSERT_TRUE(first.ok() && second.ok());
+  client("app.two", false, {});
+  auto last = state().tokens().last("alice", "app.one");
+  ASSERT_TRUE(last.ok());
+  EXPECT_EQ(last->access_token, second->access_token);
+  EXPECT_EQ(last->issue_time, agent_test::kStartTime + 10);
+  EXPECT_EQ(last->expires_in, 3600);
+  EXPECT_TRUE(last->refresh_token.empty());
+  EXPECT_EQ(state().tokens().last("alice", "app.two").code(), errc::kNoToken);
+  // Without a login id: the default account; without a client id: any client.
+  EXPECT_EQ(state().tokens().last("", "").value().access_token, second->access_token);
+  EXPECT_EQ(state().tokens().last("nobody", "app.one").code(), errc::kUnknownUser);
+}
+
+TEST_F(Tokens, RefreshTokenIsSingleUseAndBoundToItsClient) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok());
+  client("app.two", false, {});
+  EXPECT_EQ(state().tokens().refresh(g->refresh_token, "app.two", "").code(), errc::kUnknownToken);
+  auto renewed = state().tokens().refresh(g->refresh_token, "app.one", "");
+  ASSERT_TRUE(renewed.ok()) << renewed.status().describe();
+  EXPECT_NE(renewed->access_token, g->access_token);
+  EXPECT_NE(renewed->refresh_token, g->refresh_token);
+  EXPECT_EQ(state().tokens().refresh(g->refresh_token, "app.one", "").code(), errc::kUnknownToken);
+  now_ += 31 * 24 * 3600;
+  EXPECT_EQ(state().tokens().refresh(renewed->refresh_token, "app.one", "").code(),
+            errc::kTokenExpired);
+}
+
+TEST_F(Tokens, SignOutRevokesTheAccountsTokens) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok());
+  EXPECT_EQ(state().tokens().live_count("alice").value(), 1);
+  ASSERT_TRUE(state().accounts().sign_out("alice").ok());
+  EXPECT_EQ(state().tokens().validate(g->access_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().live_count("alice").value(), 0);
+  ASSERT_TRUE(state().accounts().sign_in("alice", "pw").ok());
+  EXPECT_EQ(state().tokens().last("alice", "app.one").code(), errc::kNoToken);
+  EXPECT_EQ(state().tokens().refresh(g->refresh_token, "app.one", "").code(), errc::kUnknownToken);
+}
+
+TEST_F(Tokens, RevokeOfAnUnknownTokenIsUnknownToken) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok());
+  EXPECT_TRUE(state().tokens().revoke(g->access_token).ok());
+  EXPECT_EQ(state().tokens().revoke(g->access_token).code, errc::kUnknownToken);
+}
+
+TEST_F(Tokens, GrantsBeyondTheCapRevokeTheOldestOfTheirClientOnly) {
+  client("app.two", false, {});
+  auto other = state().tokens().issue(request("alice", "app.two"));
+  ASSERT_TRUE(other.ok());
+  std::vector<vagent::TokenGrant> grants;
+  for (int i = 0; i < vagent::kMaxGrantsPerClient + 4; ++i) {
+    auto g = state().tokens().issue(request());
+    ASSERT_TRUE(g.ok()) << g.status().describe();
+    grants.push_back(g.value());
+  }
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), vagent::kMaxGrantsPerClient);
+  for (size_t i = 0; i < grants.size(); ++i) {
+    const bool revoked = i < 4;
+    EXPECT_EQ(state().tokens().validate(grants[i].access_token).code(),
+              revoked ? errc::kUnknownToken : errc::kNone)
+        << i;
+    if (revoked)
+      EXPECT_EQ(state().tokens().refresh(grants[i].refresh_token, "app.one", "").code(),
+                errc::kUnknownToken)
+          << i;
+  }
+  EXPECT_TRUE(state().tokens().validate(other->access_token).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.two").value(), 1);
+}
+
+TEST_F(Tokens, GrantsWithNothingLiveArePrunedByTheNextGrant) {
+  auto old = state().tokens().issue(request());
+  ASSERT_TRUE(old.ok());
+  // Past the access token's life: its refresh token still counts.
+  now_ += 2 * 3600;
+  ASSERT_TRUE(state().tokens().issue(request()).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 2);
+  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kTokenExpired);
+  // Past the refresh token's too: the next grant prunes it.
+  now_ += vagent::kRefreshTokenLifetime;
+  ASSERT_TRUE(state().tokens().issue(request()).ok());
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 1);
+  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kUnknownToken);
+}
+
+TEST_F(Tokens, AlteredOrForeignTokensAreUnknown) {
+  auto g = state().tokens().issue(request());
+  ASSERT_TRUE(g.ok());
+  const std::string &t = g->access_token;
+  auto flip = [](std::string s, size_t at) {
+    s[at] = s[at] == 'A' ? 'B' : 'A';
+    return s;
+  };
+  for (size_t at : {size_t{0}, size_t{5}, size_t{11}, size_t{20}, t.size() - 1})
+    EXPECT_EQ(state().tokens().validate(flip(t, at)).code(), errc::kUnknownToken) << at;
+  for (const std::string &bad : {std::string(""), std::string("abc"), t + "A", t.substr(1),
+                                 std::string(43, '_'), std::string(43, 'A')})
+    EXPECT_EQ(state().tokens().validate(bad).code(), errc::kUnknownToken) << bad;
+  // The refresh token names the same row but is no access token, and the other way round.
+  EXPECT_EQ(state().tokens().validate(g->refresh_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().refresh(t, "app.one", "").code(), errc::kUnknownToken);
+  // A token of another state (another key) is unknown here.
+  vtest::PlatformRoot other_root;
+  auto other = vagent::AgentState::open(other_root.path());
+  ASSERT_TRUE(other.ok());
+  EXPECT_EQ(other.value()->tokens().validate(t).code(), errc::kUnknownToken);
+}
+
+TEST_F(Tokens, ARevokedNewestTokenStaysUnknownWhenItsRowIsUsedAgain) {
+  auto a = state().tokens().issue(request());
+  ASSERT_TRUE(a.ok());
+  ASSERT_TRUE(state().tokens().revoke(a->access_token).ok());
+  auto b = state().tokens().issue(request());
+  ASSERT_TRUE(b.ok());
+  EXPECT_EQ(state().tokens().validate(a->access_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().refresh(a->refresh_token, "app.one", "").code(), errc::kUnknownToken);
+  EXPECT_TRUE(state().tokens().validate(b->access_token).ok());
+}
+
+class TokensOnTv : public Tokens {
+ protected:
+  void SetUp() override {
+    root_.set_profile("tv");
+    Tokens::SetUp();
+  }
+};
+
+TEST_F(TokensOnTv, ClientSecretIsRequiredAndMustMatch) {
+  auto r = request();
+  EXPECT_EQ(state().tokens().issue(r).code(), errc::kInvalidParameter);
+  r.client_secret = "wrong";
+  EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
+  r.client_secret = secret_;
+  EXPECT_TRUE(state().tokens().issue(r).ok());
+  client("app.open", false, {});
+  r.client_id = "app.open";
+  EXPECT_EQ(state().tokens().issue(r).code(), errc::kWrongClientSecret);
+}

@@ -1,0 +1,306 @@
+// Velmora tests: launch requests on the wire, and peers that break the protocol.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <atomic>
+#include <thread>
+
+#include "raw_wire.hh"
+#include "app_control_fixture.hh"
+
+namespace {
+
+using vtest::Extras;
+using vtest::IpcTest;
+using vtest::Replies;
+using vtest::send_request;
+using vtest::apps::drain;
+using vtest::apps::run_until;
+namespace raw = vtest::raw;
+
+constexpr const char *kCallee = "test.callee";
+
+raw::Bytes control(const std::string &app_id, const std::string &op, const Extras &extras) {
+  raw::Bytes b = {3};  // app id and operation set
+  raw::put_string(&b, app_id);
+  raw::put_string(&b, op);
+  raw::put_u32(&b, (uint32_t)extras.size());
+  for (const auto &[k, v] : extras) {
+    raw::put_string(&b, k);
+    raw::put_string(&b, v);
+  }
+  return b;
+}
+
+// The test plays the sender against the callee application.
+class AppControlServeWire : public IpcTest {
+ protected:
+  void SetUp() override {
+    install(kCallee, "ipc_callee");
+    setenv("VELMORA_RPC_TIMEOUT_MS", "2000", 1);  // inherited by the callee it launches
+    Replies r;                                    // launches the callee
+    ASSERT_EQ(send_request(kCallee, {}, &r), 0);
+    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+    ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+    path = root.path() + "/run/" + kCallee + "/appcontrol.sock";
+  }
+  void expect_serving() {
+    Replies r;
+    ASSERT_EQ(send_request(kCallee, {{"still", "here"}}, &r), 0);
+    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+    EXPECT_EQ(r.get("still"), "here");
+    EXPECT_EQ(starts(kCallee).size(), 1u);
+  }
+  std::string path;
+};
+
+TEST_F(AppControlServeWire, RawRequestGetsTheAnswerAndTheReply) {
+  int fd = raw::connect_to(path);
+  ASSERT_GE(fd, 0);
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "test.raw", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, control(kCallee, "op", {{"k", "v"}, {"result", "-2"}})));
+  raw::Bytes answer, reply;
+  ASSERT_TRUE(raw::read_frame(fd, &answer));
+  EXPECT_EQ(answer, raw::answer(0));
+  ASSERT_TRUE(raw::read_frame(fd, &reply));
+  raw::Bytes expected;
+  raw::put_u32(&expected, (uint32_t)APP_CONTROL_RESULT_CANCELED);
+  raw::Bytes body = control(
+      "", "",
+      {{"k", "v"}, {"result", "-2"}, {"caller", "test.raw"}, {"operation", "op"}, {"served", "2"}});
+  body[0] = 0;  // the reply names no app and no operation
+  expected.insert(expected.end(), body.begin(), body.end());
+  EXPECT_EQ(reply, expected);
+  EXPECT_TRUE(raw::sees_end(fd));  // one reply, then the stream ends
+  close(fd);
+}
+
+TEST_F(AppControlServeWire, MalformedRequestsAreDropped) {
+  const std::vector<std::vector<raw::Bytes>> cases = {
+      {raw::hello(2, "", "", ""), {'j', 'u', 'n', 'k'}},
+      {raw::hello(0, "", "Echo", "c1"), control(kCallee, "op", {})},  // not an app-control hello
+      {{'V', 'L', 'M', 'H'}, control(kCallee, "op", {})},
+      {raw::hello(2, "", "", ""),
+       control(kCallee, "op", {{"k", "1"}, {"k", "2"}})},                // repeated key
+      {raw::hello(2, "", "", ""), control(kCallee, "op", {{"", "1"}})},  // empty key
+  };
+  for (size_t i = 0; i < cases.size(); ++i) {
+    int fd = raw::connect_to(path);
+    ASSERT_GE(fd, 0);
+    for (const raw::Bytes &frame : cases[i]) raw::write_frame(fd, frame);
+    EXPECT_TRUE(raw::sees_end(fd)) << "case " << i;
+    close(fd);
+  }
+  expect_serving();
+}
+
+TEST_F(AppControlServeWire, OverSizeFramesAreDropped) {
+  int fd = raw::connect_to(path);
+  ASSERT_TRUE(raw::write_frame(fd, {}, 100000));  // a hello is small
+  EXPECT_TRUE(raw::sees_end(fd));
+  close(fd);
+  fd = raw::connect_to(path);
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, {}, RPC_PORT_PARCEL_MAX_SIZE + 1));
+  EXPECT_TRUE(raw::sees_end(fd));
+  close(fd);
+  expect_serving();
+}
+
+TEST_F(AppControlServeWire, TruncatedRequestAndSilentSenderAreDropped) {
+  int fd = raw::connect_to(path);
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, raw::Bytes(5, 1), 50));
+  close(fd);
+  fd = raw::connect_to(path);  // sends nothing: dropped after the time-out
+  EXPECT_TRUE(raw::sees_end(fd));
+  close(fd);
+  expect_serving();
+}
+
+TEST_F(AppControlServeWire, PeerOfAnotherUserIsRefused) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root to act as another user";
+  for (std::string p : {root.path(), root.path() + "/run", root.path() + "/run/" + kCallee})
+    ASSERT_EQ(chmod(p.c_str(), 0711), 0);
+  ASSERT_EQ(chmod(path.c_str(), 0777), 0);
+  pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (setgid(65534) != 0 || setuid(65534) != 0) _exit(10);
+    int fd = raw::connect_to(path);
+    if (fd < 0) _exit(11);
+    raw::Bytes answer;
+    if (!raw::write_frame(fd, raw::hello(2, "test.intruder", "", "")) ||
+        !raw::write_frame(fd, control(kCallee, "op", {})) || !raw::read_frame(fd, &answer))
+      _exit(12);
+    _exit(answer == raw::answer(APP_CONTROL_ERROR_PERMISSION_DENIED) ? 0 : 13);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  expect_serving();
+}
+
+// The test plays the callee: another thread answers on the application's socket.
+class AppControlSendWire : public IpcTest {
+ protected:
+  void SetUp() override {
+    install(kCallee, "ipc_quitter");  // registered; never started, since the test listens
+    const std::string dir = root.path() + "/run/" + kCallee;
+    g_mkdir_with_parents(dir.c_str(), 0700);
+    listen_fd = raw::listen_at(dir + "/appcontrol.sock");
+    ASSERT_GE(listen_fd, 0);
+  }
+  void TearDown() override {
+    if (callee.joinable()) callee.join();
+    close(listen_fd);
+  }
+  // Accepts one sender, reads its hello and request, writes `frames` and then the raw bytes
+  // `tail`, and closes (or, without close_after, waits until the sender closes).
+  void serve(std::vector<raw::Bytes> frames, bool close_after = true, raw::Bytes tail = {}) {
+    callee = std::thread([this, frames, close_after, tail] {
+      int fd = raw::accept_one(listen_fd);
+      if (fd < 0) return;
+      raw::read_frame(fd, &hello);
+      raw::read_frame(fd, &request);
+      for (const raw::Bytes &f : frames) raw::write_frame(fd, f);
+      if (!tail.empty()) raw::write_all(fd, tail.data(), tail.size());
+      if (close_after) {
+        close(fd);
+      } else {
+        raw::sees_end(fd);
+        close(fd);
+      }
+      served = true;
+    });
+  }
+  int listen_fd = -1;
+  std::thread callee;
+  raw::Bytes hello, request;
+  std::atomic<bool> served{false};
+};
+
+TEST_F(AppControlSendWire, RequestHasTheDocumentedForm) {
+  setenv("VELMORA_APP_ID", "test.caller", 1);
+  raw::Bytes reply;
+  raw::put_u32(&reply, 0);
+  raw::Bytes body = control("", "", {{"r", "1"}});
+  body[0] = 0;
+  reply.insert(reply.end(), body.begin(), body.end());
+  serve({raw::answer(0), reply});
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {{"a", "1"}, {"b", ""}}, &r, "op"), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  callee.join();
+  EXPECT_EQ(hello, raw::hello(2, "test.caller", "", ""));
+  EXPECT_EQ(request, control(kCallee, "op", {{"a", "1"}, {"b", ""}}));
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(r.reply, (Extras{{"r", "1"}}));
+  drain();
+  EXPECT_EQ(r.calls, 1);
+}
+
+TEST_F(AppControlSendWire, RefusalIsLaunchRejected) {
+  serve({raw::answer(APP_CONTROL_ERROR_LAUNCH_REJECTED)});
+  Replies r;
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_REJECTED);
+  callee.join();
+  drain();
+  EXPECT_EQ(r.calls, 0);
+}
+
+TEST_F(AppControlSendWire, UnknownRefusalCodeIsLaunchRejected) {
+  serve({raw::answer(12345)});
+  Replies r;
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_REJECTED);
+}
+
+TEST_F(AppControlSendWire, CalleeClosingWithoutAnAnswerIsTriedAgainThenFails) {
+  // An instance that closes before it answers is taken for one that was ending: the sender
+  // goes through the launcher again, four attempts in all, and then reports the failure.
+  std::atomic<int> accepted{0};
+  callee = std::thread([&] {
+    for (int i = 0; i < 4; ++i) {
+      int fd = raw::accept_one(listen_fd);
+      if (fd < 0) return;
+      raw::Bytes frame;
+      raw::read_frame(fd, &frame);
+      raw::read_frame(fd, &frame);
+      close(fd);
+      ++accepted;
+    }
+  });
+  Replies r;
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  callee.join();
+  drain();
+  EXPECT_EQ(accepted, 4);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_FALSE(r.had_reply);
+}
+
+TEST_F(AppControlSendWire, GarbageAnswerIsLaunchFailed) {
+  serve({{'V', 'L', 'M', 'A', 0}});
+  Replies r;
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_FAILED);
+}
+
+TEST_F(AppControlSendWire, CalleeThatNeverAnswersIsTimedOut) {
+  setenv("VELMORA_RPC_TIMEOUT_MS", "300", 1);
+  serve({}, false);  // reads the request, then waits for the sender to go
+  Replies r;
+  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_TIMED_OUT);
+  callee.join();
+  EXPECT_TRUE(served);
+  drain();
+  EXPECT_EQ(r.calls, 0);
+}
+
+TEST_F(AppControlSendWire, GarbageReplyFailsTheRequestOnce) {
+  serve({raw::answer(0), {1, 2, 3}});
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {}, &r), 0);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  drain();
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_FALSE(r.had_reply);
+}
+
+TEST_F(AppControlSendWire, OverSizeReplyFailsTheRequestOnce) {
+  raw::Bytes header;
+  raw::put_u32(&header, RPC_PORT_PARCEL_MAX_SIZE + 1);
+  serve({raw::answer(0)}, false, header);  // the callee keeps its end open
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {}, &r), 0);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  drain();
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_FALSE(r.had_reply);
+  callee.join();  // the sender dropped the stream, so the callee thread saw its end
+  EXPECT_TRUE(served);
+}
+
+TEST_F(AppControlSendWire, AnswerAndReplyArrivingTogetherGiveOneCallback) {
+  raw::Bytes reply;
+  raw::put_u32(&reply, (uint32_t)APP_CONTROL_RESULT_FAILED);
+  raw::Bytes body = control("", "", {{"error_code", "-16"}});
+  body[0] = 0;
+  reply.insert(reply.end(), body.begin(), body.end());
+  serve({raw::answer(0), reply, {9, 9, 9}});  // and trailing junk, which is ignored
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {}, &r), 0);
+  callee.join();  // everything is written before the sender's main loop runs
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  drain();
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+  EXPECT_EQ(r.get("error_code"), "-16");
+}
+
+}  // namespace

@@ -1,0 +1,375 @@
+// Velmora tests: the velmora-platform command, run as a separate program.
+#include <glib.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "platform_root.hh"
+#include "run_program.hh"
+#include "system_info.h"
+#include "va_base.h"
+
+namespace {
+
+struct CliRun {
+  int status = -1;
+  std::string out, err;
+};
+
+std::string tool() { return vtest::PlatformRoot::build_dir() + "/tools/velmora-platform"; }
+
+// Runs the command with `args`. The environment is the test's, with VELMORA_PLATFORM_ROOT set to
+// `root` (removed when `root` is empty).
+CliRun run(const std::vector<std::string> &args, const std::string &root,
+           const std::string &cwd = "") {
+  std::vector<const char *> argv{"velmora-platform"};
+  for (const std::string &a : args) argv.push_back(a.c_str());
+  argv.push_back(nullptr);
+  gchar **env = g_get_environ();
+  env = root.empty() ? g_environ_unsetenv(env, "VELMORA_PLATFORM_ROOT")
+                     : g_environ_setenv(env, "VELMORA_PLATFORM_ROOT", root.c_str(), TRUE);
+  const std::string program = tool();
+  argv[0] = program.c_str();
+  CliRun r;
+  gchar *out = nullptr, *err = nullptr;
+  gint wait_status = 0;
+  GError *error = nullptr;
+  if (g_spawn_sync(cwd.empty() ? nullptr : cwd.c_str(), const_cast<gchar **>(argv.data()), env,
+                   G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err, &wait_status, &error)) {
+    r.status = WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : -1;
+    r.out = out ? out : "";
+    r.err = err ? err : "";
+  } else {
+    r.err = std::string("cannot run ") + program + ": " + (error ? error->message : "?");
+    g_clear_error(&error);
+  }
+  g_free(out);
+  g_free(err);
+  g_strfreev(env);
+  return r;
+}
+
+bool contains(const std::string &text, const std::string &part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::string profile_of_root() {
+  char *value = nullptr;
+  if (system_info_get_platform_string(SYSTEM_INFO_KEY_PROFILE, &value) != 0) return "<error>";
+  std::string p = value;
+  free(value);
+  return p;
+}
+
+class PlatformCli : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(std::filesystem::exists(tool())) << tool() << " is not built";
+  }
+  vtest::PlatformRoot root_;
+};
+
+}  // namespace
+
+TEST_F(PlatformCli, HelpListsEveryCommand) {
+  const CliRun r = run({"--help"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "usage: velmora-platform [--root DIR] <command>")) << r.out;
+  for (const char *c : {"init", "profile", "install", "remove", "list", "show"})
+    EXPECT_TRUE(contains(r.out, std::string("  ") + c + " ")) << c << "\n" << r.out;
+}
+
+TEST_F(PlatformCli, CommandHelpShowsItsUsage) {
+  const CliRun r = run({"install", "--help"}, "");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "usage: velmora-platform install <package-id> --app")) << r.out;
+}
+
+TEST_F(PlatformCli, NoCommandIsAUsageError) {
+  const CliRun r = run({}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "usage: velmora-platform")) << r.err;
+}
+
+TEST_F(PlatformCli, UnknownCommandAndOptionAreUsageErrors) {
+  CliRun r = run({"frobnicate"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "unknown command 'frobnicate'")) << r.err;
+  r = run({"--verbose", "list"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "unknown option '--verbose'")) << r.err;
+  r = run({"list", "extra"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+}
+
+TEST_F(PlatformCli, MissingRootIsAClearError) {
+  const CliRun r = run({"list"}, "");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "no platform root: give --root DIR or set VELMORA_PLATFORM_ROOT"))
+      << r.err;
+  const CliRun dangling = run({"list", "--root"}, "");
+  EXPECT_EQ(dangling.status, 2);
+  EXPECT_TRUE(contains(dangling.err, "--root needs a directory")) << dangling.err;
+}
+
+TEST_F(PlatformCli, RootThatDoesNotExistIsRefused) {
+  const std::string missing = root_.path_of("not-there");
+  for (const std::vector<std::string> &command : {std::vector<std::string>{"profile"},
+                                                  {"show", "dev.velmora.account"},
+                                                  {"remove", "x"},
+                                                  {"install", "x", "--app", "x:service:/x"}}) {
+    std::vector<std::string> args{"--root", missing};
+    args.insert(args.end(), command.begin(), command.end());
+    const CliRun r = run(args, "");
+    EXPECT_EQ(r.status, 1) << command[0] << " " << r.err;
+    EXPECT_TRUE(contains(r.err, "does not exist (create it with: velmora-platform init --root"))
+        << r.err;
+  }
+  const CliRun r = run({"--root", missing, "list"}, "");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "platform root " + missing + " does not exist")) << r.err;
+  EXPECT_FALSE(std::filesystem::exists(missing));
+}
+
+TEST_F(PlatformCli, InitCreatesARootWithTheGivenProfile) {
+  const std::string dir = root_.path_of("fresh");
+  const CliRun r = run({"init", "--root", dir, "--profile", "wearable"}, "");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "platform root " + dir + " (profile wearable)\n");
+  EXPECT_TRUE(std::filesystem::is_directory(dir + "/packages"));
+  setenv("VELMORA_PLATFORM_ROOT", dir.c_str(), 1);
+  EXPECT_EQ(profile_of_root(), "wearable");
+  setenv("VELMORA_PLATFORM_ROOT", root_.path().c_str(), 1);
+}
+
+TEST_F(PlatformCli, InitWithoutAProfileMakesAMobile) {
+  const std::string dir = root_.path_of("phone");
+  const CliRun r = run({"--root=" + dir, "init"}, "");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "platform root " + dir + " (profile mobile)\n");
+}
+
+TEST_F(PlatformCli, InitRefusesAnUnknownProfile) {
+  const CliRun r = run({"init", "--profile", "toaster"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "unknown profile 'toaster' (mobile, wearable or tv)")) << r.err;
+}
+
+TEST_F(PlatformCli, RelativeRootIsTakenFromTheCurrentDirectory) {
+  const CliRun r = run({"--root", "rel", "init"}, "", root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(std::filesystem::is_directory(root_.path_of("rel/packages")));
+}
+
+TEST_F(PlatformCli, ProfileIsShownAndSet) {
+  CliRun r = run({"profile"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "mobile\n");
+  r = run({"profile", "tv"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "profile tv\n");
+  EXPECT_EQ(profile_of_root(), "tv");
+  EXPECT_TRUE(is_tv_profile());
+  r = run({"profile"}, root_.path());
+  EXPECT_EQ(r.out, "tv\n");
+}
+
+TEST_F(PlatformCli, ProfileRefusesUnknownWordsAndExtraArguments) {
+  CliRun r = run({"profile", "tvbox"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "unknown profile 'tvbox'")) << r.err;
+  r = run({"profile", "tv", "wearable"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(profile_of_root(), "mobile");
+}
+
+TEST_F(PlatformCli, ProfileOfAMalformedConfigurationIsAClearError) {
+  std::ofstream(root_.path_of("device.conf")) << "[device]\nprofile=Not A Word\n";
+  const CliRun r = run({"profile"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "device.conf is malformed: invalid profile 'Not A Word'")) << r.err;
+}
+
+TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
+  const CliRun r =
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent",
+           "--app", "dev.velmora.account.ui:ui:/opt/agent", "--meta",
+           "dev.velmora.account:velmora-experience-service-api-level=3"},
+          root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "installed dev.velmora.account (2 applications)\n");
+  EXPECT_TRUE(is_agent_installed());
+  EXPECT_FALSE(is_lower_agent(3));
+  EXPECT_TRUE(is_lower_agent(5));
+}
+
+TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
+  const CliRun r =
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent"},
+          root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "installed dev.velmora.account (1 application)\n");
+  EXPECT_TRUE(is_agent_installed());
+  EXPECT_TRUE(is_lower_agent(2));
+}
+
+TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
+  ASSERT_EQ(run({"install", "dev.example.app", "--app", "dev.example.app:service:bin/app", "--app",
+                 "dev.example.app.ui:ui:/usr/bin/app-ui", "--meta",
+                 "dev.example.app:url=http://x/y?a=b", "--meta", "dev.example.app:empty="},
+                root_.path(), root_.path())
+                .status,
+            0);
+  const CliRun r = run({"show", "dev.example.app"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "package dev.example.app\n"
+            "app dev.example.app\n"
+            "  type service\n"
+            "  exec " +
+                root_.path() +
+                "/bin/app\n"  // relative paths are made absolute
+                "  metadata url=http://x/y?a=b\n"
+                "  metadata empty=\n"
+                "app dev.example.app.ui\n"
+                "  type ui\n"
+                "  exec /usr/bin/app-ui\n");
+}
+
+TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
+  const struct {
+    std::vector<std::string> args;
+    const char *complaint;
+  } cases[] = {
+      {{"install"}, "no package id given"},
+      {{"install", "dev.example.a"}, "a package needs at least one --app"},
+      {{"install", "dev.example.a", "--app"}, "--app needs a value"},
+      {{"install", "dev.example.a", "--app", "dev.example.a"},
+       "is not <app-id>:<service|ui>:<exec>"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:daemon:/x"},
+       "the type is service or ui"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:service:"},
+       "needs an application id and an executable"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", "a:novalue"},
+       "is not <app-id>:<key>=<value>"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", ":k=v"},
+       "is not <app-id>:<key>=<value>"},
+      {{"install", "dev.example.a", "--app", "a:service:/x", "--force"},
+       "unknown option '--force'"},
+      {{"install", "dev.example.a", "dev.example.b", "--app", "a:service:/x"},
+       "unexpected argument 'dev.example.b'"},
+  };
+  for (const auto &c : cases) {
+    const CliRun r = run(c.args, root_.path());
+    EXPECT_EQ(r.status, 2) << c.complaint << "\n" << r.err;
+    EXPECT_TRUE(contains(r.err, c.complaint)) << r.err;
+    EXPECT_TRUE(contains(r.err, "usage: velmora-platform install")) << r.err;
+  }
+  EXPECT_EQ(run({"list"}, root_.path()).out, "");
+}
+
+TEST_F(PlatformCli, InstallReportsWhatThePlatformRefuses) {
+  CliRun r = run({"install", "dev.example.a", "--app", "dev.example.a:service:/x", "--meta",
+                  "dev.example.other:k=v"},
+                 root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(
+      r.err, "metadata for 'dev.example.other', which is not an application of dev.example.a"))
+      << r.err;
+  r = run({"install", "bad/id", "--app", "x:service:/x"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "invalid package id 'bad/id'")) << r.err;
+}
+
+TEST_F(PlatformCli, RemoveRemovesAndUnknownPackagesFail) {
+  root_.install_agent(5);
+  CliRun r = run({"remove", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "removed dev.velmora.account\n");
+  EXPECT_FALSE(is_agent_installed());
+  r = run({"remove", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "package 'dev.velmora.account' is not installed")) << r.err;
+  r = run({"remove"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+}
+
+TEST_F(PlatformCli, ListShowsPackagesInOrderWithTheirApplications) {
+  root_.install_agent(5);
+  root_.install_package("dev.example.a", {{"dev.example.a", "ui", "/x"}});
+  const CliRun r = run({"list"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "dev.example.a: dev.example.a (ui)\n"
+            "dev.velmora.account: dev.velmora.account (service), dev.velmora.account.ui (ui)\n");
+}
+
+TEST_F(PlatformCli, ListNamesAMalformedPackageFileAndFails) {
+  root_.install_package("dev.example.a", {{"dev.example.a", "ui", "/x"}});
+  std::ofstream(root_.path_of("packages/dev.example.b.pkg"))
+      << "[package]\nid=dev.example.b\napps=x\n";
+  const CliRun r = run({"list"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "dev.example.a: dev.example.a (ui)\n");
+  EXPECT_TRUE(contains(r.err, "package 'dev.example.b' is malformed")) << r.err;
+}
+
+TEST_F(PlatformCli, ShowOfAnUnknownOrMalformedPackageFails) {
+  CliRun r = run({"show", "dev.example.none"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "package 'dev.example.none' is not installed")) << r.err;
+  std::ofstream(root_.path_of("packages/dev.example.bad.pkg")) << "\x01\x02 binary junk\n";
+  r = run({"show", "dev.example.bad"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(
+      contains(r.err, "package 'dev.example.bad' cannot be read: its package file is malformed"))
+      << r.err;
+  r = run({"show"}, root_.path());
+  EXPECT_EQ(r.status, 2);
+}
+
+TEST_F(PlatformCli, UnknownLogLevelIsReportedNotSilentlyReplaced) {
+  setenv("VELMORA_LOG_LEVEL", "loud", 1);
+  const vtest::ProgramRun r =
+      vtest::run_program(vtest::PlatformRoot::build_dir() + "/tools/velmora-account",
+                         {"token", "--login-id", "l", "--client-id", "c"}, "build velmora-account");
+  unsetenv("VELMORA_LOG_LEVEL");
+  EXPECT_TRUE(contains(r.err, "unknown VELMORA_LOG_LEVEL 'loud'")) << r.err;
+}
+
+// ps, logs and stop on the agent, launched on demand by a request of velmora-account.
+TEST_F(PlatformCli, PsLogsAndStopShowAndEndALaunchedApplication) {
+  root_.install_agent();
+  CliRun r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "no application is running\n");
+  r = run({"logs", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "has no log yet")) << r.out;
+
+  // A request launches the agent (the agent refuses it: nobody is signed in).
+  const vtest::ProgramRun request = vtest::run_program(
+      vtest::PlatformRoot::build_dir() + "/tools/velmora-account",
+      {"token", "--login-id", "nobody@velmora.dev", "--client-id", "c"}, "build velmora-account");
+  EXPECT_EQ(request.exit_code, 1) << request.err;
+
+  r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(g_str_has_prefix(r.out.c_str(), "dev.velmora.account ")) << r.out;
+  r = run({"logs", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(contains(r.out, "I/VELMORA_AGENT: agent: serving as dev.velmora.account")) << r.out;
+  r = run({"stop", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "stopped dev.velmora.account\n");
+  r = run({"ps"}, root_.path());
+  EXPECT_EQ(r.out, "no application is running\n");
+  r = run({"stop", "dev.velmora.account"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "dev.velmora.account is not running")) << r.err;
+}
