@@ -95,7 +95,8 @@ inline bool echo_once(const EchoPeer &peer, const std::vector<unsigned char> &re
 
 // Prints as usual and keeps the mean real and CPU time per iteration of every benchmark, by name,
 // in the unit the benchmark was registered with. A benchmark whose CPU time is spent in two
-// processes reports it in a user counter; name that counter to use it instead of this process's own.
+// processes reports it in a user counter; name that counter to use it instead of this process's
+// own.
 class Recorder : public benchmark::ConsoleReporter {
  public:
   explicit Recorder(const char *cpu_counter = nullptr)

@@ -543,7 +543,8 @@ void print_table(const vbench::Recorder &rec) {
   printf("%-54s %17s %17s %13s\n", "record", "velmora", "GVariant", "ratio");
   for (const Row &row : rows) {
     double ours_real, ours_cpu, theirs_real, theirs_cpu;
-    if (!rec.mean(row.ours, &ours_real, &ours_cpu) || !rec.mean(row.theirs, &theirs_real, &theirs_cpu))
+    if (!rec.mean(row.ours, &ours_real, &ours_cpu) ||
+        !rec.mean(row.theirs, &theirs_real, &theirs_cpu))
       continue;  // filtered out
     double ratio_real = ours_real / theirs_real, ratio_cpu = ours_cpu / theirs_cpu;
     printf("%-54s %8.0f /%7.0f %8.0f /%7.0f %6.3f /%5.3f", row.label, ours_real, ours_cpu,

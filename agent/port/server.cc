@@ -13,9 +13,9 @@
 #include <list>
 
 #include "dlog.h"
+#include "idle_exit.hh"
 #include "port/methods.hh"
 #include "rpc_port.h"
-#include "idle_exit.hh"
 #include "servers.hh"
 
 namespace vagent {

@@ -41,8 +41,7 @@ typedef bool (*account_cb)(account_h account, void *user_data);
 /* Visits the records of `package_name` in insertion order. ACCOUNT_ERROR_RECORD_NOT_FOUND when
  * there is none. */
 PLATFORM_API int account_query_account_by_package_name(account_cb callback,
-                                                       const char *package_name,
-                                                       void *user_data);
+                                                       const char *package_name, void *user_data);
 /* The caller frees the copies. ACCOUNT_ERROR_RECORD_NOT_FOUND for a custom key that is not set. */
 PLATFORM_API int account_get_user_name(account_h account, char **user_name);
 PLATFORM_API int account_get_custom(account_h account, const char *key, char **value);

@@ -38,7 +38,8 @@ PLATFORM_API int package_info_create(const char *package, package_info_h *packag
 /* Visits the package's applications of the given component type, in installation order. */
 PLATFORM_API int package_info_foreach_app_from_package(package_info_h package_info,
                                                        package_info_app_component_type_e comp_type,
-                                                       package_info_app_cb callback, void *user_data);
+                                                       package_info_app_cb callback,
+                                                       void *user_data);
 PLATFORM_API int package_info_destroy(package_info_h package_info);
 
 #ifdef __cplusplus

@@ -54,8 +54,9 @@ PLATFORM_API int rpc_port_proxy_create(rpc_port_proxy_h *h);
 PLATFORM_API int rpc_port_proxy_destroy(rpc_port_proxy_h h);
 /*
  * Starts connecting to `port_name` of application `appid`, launching the application when it is
- * registered but not running. Returns at once; the outcome arrives as a connected or rejected event.
- * RPC_PORT_ERROR_INVALID_PARAMETER for NULL arguments or a proxy already connecting or connected.
+ * registered but not running. Returns at once; the outcome arrives as a connected or rejected
+ * event. RPC_PORT_ERROR_INVALID_PARAMETER for NULL arguments or a proxy already connecting or
+ * connected.
  */
 PLATFORM_API int rpc_port_proxy_connect(rpc_port_proxy_h h, const char *appid,
                                         const char *port_name);

@@ -33,9 +33,9 @@ typedef struct rpc_port_parcelable_s {
 PLATFORM_API int rpc_port_parcel_create(rpc_port_parcel_h *h);
 /*
  * Reads one frame from `port` into a new parcel. On a main port of a proxy this blocks until the
- * frame arrives, the connection ends, or the port's time-out passes (then the connection is closed).
- * On any other port it takes a frame that has already arrived (announced by a received event) and
- * fails at once when there is none. On failure *h is set to NULL.
+ * frame arrives, the connection ends, or the port's time-out passes (then the connection is
+ * closed). On any other port it takes a frame that has already arrived (announced by a received
+ * event) and fails at once when there is none. On failure *h is set to NULL.
  */
 PLATFORM_API int rpc_port_parcel_create_from_port(rpc_port_parcel_h *h, rpc_port_h port);
 /* Sends the whole parcel as one frame on `port`. */

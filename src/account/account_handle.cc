@@ -4,9 +4,9 @@
 
 #include "account_record.h"
 #include "profile_record.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 #include "velmora_account.h"
 
 namespace {

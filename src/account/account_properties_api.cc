@@ -5,9 +5,9 @@
 #include <cstddef>
 
 #include "account_record.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 #include "velmora_account.h"
 
 namespace {

@@ -7,9 +7,9 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 
 namespace {
 

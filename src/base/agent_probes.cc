@@ -8,9 +8,9 @@
 
 #include "app_info.h"
 #include "package_manager.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 
 namespace {
 

@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "system_info.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 
 namespace {
 

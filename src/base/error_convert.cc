@@ -3,8 +3,8 @@
 
 #include "account_store.h"
 #include "app_control.h"
-#include "va_log.h"
 #include "va_base.h"
+#include "va_log.h"
 #include "velmora_account_error.h"
 
 namespace {

@@ -52,10 +52,12 @@ extern "C" {
  * The string fields of each category's item, in item-id order (the field at position n has item
  * id base + n); "verified" is always last. F(member).
  */
-#define VA_PROFILE_NAME_FIELDS(F)                                                            \
-  F(prefix)                                                                                  \
-  F(given_name) F(middle_name) F(family_name) F(suffix) F(phonetic_given) F(phonetic_middle) \
-      F(phonetic_family) F(verified)
+/* The formatter does not settle on one layout for this list. */
+/* clang-format off */
+#define VA_PROFILE_NAME_FIELDS(F)                                                             \
+  F(prefix) F(given_name) F(middle_name) F(family_name) F(suffix) F(phonetic_given)         \
+  F(phonetic_middle) F(phonetic_family) F(verified)
+/* clang-format on */
 #define VA_PROFILE_BIRTHDAY_FIELDS(F) F(year) F(month) F(day) F(date) F(type) F(verified)
 #define VA_PROFILE_NICKNAME_FIELDS(F) F(value) F(verified)
 #define VA_PROFILE_PHOTO_FIELDS(F) F(url) F(create_index) F(create_time) F(hash) F(verified)

@@ -1,8 +1,8 @@
 // Velmora Account client: the library's log lines.
 //
-// Account client lines go out under "VelmoraAccount_CAPI" as "<file> : <function>(<line>) > <message>";
-// the generated layer's under "RPC_PORT_PROXY" as "<file>: <function>(<line>) > <message>" (no blank
-// before the colon). File is the source file's base name.
+// Account client lines go out under "VelmoraAccount_CAPI" as "<file> : <function>(<line>) >
+// <message>"; the generated layer's under "RPC_PORT_PROXY" as "<file>: <function>(<line>) >
+// <message>" (no blank before the colon). File is the source file's base name.
 #pragma once
 
 #include "dlog.h"
@@ -22,12 +22,12 @@
 #define VA_EXIT() VA_LOGI("[%s] <<<< ended", __func__)
 
 // A failed precondition is logged with its own text: "(handle == NULL)".
-#define VA_RETV_IF(cond, ret)   \
-  do {                          \
-    if (cond) {                 \
-      VA_LOGE("(%s)", #cond);   \
-      return ret;               \
-    }                           \
+#define VA_RETV_IF(cond, ret) \
+  do {                        \
+    if (cond) {               \
+      VA_LOGE("(%s)", #cond); \
+      return ret;             \
+    }                         \
   } while (0)
 
 // The generated layer's lines. RPC_LOG_AT names the function explicitly, for code that serves many

@@ -12,9 +12,9 @@
 #include "account_svc_proxy.h"
 #include "request_reply.h"
 #include "request_send.h"
+#include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
-#include "va_base.h"
 #include "velmora_account_request_op.h"
 
 // The tables name only the members they use; the others are meant to be zero.

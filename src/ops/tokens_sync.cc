@@ -7,8 +7,8 @@
 #include "account_record.h"
 #include "account_svc_proxy.h"
 #include "request_reply.h"
-#include "va_log.h"
 #include "va_base.h"
+#include "va_log.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include "account_record.h"
 #include "app_control.h"
 #include "request_reply.h"
-#include "va_log.h"
 #include "va_base.h"
+#include "va_log.h"
 
 namespace {
 

@@ -36,7 +36,8 @@ inline void mark_start() {
   close(fd);
 }
 
-// Ends the process after VELMORA_TEST_APP_LIFETIME_MS, so that no test leaves an application behind.
+// Ends the process after VELMORA_TEST_APP_LIFETIME_MS, so that no test leaves an application
+// behind.
 inline void limit_lifetime() {
   g_timeout_add((guint)env_int("VELMORA_TEST_APP_LIFETIME_MS", 60000),
                 [](gpointer) -> gboolean {

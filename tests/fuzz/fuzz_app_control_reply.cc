@@ -36,8 +36,8 @@
 #include "app_control.h"
 #include "request_record.h"
 #include "request_reply.h"
-#include "va_constants.h"
 #include "va_base.h"
+#include "va_constants.h"
 #include "velmora_account.h"
 #include "velmora_host.h"
 

@@ -12,8 +12,7 @@ namespace rtest {
 // True when exactly one line was logged and it is this line of the generated layer in this
 // function.
 inline ::testing::AssertionResult LoggedOnly(const vtest::LogCapture &log, int prio,
-                                             const std::string &text,
-                                             const std::string &function) {
+                                             const std::string &text, const std::string &function) {
   if (log.lines().size() != 1)
     return ::testing::AssertionFailure() << "expected one line, got:\n" << log.dump();
   const vtest::LogLine &l = log.lines()[0];

@@ -18,8 +18,8 @@ ProgramRun run_program(const std::string &exe, const std::vector<std::string> &a
   GError *error = nullptr;
   if (!g_spawn_sync(nullptr, argv.data(), nullptr, G_SPAWN_DEFAULT, nullptr, nullptr, &out, &err,
                     &status, &error)) {
-    ADD_FAILURE() << "cannot run " << exe << ": " << (error ? error->message : "?") << " ("
-                  << hint << ")";
+    ADD_FAILURE() << "cannot run " << exe << ": " << (error ? error->message : "?") << " (" << hint
+                  << ")";
     g_clear_error(&error);
     return r;
   }

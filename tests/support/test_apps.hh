@@ -4,13 +4,15 @@
 // platform root) and are steered by environment variables that the test sets before the launch,
 // since a launched application inherits the launcher's environment:
 //
-//   ipc_echo_stub   serves the rpc-port stub VELMORA_TEST_PORT (default "Echo"). Requests are parcels
+//   ipc_echo_stub   serves the rpc-port stub VELMORA_TEST_PORT (default "Echo"). Requests are
+//   parcels
 //                   starting with a command string (see ipc_echo_stub.cc). VELMORA_TEST_ALLOWED
-//                   (comma-separated) restricts the callers; VELMORA_TEST_START_DELAY_MS delays listening;
-//                   VELMORA_TEST_NO_LISTEN=1 makes it run without ever listening.
+//                   (comma-separated) restricts the callers; VELMORA_TEST_START_DELAY_MS delays
+//                   listening; VELMORA_TEST_NO_LISTEN=1 makes it run without ever listening.
 //   ipc_callee      serves launch requests; the request's "mode" extra chooses what it does (see
 //                   ipc_callee.cc). VELMORA_TEST_REFUSE=1 makes it refuse every request;
-//                   VELMORA_TEST_START_DELAY_MS delays serving; VELMORA_TEST_NO_LISTEN=1: it never serves.
+//                   VELMORA_TEST_START_DELAY_MS delays serving; VELMORA_TEST_NO_LISTEN=1: it never
+//                   serves.
 //   ipc_quitter     exits at once with status 3, without listening.
 //   ipc_sender      a second client process: "proxy <app> <port>" or "appcontrol <app>"; exits 0
 //                   when its round trip succeeded.

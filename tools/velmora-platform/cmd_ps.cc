@@ -11,7 +11,8 @@ int run_ps(const Args &args) {
   if (!args.empty()) return usage_error("ps", "unexpected argument '" + args[0] + "'");
   velmora_host_running_s *apps = nullptr;
   size_t count = 0;
-  if (velmora_host_list_running(&apps, &count) != 0) return fail("cannot list the running applications");
+  if (velmora_host_list_running(&apps, &count) != 0)
+    return fail("cannot list the running applications");
   if (count == 0) printf("no application is running\n");
   for (size_t i = 0; i < count; ++i) printf("%s %d\n", apps[i].app_id, apps[i].pid);
   velmora_host_running_free(apps, count);

@@ -24,8 +24,8 @@ const std::vector<Command> &commands() {
        run_accounts, true},
       {"ps", "", "list the applications that run now (launched on demand)", run_ps, true},
       {"stop", "<app-id>", "stop a running application", run_stop, true},
-      {"logs", "<app-id>", "show what a launched application wrote to stdout and stderr",
-       run_logs, true},
+      {"logs", "<app-id>", "show what a launched application wrote to stdout and stderr", run_logs,
+       true},
   };
   return kCommands;
 }

@@ -1,8 +1,10 @@
 // Velmora host platform: the platform log.
 //
 // Lines at or above VELMORA_LOG_LEVEL ("debug", "info", "warn", "error", "silent" or a number 3..8;
-// default "error"; an unknown name is reported once and taken as "error") go to stderr as "<letter>/<tag>: <message>". A hook installed by a test sees every
-// line, whatever the level.
+// default "error"; an unknown name is reported once and taken as "error") go to stderr as
+// "<letter>/<tag>: <message>". A hook installed by a test sees every line, whatever the level.
+#include "dlog.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -10,7 +12,6 @@
 #include <mutex>
 #include <string>
 
-#include "dlog.h"
 #include "velmora_host.h"
 
 namespace {
@@ -21,9 +22,9 @@ int parse_level(const char *text) {
     const char *name;
     int level;
   };
-  static const Named kNames[] = {{"debug", DLOG_DEBUG}, {"info", DLOG_INFO}, {"warn", DLOG_WARN},
-                                 {"error", DLOG_ERROR}, {"fatal", DLOG_FATAL},
-                                 {"silent", DLOG_SILENT}};
+  static const Named kNames[] = {{"debug", DLOG_DEBUG}, {"info", DLOG_INFO},
+                                 {"warn", DLOG_WARN},   {"error", DLOG_ERROR},
+                                 {"fatal", DLOG_FATAL}, {"silent", DLOG_SILENT}};
   for (const Named &n : kNames)
     if (strcmp(text, n.name) == 0) return n.level;
   char *end = nullptr;

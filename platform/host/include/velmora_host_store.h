@@ -24,8 +24,7 @@ typedef bool (*velmora_host_store_record_cb)(const char *package_name, const cha
  * in insertion order. Returns an account_error_e: ACCOUNT_ERROR_NONE also when there is no record,
  * DB_NOT_OPENED / DB_FAILED / DATABASE_BUSY when the store cannot be read. */
 PLATFORM_API int velmora_host_store_foreach(const char *package_name,
-                                            velmora_host_store_record_cb callback,
-                                            void *user_data);
+                                            velmora_host_store_record_cb callback, void *user_data);
 
 #ifdef __cplusplus
 }

@@ -1,7 +1,7 @@
 // Velmora host platform: the pid file of a launched application and whether that instance lives.
+#include <fcntl.h>
 #include <glib.h>
 #include <glib/gstdio.h>
-#include <fcntl.h>
 #include <sys/file.h>
 #include <unistd.h>
 

@@ -67,8 +67,7 @@ extern "C" int velmora_host_retire(void) {
   for (Listener *l : aside) unlink((l->path + kAsideSuffix).c_str());
   Instance instance;
   if (instance_read(app_id, &instance) && instance.pid == getpid()) instance_remove(app_id);
-  IPC_LOGI("%s retires: it no longer listens; the next request launches it again",
-           app_id.c_str());
+  IPC_LOGI("%s retires: it no longer listens; the next request launches it again", app_id.c_str());
   // `lock` stays open (close-on-exec) until the process exits.
   return 0;
 }

@@ -60,8 +60,7 @@ int velmora_host_list_running(velmora_host_running_s **apps, size_t *count) {
       if (!g_str_has_suffix(name, kPidSuffix)) continue;
       const std::string app_id(name, strlen(name) - strlen(kPidSuffix));
       Instance instance;
-      if (registry_valid_id(app_id) && instance_read(app_id, &instance) &&
-          instance_alive(instance))
+      if (registry_valid_id(app_id) && instance_read(app_id, &instance) && instance_alive(instance))
         found.emplace_back(app_id, instance);
     }
     g_dir_close(dir);

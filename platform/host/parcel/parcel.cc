@@ -1,8 +1,8 @@
 // Velmora host platform: parcels.
 //
-// Fixed-width little-endian primitives; a string is a uint32 byte length and the bytes. Every read is
-// checked against the unread bytes and leaves its out-argument untouched when it fails. Sending and
-// receiving parcels on ports is the ports' business (ipc/).
+// Fixed-width little-endian primitives; a string is a uint32 byte length and the bytes. Every read
+// is checked against the unread bytes and leaves its out-argument untouched when it fails. Sending
+// and receiving parcels on ports is the ports' business (ipc/).
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -139,7 +139,8 @@ int rpc_port_parcel_read_array_count(rpc_port_parcel_h h, int *count) {
   if (unread(h) < 4) return RPC_PORT_ERROR_IO_ERROR;
   int value = from_le<int>(h->data.data() + h->pos);
   // A count that the remaining bytes cannot back is a lie: refuse it before anyone allocates.
-  if (value > 0 && (size_t)value > (unread(h) - 4) / kMinElementSize) return RPC_PORT_ERROR_IO_ERROR;
+  if (value > 0 && (size_t)value > (unread(h) - 4) / kMinElementSize)
+    return RPC_PORT_ERROR_IO_ERROR;
   h->pos += 4;
   *count = value;
   return RPC_PORT_ERROR_NONE;

@@ -13,12 +13,12 @@
 #include <string>
 #include <vector>
 
-#include "ipc_fixture.hh"
 #include "account_store.h"
 #include "agent_state.hh"
 #include "app_control.h"
 #include "app_info.h"
 #include "dlog.h"
+#include "ipc_fixture.hh"
 #include "log_capture.hh"
 #include "package_manager.h"
 #include "system_info.h"

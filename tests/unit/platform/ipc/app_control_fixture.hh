@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "ipc_fixture.hh"
 #include "app_control.h"
+#include "ipc_fixture.hh"
 
 namespace vtest {
 

@@ -6,8 +6,8 @@
 #include <atomic>
 #include <thread>
 
-#include "raw_wire.hh"
 #include "app_control_fixture.hh"
+#include "raw_wire.hh"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "ipc_fixture.hh"
 #include "app_control_fixture.hh"
+#include "ipc_fixture.hh"
 
 namespace {
 
@@ -63,7 +63,7 @@ class Launcher : public IpcTest {
 
 TEST_F(Launcher, StartedAppGetsItsIdTheRootAndOnlyThePlatformsEnvironment) {
   setenv("VTEST_NOT_INHERITED", "yes", 1);
-  setenv("VELMORA_TEST_SETTING", "kept", 1);  // the platform's settings travel along
+  setenv("VELMORA_TEST_SETTING", "kept", 1);          // the platform's settings travel along
   setenv("VELMORA_APP_ID", "test.launching.app", 1);  // the launched app gets its own id instead
   setenv("VELMORA_LOG_LEVEL", "debug", 1);            // the launcher's level is not the app's
   Client c;

@@ -19,7 +19,6 @@ using rtest::TypeOps;
 
 namespace {
 
-
 // Calls fn(type, field) for every field of every record type (not the list types) of kind k.
 template <typename Fn>
 int for_each_field(Kind k, Fn fn) {

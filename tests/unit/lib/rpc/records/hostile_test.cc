@@ -6,9 +6,9 @@
 #include <climits>
 #include <random>
 
-#include "record_table.hh"
 #include "dlog.h"
 #include "log_capture.hh"
+#include "record_table.hh"
 
 using rtest::Bytes;
 using rtest::Expect;

@@ -5,10 +5,10 @@
 #include <climits>
 #include <functional>
 
-#include "logged_only.hh"
-#include "record_table.hh"
 #include "dlog.h"
 #include "log_capture.hh"
+#include "logged_only.hh"
+#include "record_table.hh"
 
 using rtest::FieldOps;
 using rtest::Kind;
@@ -16,7 +16,6 @@ using rtest::LoggedOnly;
 using rtest::TypeOps;
 
 namespace {
-
 
 // One list type: its type table entry, its single list field, and how to make and read its items
 // (a filled record, or a string).
