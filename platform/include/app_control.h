@@ -5,7 +5,8 @@
  * insertion order kept). Sending it as a launch request starts the target if it is registered but
  * not running and delivers the request to it; the target answers with a reply app control, which
  * reaches the sender's reply callback on the sender's thread-default GLib main context. A reply
- * callback runs at most once per request, and always once when the target dies before replying.
+ * callback runs at most once per request, and always once when the target dies before replying
+ * or does not reply within the platform's reply time-out. Sending never waits for the target.
  */
 #ifndef VELMORA_PLATFORM_APP_CONTROL_H
 #define VELMORA_PLATFORM_APP_CONTROL_H

@@ -24,7 +24,7 @@ class IpcTest : public ::testing::Test {
     for (const char *name :
          {"VELMORA_APP_ID", "VELMORA_TEST_PORT", "VELMORA_TEST_ALLOWED", "VELMORA_TEST_NO_LISTEN",
           "VELMORA_TEST_START_DELAY_MS", "VELMORA_TEST_REFUSE", "VELMORA_RPC_TIMEOUT_MS",
-          "VELMORA_LAUNCH_TIMEOUT_MS"})
+          "VELMORA_LAUNCH_TIMEOUT_MS", "VELMORA_HELLO_TIMEOUT_MS", "VELMORA_REPLY_TIMEOUT_MS"})
       unsetenv(name);
   }
   ~IpcTest() override { apps::kill_instances(root.path()); }

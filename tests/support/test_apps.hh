@@ -143,6 +143,14 @@ inline GPid spawn(const std::string &name, const std::vector<std::string> &args)
   return pid;
 }
 
+// Resident memory of a process in KiB (-1 when unknown).
+inline long resident_kib(pid_t pid) {
+  std::ifstream in("/proc/" + std::to_string(pid) + "/status");
+  for (std::string line; std::getline(in, line);)
+    if (line.rfind("VmRSS:", 0) == 0) return std::stol(line.substr(6));
+  return -1;
+}
+
 // The exit status of a child once it ended (-1 while it runs); the child is collected.
 inline int exit_status(GPid pid) {
   int status = 0;

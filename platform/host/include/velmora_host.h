@@ -83,6 +83,10 @@ PLATFORM_API void velmora_host_app_control_set_refusing(bool refusing);
 /* The time a method call waits for its result on a proxy's main port before the connection is
  * given up: VELMORA_RPC_TIMEOUT_MS, default 10000. */
 PLATFORM_API int velmora_host_rpc_timeout_ms(void);
+/* The time a launch request waits for its reply before its reply callback gets
+ * APP_CONTROL_RESULT_FAILED: VELMORA_REPLY_TIMEOUT_MS, default 300000 (five minutes, long enough
+ * for a person in a login view). */
+PLATFORM_API int velmora_host_reply_timeout_ms(void);
 
 /* ---- device and packages: administration ----
  * For the velmora-platform command and the tests: set up the device profile and the package

@@ -1,12 +1,15 @@
 // Velmora host platform: the app control record and its encoding (see ipc_wire.hh, "control").
 #pragma once
 
+#include <glib.h>
+
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "app_control.h"
+#include "ipc_accept.hh"
 #include "ipc_frame.hh"
 #include "ipc_wire.hh"
 
@@ -18,6 +21,9 @@ namespace vhost::ipc {
 struct ReplyChannel {
   int fd = -1;
   bool replied = false;
+  bool answered = false;        // the accept answer went out
+  GMainContext *ctx = nullptr;  // where a reply the socket cannot take at once is written
+  PeerSlot slot;                // the stream counts for its peer while it is open
   ~ReplyChannel();
 };
 

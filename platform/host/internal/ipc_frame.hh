@@ -24,10 +24,12 @@ enum class IoStatus {
   kError,     // the socket failed
   kTooBig,    // the peer announced a frame over the maximum
   kTimedOut,  // a blocking call reached its deadline
+  kFull,      // a bounded output queue would go over its limit (see ipc_outbox.hh)
 };
 
-// Cuts a byte stream into frames. A frame's memory is reserved only once its header is read and
-// its length is within the maximum.
+// Cuts a byte stream into frames. A frame's buffer grows with the bytes that actually arrive (at
+// most doubling), never to more than its announced length: a peer that announces a large frame
+// and sends little of it costs little. A header over the maximum is refused at once.
 // The first frame of a stream (a hello) may have a smaller maximum than the frames after it.
 class FrameReader {
  public:
@@ -35,6 +37,10 @@ class FrameReader {
       : max_(max_payload), first_max_(first_max) {}
   // Appends every completed frame to *out. False when a header announces more than the maximum.
   bool feed(const unsigned char *data, size_t n, std::deque<Bytes> *out);
+  // True while a frame has begun to arrive but is not complete.
+  bool mid_frame() const { return header_got_ > 0 || in_payload_; }
+  // Bytes of the frame that has begun to arrive.
+  size_t held() const { return header_got_ + payload_.size(); }
 
  private:
   size_t max_;
@@ -43,7 +49,7 @@ class FrameReader {
   unsigned char header_[kFrameHeader] = {};
   size_t header_got_ = 0;
   Bytes payload_;
-  size_t payload_got_ = 0;
+  size_t length_ = 0;  // the announced length of the frame in payload_
   bool in_payload_ = false;
 };
 

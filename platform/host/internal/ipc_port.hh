@@ -2,19 +2,24 @@
 //
 // A link owns the main and the callback stream of one connection, watches both on the GLib main
 // context of its owner (the proxy, or one connection of a stub) and cuts what arrives into frames
-// queued on the port. Whatever ends the link (end of stream, a socket error, an over-size frame, a
-// failed send, a blocking read that timed out) closes both streams at once and tells the owner
-// once; the owner then delivers its disconnect event from its main loop. The rpc_port_h handles
-// are the link's two ports and stay valid as long as the owner keeps its reference to the link,
-// which it does until its disconnect event has been delivered.
+// queued on the port. A link without blocking reads (a stub's) never waits to send: what the
+// socket does not take at once waits in the port's outbox (ipc_outbox.hh). Whatever ends the link
+// (end of stream, a socket error, an over-size frame, a frame that does not arrive whole within the
+// frame time-out, a failed send, an outbox over its limit, a blocking read that timed out) closes
+// both streams at once and tells the owner once; the owner then delivers its disconnect event from
+// its main loop. The rpc_port_h handles are the link's two ports and stay valid as long as the
+// owner keeps its reference to the link, which it does until its disconnect event has been
+// delivered.
 #pragma once
 
 #include <glib.h>
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 
 #include "ipc_frame.hh"
+#include "ipc_outbox.hh"
 #include "rpc_port.h"
 
 namespace vhost::ipc {
@@ -29,6 +34,10 @@ struct rpc_port_s {
   std::deque<vhost::ipc::Bytes> frames;  // complete frames not taken yet
   uint64_t taken = 0;                    // frames taken by rpc_port_parcel_create_from_port
   GSource *watch = nullptr;
+  GSource *frame_timer = nullptr;  // while a frame has begun to arrive
+  // Sends that never wait (ports of a link without blocking reads, i.e. the stub's); without it a
+  // send waits while the socket is full, up to the time-out.
+  std::unique_ptr<vhost::ipc::Outbox> out;
 };
 
 namespace vhost::ipc {
@@ -67,7 +76,9 @@ class Link {
  private:
   ~Link();
   static gboolean on_readable(gint fd, GIOCondition cond, gpointer data);
+  static gboolean on_frame_expired(gpointer data);
   void watch(rpc_port_s *port);
+  void time_frame(rpc_port_s *port);
 
   GMainContext *ctx_;
   LinkOwner *owner_;

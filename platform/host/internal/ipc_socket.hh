@@ -14,6 +14,12 @@
 namespace vhost::ipc {
 
 inline constexpr const char *kAppControlSocket = "appcontrol.sock";
+// Present in the run directory while the application refuses launch requests.
+inline constexpr const char *kRefusingMarker = "appcontrol.refusing";
+// Connections a listening socket holds before they are accepted: a burst of hundreds of callers
+// (or a server that waits for descriptors, ipc_accept.hh) must not see connections refused. The
+// kernel caps it at net.core.somaxconn.
+inline constexpr int kListenBacklog = 4096;
 // Unix socket paths are limited (sun_path); a root nested too deep cannot hold sockets.
 inline constexpr size_t kMaxSocketPath = 108;
 

@@ -1,4 +1,5 @@
-// Velmora host platform: a main-loop watch on a socket, shared by the servers of the host.
+// Velmora host platform: main-loop sources of the inter-process parts: a watch on a socket, and
+// letting a source go.
 #pragma once
 
 #include <glib-unix.h>
@@ -14,6 +15,15 @@ GSource *fd_watch(int fd, F *fn, void *data, GMainContext *ctx) {
                         nullptr);
   g_source_attach(src, ctx);
   return src;
+}
+
+// Destroys and releases *src, if any, and clears it.
+inline void drop_source(GSource **src) {
+  if (*src) {
+    g_source_destroy(*src);
+    g_source_unref(*src);
+    *src = nullptr;
+  }
 }
 
 }  // namespace vhost::ipc

@@ -14,15 +14,18 @@
 //                A hello frame is at most kMaxHello bytes; a bad hello drops the stream.
 //
 //   answer       the first frame the server writes back on a stream:
-//                  4 bytes "VLMA", int32 code: 0 accepted; otherwise refused (rpc-port:
+//                  4 bytes "VLMA", int32 code: 0 accepted; 1 (app control) not taken, the callee
+//                  stops serving: send the request again; otherwise refused (rpc-port:
 //                  RPC_PORT_ERROR_PERMISSION_DENIED; app control: the app_control error that the
-//                  sender reports) and the server closes the stream.
+//                  sender reports); after any code but 0 the server closes the stream.
 //
 //   rpc-port     after both answers, every frame is the raw bytes of one parcel: requests and
 //                their results on the main stream, pushed callbacks on the callback stream.
 //
 //   app control  the sender writes hello and then one request frame without waiting; the callee
-//                answers, and later writes at most one reply frame and closes:
+//                answers once the request has reached its application (in the same write as the
+//                reply when the application replies at once), writes at most one reply frame
+//                and closes:
 //                  request = control
 //                  reply   = int32 result, control
 //                  control = uint8 flags (1: app id set, 2: operation set), string app id,
@@ -42,6 +45,8 @@ enum class StreamKind : uint32_t { kRpcMain = 0, kRpcCallback = 1, kAppControl =
 inline constexpr uint32_t kWireVersion = 1;
 inline constexpr size_t kMaxHello = 1024;
 inline constexpr size_t kMaxConnectionId = 64;
+// The answer code of a callee that stops serving before it took a request.
+inline constexpr int32_t kAnswerSendAgain = 1;
 
 struct Hello {
   StreamKind kind = StreamKind::kRpcMain;
@@ -60,6 +65,8 @@ bool decode_answer(const Bytes &frame, int32_t *code);
 // Little-endian helpers shared by the encoders.
 void put_u32(Bytes *out, uint32_t v);
 void put_string(Bytes *out, const std::string &s);
+// Appends `payload` as one frame (its length, then its bytes).
+void append_frame(Bytes *out, const Bytes &payload);
 // Cursor over a received frame; every get fails (false) instead of reading past the end.
 struct WireReader {
   const Bytes &data;

@@ -19,10 +19,6 @@ bool get_text(WireReader *r, std::string *s) {
 }
 }  // namespace
 
-ReplyChannel::~ReplyChannel() {
-  if (fd >= 0) close(fd);
-}
-
 void encode_control(const app_control_s &control, Bytes *out) {
   out->push_back((unsigned char)((control.has_app_id ? kHasAppId : 0) |
                                  (control.has_operation ? kHasOperation : 0)));

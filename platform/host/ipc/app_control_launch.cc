@@ -1,29 +1,29 @@
 // Velmora host platform: sending launch requests and receiving their replies.
 //
-// app_control_send_launch_request decides synchronously what it can:
+// app_control_send_launch_request returns at once and never waits for the callee. It decides
+// synchronously what it can:
 //   - no target app id, or a target that is not registered: APP_CONTROL_ERROR_APP_NOT_FOUND;
 //   - a platform root that cannot be trusted (host_root.hh): APP_CONTROL_ERROR_PERMISSION_DENIED;
 //   - a target that is not running and whose executable cannot be started:
 //     APP_CONTROL_ERROR_LAUNCH_FAILED;
-//   - a running target: the request is handed over at once and the callee's answer awaited
-//     (poll, at most velmora_host_rpc_timeout_ms()): a refusal gives its error
-//     (APP_CONTROL_ERROR_LAUNCH_REJECTED, or APP_CONTROL_ERROR_PERMISSION_DENIED for a peer of
-//     another user), no answer APP_CONTROL_ERROR_TIMED_OUT, a callee that closes without an
-//     answer APP_CONTROL_ERROR_LAUNCH_FAILED.
-// A target that is starting is waited for on the main loop; if it dies or never listens, or
-// refuses the request then, the reply callback runs with APP_CONTROL_RESULT_FAILED. A target that
-// closes the stream before it answers was most likely ending while the request reached it: the
-// request then goes through the launcher again (a few times, on the main loop) before it fails.
+//   - a running target that refuses requests (it says so in its run directory):
+//     APP_CONTROL_ERROR_LAUNCH_REJECTED.
+// Otherwise the request is handed over from the main loop: connecting is immediate on a Unix
+// socket, and the hello and the request are written as far as the socket takes them at once and
+// then from a watch. A target that is starting is waited for on the main loop.
 //
 // The reply callback runs once, on the main context of the sending thread, with a copy of the sent
 // app control, the reply (lent) and the callee's result; with reply NULL and
-// APP_CONTROL_RESULT_FAILED when the callee closes, dies, or drops the request without replying.
-// A callee that is alive and keeps the request without replying keeps the request waiting: there
-// is no time-out on replies (the agent may legitimately wait for a user) and no cancellation.
+// APP_CONTROL_RESULT_FAILED when the request fails later: the target dies or never listens, refuses
+// it, does not take it within velmora_host_rpc_timeout_ms(), closes or dies before it replies, or
+// does not reply within the reply time-out (VELMORA_REPLY_TIMEOUT_MS, default 5 minutes: long
+// enough for a person in a login view, short enough that no request waits forever on a callee that
+// is alive but hung).
 //
-// The answer to a request for a running target is awaited without running the main loop, so a
-// thread that serves launch requests must not send one to its own application: it would wait for
-// the answer until velmora_host_rpc_timeout_ms() passes (APP_CONTROL_ERROR_TIMED_OUT).
+// A stream that ends before the callee took the request (reset with the request unread, refused
+// for writing, or answered "send again" by a callee that stops serving) means an instance that was
+// ending: the request goes through the launcher again, a few times, before it fails. A callee that
+// read the request and closed without a reply is not sent it again: it may have acted on it.
 #include <glib-unix.h>
 #include <unistd.h>
 
@@ -34,7 +34,10 @@
 #include "ipc_app_control.hh"
 #include "ipc_launcher.hh"
 #include "ipc_log.hh"
+#include "ipc_outbox.hh"
 #include "ipc_socket.hh"
+#include "ipc_timeouts.hh"
+#include "ipc_watch.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "velmora_host.h"
@@ -45,40 +48,40 @@ namespace {
 
 // The answer frame's size, the largest first frame a callee may send.
 constexpr size_t kMaxAnswer = 64;
-// Attempts at a target that closes before it answers, and the first pause between them.
+// Attempts at a target that ends before it takes the request, and the first pause between them.
 constexpr int kMaxAttempts = 4;
 constexpr guint kRetryPauseMs = 20;
-
-void drop_source(GSource **src) {
-  if (*src) {
-    g_source_destroy(*src);
-    g_source_unref(*src);
-    *src = nullptr;
-  }
-}
 
 struct Sender {
   GMainContext *ctx = nullptr;
   app_control_h request = nullptr;  // a copy of the sent app control, for the reply callback
   app_control_reply_cb callback = nullptr;
   void *user_data = nullptr;
-  Bytes hello;
-  Bytes body;
+  Bytes wire;  // the hello and the request, as frames
   int fd = -1;
+  std::unique_ptr<Outbox> out;
   FrameReader reader{kMaxFrame, kMaxAnswer};
   std::deque<Bytes> frames;
   bool answered = false;
-  IoStatus ended = IoStatus::kOk;  // how the stream ended while the answer was read
   int attempts = 1;
+  LaunchWait *launching = nullptr;
   GSource *watch = nullptr;
-  GSource *idle = nullptr;
   GSource *retry = nullptr;
+  GSource *answer_timer = nullptr;
+  GSource *reply_timer = nullptr;
 
-  ~Sender() {
+  void close_stream() {
     drop_source(&watch);
-    drop_source(&idle);
-    drop_source(&retry);
+    drop_source(&answer_timer);
+    out.reset();
     if (fd >= 0) close(fd);
+    fd = -1;
+  }
+  ~Sender() {
+    close_stream();
+    launch_cancel(launching);
+    drop_source(&retry);
+    drop_source(&reply_timer);
     delete request;
     if (ctx) g_main_context_unref(ctx);
   }
@@ -86,104 +89,12 @@ struct Sender {
 
 // Runs the reply callback (once: the sender is freed with it).
 void finish(Sender *s, app_control_h reply, app_control_result_e result) {
-  drop_source(&s->watch);
-  drop_source(&s->idle);
-  drop_source(&s->retry);
-  if (s->fd >= 0) {
-    close(s->fd);
-    s->fd = -1;
-  }
+  s->close_stream();
   if (s->callback) s->callback(s->request, reply, result, s->user_data);
   delete s;
 }
 
-bool hand_over(Sender *s) {
-  const int timeout = velmora_host_rpc_timeout_ms();
-  return send_frame(s->fd, s->hello.data(), s->hello.size(), timeout) == IoStatus::kOk &&
-         send_frame(s->fd, s->body.data(), s->body.size(), timeout) == IoStatus::kOk;
-}
-
-// The callee's answer: 0 accepted, else the error of its refusal. False when it is no answer.
-bool take_answer(Sender *s, int32_t *code) {
-  Bytes frame = std::move(s->frames.front());
-  s->frames.pop_front();
-  if (!decode_answer(frame, code)) return false;
-  if (*code != 0 && *code != APP_CONTROL_ERROR_PERMISSION_DENIED)
-    *code = APP_CONTROL_ERROR_LAUNCH_REJECTED;
-  s->answered = true;
-  return true;
-}
-
-bool try_again(Sender *s);
-
-// Handles the frames that arrived and then the state of the stream. False when `s` is gone.
-bool pump(Sender *s, IoStatus status) {
-  while (!s->frames.empty()) {
-    if (!s->answered) {
-      int32_t code = 0;
-      const bool ok = take_answer(s, &code);
-      if (!ok || code != 0) {
-        if (ok)
-          IPC_LOGW("launch request to %s refused (%d)", s->request->app_id.c_str(), (int)code);
-        finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
-        return false;
-      }
-      if (!s->callback) {  // nobody waits for a reply
-        delete s;
-        return false;
-      }
-      continue;
-    }
-    Bytes frame = std::move(s->frames.front());
-    s->frames.pop_front();
-    WireReader r{frame};
-    uint32_t result;
-    auto *reply = new app_control_s;
-    if (r.get_u32(&result) && decode_control(&r, reply) && r.at_end()) {
-      finish(s, reply, (app_control_result_e)(int32_t)result);
-    } else {
-      IPC_LOGE("malformed reply from %s", s->request->app_id.c_str());
-      finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
-    }
-    delete reply;
-    return false;
-  }
-  if (status != IoStatus::kOk) {
-    if (!s->answered && status != IoStatus::kTooBig && try_again(s)) return false;
-    finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
-    return false;
-  }
-  return true;
-}
-
-gboolean on_readable(gint, GIOCondition, gpointer data) {
-  auto *s = static_cast<Sender *>(data);
-  IoStatus status = read_available(s->fd, &s->reader, &s->frames, 256 * 1024);
-  return pump(s, status) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
-}
-
-gboolean on_idle(gpointer data) {
-  auto *s = static_cast<Sender *>(data);
-  g_source_unref(s->idle);
-  s->idle = nullptr;
-  pump(s, s->ended);
-  return G_SOURCE_REMOVE;
-}
-
-void watch(Sender *s) {
-  if (s->ended == IoStatus::kOk) {
-    s->watch = g_unix_fd_source_new(s->fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
-    g_source_set_callback(s->watch,
-                          reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
-                          s, nullptr);
-    g_source_attach(s->watch, s->ctx);
-  }
-  if (!s->frames.empty() || s->ended != IoStatus::kOk) {  // more came with the answer
-    s->idle = g_idle_source_new();
-    g_source_set_callback(s->idle, on_idle, s, nullptr);
-    g_source_attach(s->idle, s->ctx);
-  }
-}
+void fail(Sender *s) { finish(s, nullptr, APP_CONTROL_RESULT_FAILED); }
 
 void launch(Sender *s);
 
@@ -195,32 +106,126 @@ gboolean on_retry(gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
-// The target closed before it answered: go through the launcher again after a pause. False when
-// the attempts are used up. The stream is given up here; the caller returns without touching it.
-bool try_again(Sender *s) {
-  if (s->attempts >= kMaxAttempts) return false;
-  drop_source(&s->watch);
-  drop_source(&s->idle);
-  if (s->fd >= 0) close(s->fd);
-  s->fd = -1;
+// The stream ended before the callee took the request: go through the launcher again after a
+// pause, or fail when the attempts are used up.
+void try_again(Sender *s) {
+  if (s->attempts >= kMaxAttempts) return fail(s);
+  s->close_stream();
   s->reader = FrameReader(kMaxFrame, kMaxAnswer);
   s->frames.clear();
-  s->ended = IoStatus::kOk;
+  s->answered = false;
   s->retry = g_timeout_source_new(kRetryPauseMs << (s->attempts - 1));
   ++s->attempts;
   g_source_set_callback(s->retry, on_retry, s, nullptr);
   g_source_attach(s->retry, s->ctx);
+}
+
+// The callee's answer: true when the request may go on (taken); false when `s` is gone.
+bool take_answer(Sender *s) {
+  Bytes frame = std::move(s->frames.front());
+  s->frames.pop_front();
+  int32_t code = 0;
+  if (!decode_answer(frame, &code)) {
+    IPC_LOGE("%s sent no valid answer to a launch request", s->request->app_id.c_str());
+    fail(s);
+    return false;
+  }
+  if (code == kAnswerSendAgain) {
+    try_again(s);
+    return false;
+  }
+  if (code != 0) {
+    IPC_LOGW("launch request to %s refused (%d)", s->request->app_id.c_str(), (int)code);
+    fail(s);
+    return false;
+  }
+  s->answered = true;
+  drop_source(&s->answer_timer);
+  if (!s->callback) {  // nobody waits for a reply
+    delete s;
+    return false;
+  }
   return true;
 }
 
-// The target started and listens (fd), or it could not be reached (-1).
-void launched(Sender *s, int fd) {
-  s->fd = fd;
-  if (fd < 0 || (!hand_over(s) && !try_again(s))) {
-    finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
-    return;
+// Handles the frames that arrived and then the state of the stream. False when `s` is gone.
+bool pump(Sender *s, IoStatus status) {
+  while (!s->frames.empty()) {
+    if (!s->answered) {
+      if (!take_answer(s)) return false;
+      continue;
+    }
+    Bytes frame = std::move(s->frames.front());
+    s->frames.pop_front();
+    WireReader r{frame};
+    uint32_t result;
+    auto *reply = new app_control_s;
+    if (r.get_u32(&result) && decode_control(&r, reply) && r.at_end()) {
+      finish(s, reply, (app_control_result_e)(int32_t)result);
+    } else {
+      IPC_LOGE("malformed reply from %s", s->request->app_id.c_str());
+      fail(s);
+    }
+    delete reply;
+    return false;
   }
-  if (s->fd >= 0) watch(s);  // else a retry is scheduled
+  if (status == IoStatus::kOk) return true;
+  // Reset with the request unread (an instance that was ending): send it again. A plain end of
+  // stream means the callee read the request, and perhaps acted on it.
+  if (!s->answered && status == IoStatus::kError)
+    try_again(s);
+  else
+    fail(s);
+  return false;
+}
+
+gboolean on_readable(gint, GIOCondition, gpointer data) {
+  auto *s = static_cast<Sender *>(data);
+  IoStatus status = read_available(s->fd, &s->reader, &s->frames, 256 * 1024);
+  if (pump(s, status)) return G_SOURCE_CONTINUE;
+  return G_SOURCE_REMOVE;  // the watch is gone with the stream or the sender
+}
+
+gboolean on_answer_expired(gpointer data) {
+  auto *s = static_cast<Sender *>(data);
+  IPC_LOGE("%s did not take a launch request within %d ms", s->request->app_id.c_str(),
+           velmora_host_rpc_timeout_ms());
+  g_source_unref(s->answer_timer);
+  s->answer_timer = nullptr;
+  fail(s);
+  return G_SOURCE_REMOVE;
+}
+
+gboolean on_reply_expired(gpointer data) {
+  auto *s = static_cast<Sender *>(data);
+  IPC_LOGE("no reply from %s within %d ms: the launch request fails", s->request->app_id.c_str(),
+           reply_timeout_ms());
+  g_source_unref(s->reply_timer);
+  s->reply_timer = nullptr;
+  fail(s);
+  return G_SOURCE_REMOVE;
+}
+
+// Writes the hello and the request to a connected target and watches for its answer and reply.
+void hand_over(Sender *s, int fd) {
+  s->fd = fd;
+  s->out = std::make_unique<Outbox>(s->ctx, fd, s->wire.size());
+  s->out->on_failed = [s](IoStatus) { try_again(s); };  // it never took the whole request
+  if (s->out->push_raw(s->wire) != IoStatus::kOk) return try_again(s);
+  s->watch = fd_watch(fd, on_readable, s, s->ctx);
+  s->answer_timer = g_timeout_source_new((guint)velmora_host_rpc_timeout_ms());
+  g_source_set_callback(s->answer_timer, on_answer_expired, s, nullptr);
+  g_source_attach(s->answer_timer, s->ctx);
+  if (!s->reply_timer && s->callback) {
+    s->reply_timer = g_timeout_source_new((guint)reply_timeout_ms());
+    g_source_set_callback(s->reply_timer, on_reply_expired, s, nullptr);
+    g_source_attach(s->reply_timer, s->ctx);
+  }
+}
+
+// True when the running target says that it refuses launch requests.
+bool refusing(const std::string &app_id) {
+  return access(app_socket_path(app_id, kRefusingMarker).c_str(), F_OK) == 0;
 }
 
 // Reaches the target again from the main loop (a retry).
@@ -229,41 +234,28 @@ void launch(Sender *s) {
   LaunchWait *wait = nullptr;
   switch (launch_connect(
       s->request->app_id, kAppControlSocket, s->ctx,
-      [s](int connected_fd) { launched(s, connected_fd); }, &fd, &wait)) {
+      [s](int connected_fd) {
+        s->launching = nullptr;
+        if (connected_fd < 0) return fail(s);
+        hand_over(s, connected_fd);
+      },
+      &fd, &wait)) {
     case LaunchStart::kNotFound:
     case LaunchStart::kFailed:
     case LaunchStart::kRefused:
-      finish(s, nullptr, APP_CONTROL_RESULT_FAILED);
+      fail(s);
       break;
     case LaunchStart::kPending:
-      break;  // the launch wait owns the sender until it calls back
+      s->launching = wait;
+      break;
     case LaunchStart::kConnected:
-      launched(s, fd);
+      if (refusing(s->request->app_id)) {
+        close(fd);
+        return fail(s);
+      }
+      hand_over(s, fd);
       break;
   }
-}
-
-// Hands the request to a running target and waits for its answer.
-int send_now(std::unique_ptr<Sender> s, int fd) {
-  s->fd = fd;
-  const bool handed = hand_over(s.get());
-  IoStatus status =
-      handed ? read_frame_blocking(s->fd, &s->reader, &s->frames, velmora_host_rpc_timeout_ms())
-             : IoStatus::kEof;
-  if (status == IoStatus::kTimedOut) return APP_CONTROL_ERROR_TIMED_OUT;
-  if (s->frames.empty() && (status == IoStatus::kEof || status == IoStatus::kError)) {
-    // Closed before it answered: an ending instance, most likely. Retry from the main loop.
-    try_again(s.release());
-    return APP_CONTROL_ERROR_NONE;
-  }
-  // The stream may have ended or failed right behind a complete answer: the answer counts, the
-  // end is reported through the callback.
-  int32_t code;
-  if (s->frames.empty() || !take_answer(s.get(), &code)) return APP_CONTROL_ERROR_LAUNCH_FAILED;
-  if (code != 0) return code;
-  s->ended = status;
-  if (s->callback) watch(s.release());
-  return APP_CONTROL_ERROR_NONE;
 }
 
 }  // namespace
@@ -285,12 +277,14 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
     Hello hello;
     hello.kind = StreamKind::kAppControl;
     hello.caller = own_app_id();
-    s->hello = encode_hello(hello);
-    encode_control(*app_control, &s->body);
+    Bytes body;
+    encode_control(*app_control, &body);
+    if (body.size() > kMaxFrame) return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    append_frame(&s->wire, encode_hello(hello));
+    append_frame(&s->wire, body);
   } catch (const std::bad_alloc &) {
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
-  if (s->body.size() > kMaxFrame) return APP_CONTROL_ERROR_INVALID_PARAMETER;
   s->ctx = g_main_context_ref_thread_default();
   s->callback = callback;
   s->user_data = user_data;
@@ -300,7 +294,12 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
   Sender *raw = s.get();
   switch (launch_connect(
       app_control->app_id, kAppControlSocket, s->ctx,
-      [raw](int connected_fd) { launched(raw, connected_fd); }, &fd, &wait)) {
+      [raw](int connected_fd) {
+        raw->launching = nullptr;
+        if (connected_fd < 0) return fail(raw);
+        hand_over(raw, connected_fd);
+      },
+      &fd, &wait)) {
     case LaunchStart::kNotFound:
       return APP_CONTROL_ERROR_APP_NOT_FOUND;
     case LaunchStart::kFailed:
@@ -308,10 +307,17 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
     case LaunchStart::kRefused:
       return APP_CONTROL_ERROR_PERMISSION_DENIED;
     case LaunchStart::kPending:
-      s.release();  // owned by the launch wait's callback from here on
+      s.release()->launching = wait;  // the launch wait calls back
       return APP_CONTROL_ERROR_NONE;
     case LaunchStart::kConnected:
       break;
   }
-  return send_now(std::move(s), fd);
+  if (refusing(app_control->app_id)) {
+    close(fd);
+    IPC_LOGW("launch request to %s refused: it refuses launch requests",
+             app_control->app_id.c_str());
+    return APP_CONTROL_ERROR_LAUNCH_REJECTED;
+  }
+  hand_over(s.release(), fd);
+  return APP_CONTROL_ERROR_NONE;
 }

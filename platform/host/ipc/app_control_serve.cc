@@ -1,28 +1,35 @@
 // Velmora host platform: receiving launch requests (the callee side) and replying to them.
 //
-// velmora_host_app_control_serve listens on "run/<own app id>/appcontrol.sock". A sender's stream
-// must bring its hello and its request within velmora_host_rpc_timeout_ms(), else it is dropped;
-// malformed ones are dropped without an answer. A peer of another user is refused with
-// APP_CONTROL_ERROR_PERMISSION_DENIED, every request while refusing (see
-// velmora_host_app_control_set_refusing) with APP_CONTROL_ERROR_LAUNCH_REJECTED; the callback does
-// not see refused requests. An accepted request reaches the callback on the main context of the
-// thread that started serving; app_control_get_caller gives the caller id of its hello.
-#include <glib-unix.h>
+// velmora_host_app_control_serve listens on "run/<own app id>/appcontrol.sock" and accepts
+// through ipc_accept.hh (caps per peer process, the hello deadline, the pause when descriptors run
+// out). A sender's stream must bring its hello within the hello time-out and its request within
+// the frame time-out after that; malformed ones are dropped without an answer. A peer of another
+// user is refused with APP_CONTROL_ERROR_PERMISSION_DENIED, every request while refusing with
+// APP_CONTROL_ERROR_LAUNCH_REJECTED; the callback does not see refused requests. While refusing,
+// the file "run/<app id>/appcontrol.refusing" tells senders so before they send anything.
+//
+// An accepted request reaches the callback on the main context of the thread that started
+// serving; app_control_get_caller gives the caller id of its hello. The accept answer is folded
+// into the reply: a callback that replies at once sends the answer and the reply in one write;
+// otherwise the answer leaves as soon as the callback returns. Nothing here waits for a sender: a
+// reply its socket cannot take at once is written from the main loop, and given up when it is not
+// written within the frame time-out. Streams still waiting for their request when serving stops
+// are answered "send again", so that their senders reach the next instance.
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <memory>
 #include <new>
-#include <vector>
 
 #include "app_control.h"
+#include "host_root.hh"
+#include "ipc_accept.hh"
 #include "ipc_app_control.hh"
 #include "ipc_log.hh"
+#include "ipc_outbox.hh"
 #include "ipc_socket.hh"
-#include "ipc_watch.hh"
+#include "ipc_timeouts.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "velmora_host.h"
@@ -31,132 +38,143 @@ using namespace vhost::ipc;
 
 namespace {
 
-constexpr size_t kMaxIncoming = 128;
+// What a pending stream may hold: its hello and one request.
+constexpr size_t kPendingBudget = kMaxHello + kMaxFrame + 2 * kFrameHeader;
 
-struct Incoming {
-  int fd = -1;
-  pid_t pid = 0;
-  uid_t uid = 0;
-  FrameReader reader{kMaxFrame, kMaxHello};
-  std::deque<Bytes> frames;
-  GSource *watch = nullptr;
-  GSource *timer = nullptr;
-};
-
-struct Serving {
+struct Serving : AcceptorOwner {
   GMainContext *ctx = nullptr;
   velmora_host_launch_request_cb callback = nullptr;
   void *user_data = nullptr;
+  std::string app_id;
   Listener listener;
-  GSource *listen_watch = nullptr;
-  std::vector<Incoming *> incoming;
+  std::shared_ptr<Acceptor> acceptor;
+
+  void on_pending_frames(Pending *p) override;
+  void deliver(Pending *p);
 };
 
 Serving *g_serving = nullptr;
 std::atomic<bool> g_refusing{false};
 
-void drop_source(GSource **src) {
-  if (*src) {
-    g_source_destroy(*src);
-    g_source_unref(*src);
-    *src = nullptr;
+// Tells senders (or stops telling them) that this application refuses launch requests.
+void mark_refusing(const std::string &app_id, bool refusing) {
+  const std::string path = app_socket_path(app_id, kRefusingMarker);
+  std::string error;
+  if (!refusing)
+    unlink(path.c_str());
+  else if (!vhost::private_write(path, "", 0, &error))
+    IPC_LOGW("%s", error.c_str());
+}
+
+void refuse(Acceptor *a, Pending *p, int32_t code, const char *why) {
+  IPC_LOGW("launch request from '%s' (pid %d) refused: %s", p->hello.caller.c_str(), (int)p->pid,
+           why);
+  send_small(p->fd, encode_answer(code));
+  a->release(p, false);
+}
+
+void Serving::on_pending_frames(Pending *p) {
+  if (!p->has_hello) {
+    Hello hello;
+    if (!decode_hello(p->frames.front(), &hello) || hello.kind != StreamKind::kAppControl) {
+      IPC_LOGW("dropping a malformed launch request (pid %d)", (int)p->pid);
+      acceptor->release(p, false);
+      return;
+    }
+    p->frames.pop_front();
+    p->hello = std::move(hello);
+    p->has_hello = true;
+    acceptor->set_deadline(p, frame_timeout_ms());  // for the request, which may be large
   }
+  if (!p->frames.empty()) deliver(p);
 }
 
-void forget(Incoming *in, bool keep_fd) {
-  auto &list = g_serving->incoming;
-  list.erase(std::remove(list.begin(), list.end(), in), list.end());
-  drop_source(&in->watch);
-  drop_source(&in->timer);
-  if (!keep_fd && in->fd >= 0) close(in->fd);
-  delete in;
-}
-
-void refuse(Incoming *in, int32_t code, const char *why, const std::string &caller) {
-  IPC_LOGW("launch request from '%s' (pid %d) refused: %s", caller.c_str(), (int)in->pid, why);
-  Bytes answer = encode_answer(code);
-  send_frame(in->fd, answer.data(), answer.size(), velmora_host_rpc_timeout_ms());
-  forget(in, false);
-}
-
-// Hello and request are in: answer, and hand the request to the callback.
-void deliver(Incoming *in) {
-  Hello hello;
-  auto request = std::make_unique<app_control_s>();
-  WireReader r{in->frames[1]};
-  if (!decode_hello(in->frames[0], &hello) || hello.kind != StreamKind::kAppControl ||
-      !decode_control(&r, request.get()) || !r.at_end()) {
-    IPC_LOGW("dropping a malformed launch request (pid %d)", (int)in->pid);
-    forget(in, false);
+// Hello and request are in: hand the request to the callback.
+void Serving::deliver(Pending *p) {
+  Acceptor *a = acceptor.get();
+  auto request = std::unique_ptr<app_control_s>(new (std::nothrow) app_control_s);
+  std::shared_ptr<ReplyChannel> channel;
+  try {
+    WireReader r{p->frames.front()};
+    if (!request || !decode_control(&r, request.get()) || !r.at_end()) {
+      IPC_LOGW("dropping a malformed launch request (pid %d)", (int)p->pid);
+      a->release(p, false);
+      return;
+    }
+    if (p->uid != geteuid())
+      return refuse(a, p, APP_CONTROL_ERROR_PERMISSION_DENIED, "peer of another user");
+    if (g_refusing.load())
+      return refuse(a, p, APP_CONTROL_ERROR_LAUNCH_REJECTED, "refusing requests");
+    channel = std::make_shared<ReplyChannel>();
+    request->caller = p->hello.caller;
+  } catch (const std::bad_alloc &) {
+    a->release(p, false);
     return;
   }
-  if (in->uid != geteuid())
-    return refuse(in, APP_CONTROL_ERROR_PERMISSION_DENIED, "peer of another user", hello.caller);
-  if (g_refusing.load())
-    return refuse(in, APP_CONTROL_ERROR_LAUNCH_REJECTED, "refusing requests", hello.caller);
-  Bytes answer = encode_answer(0);
-  if (send_frame(in->fd, answer.data(), answer.size(), velmora_host_rpc_timeout_ms()) !=
-      IoStatus::kOk) {
-    forget(in, false);
-    return;
-  }
-  auto channel = std::make_shared<ReplyChannel>();
-  channel->fd = in->fd;
-  forget(in, true);
+  channel->fd = p->fd;
+  channel->slot = std::move(p->slot);
+  channel->ctx = g_main_context_ref(ctx);
+  a->release(p, true);
   request->received = true;
-  request->caller = hello.caller;
-  request->channel = std::move(channel);
-  // The request is lent to the callback; a clone it keeps shares the reply channel.
-  g_serving->callback(request.get(), g_serving->user_data);
+  request->channel = channel;
+  // The request is lent to the callback; a clone it keeps shares the reply channel. The callback
+  // may stop serving: nothing of `this` is used after it.
+  callback(request.get(), user_data);
+  if (!channel->replied && !channel->answered && channel->fd >= 0) {
+    channel->answered = true;
+    if (!send_small(channel->fd, encode_answer(0))) {
+      close(channel->fd);
+      channel->fd = -1;
+    }
+  }
 }
 
-gboolean incoming_readable(gint, GIOCondition, gpointer data) {
-  auto *in = static_cast<Incoming *>(data);
-  IoStatus status = read_available(in->fd, &in->reader, &in->frames, 256 * 1024);
-  if (in->frames.size() >= 2) {
-    deliver(in);  // frees `in`
+// A reply the sender's socket could not take at once: written from the main loop, then the
+// stream closes. It frees itself.
+class Flusher {
+ public:
+  static void start(int fd, PeerSlot slot, GMainContext *ctx, std::unique_ptr<Outbox> out) {
+    auto *f = new Flusher;
+    f->fd_ = fd;
+    f->slot_ = std::move(slot);
+    f->out_ = std::move(out);
+    f->out_->on_drained = [f] { f->end(); };
+    f->out_->on_failed = [f](IoStatus) { f->end(); };
+    f->timer_ = g_timeout_source_new((guint)frame_timeout_ms());
+    g_source_set_callback(f->timer_, expired, f, nullptr);
+    g_source_attach(f->timer_, ctx);
+  }
+
+ private:
+  static gboolean expired(gpointer data) {
+    auto *f = static_cast<Flusher *>(data);
+    IPC_LOGW("giving up a reply its sender does not read (%zu bytes left)", f->out_->waiting());
+    f->end();
     return G_SOURCE_REMOVE;
   }
-  if (status != IoStatus::kOk) {
-    forget(in, false);
-    return G_SOURCE_REMOVE;
+  void end() {
+    g_source_destroy(timer_);
+    g_source_unref(timer_);
+    out_.reset();
+    close(fd_);
+    delete this;
   }
-  return G_SOURCE_CONTINUE;
-}
-
-gboolean incoming_expired(gpointer data) {
-  auto *in = static_cast<Incoming *>(data);
-  g_source_unref(in->timer);
-  in->timer = nullptr;
-  IPC_LOGW("dropping a launch request stream that sent no request (pid %d)", (int)in->pid);
-  forget(in, false);
-  return G_SOURCE_REMOVE;
-}
-
-gboolean on_accept(gint fd, GIOCondition, gpointer) {
-  for (;;) {
-    int c = accept4(fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (c < 0) {
-      if (errno == EINTR) continue;
-      break;
-    }
-    auto *in = new Incoming;
-    in->fd = c;
-    if (g_serving->incoming.size() >= kMaxIncoming || !peer_credentials(c, &in->pid, &in->uid)) {
-      close(c);
-      delete in;
-      continue;
-    }
-    g_serving->incoming.push_back(in);
-    in->watch = fd_watch(c, incoming_readable, in, g_serving->ctx);
-    in->timer = g_timeout_source_new((guint)velmora_host_rpc_timeout_ms());
-    g_source_set_callback(in->timer, incoming_expired, in, nullptr);
-    g_source_attach(in->timer, g_serving->ctx);
-  }
-  return G_SOURCE_CONTINUE;
-}
+  int fd_ = -1;
+  PeerSlot slot_;
+  std::unique_ptr<Outbox> out_;
+  GSource *timer_ = nullptr;
+};
 
 }  // namespace
+
+namespace vhost::ipc {
+
+ReplyChannel::~ReplyChannel() {
+  if (fd >= 0) close(fd);
+  if (ctx) g_main_context_unref(ctx);
+}
+
+}  // namespace vhost::ipc
 
 extern "C" {
 
@@ -170,6 +188,8 @@ int velmora_host_app_control_serve(velmora_host_launch_request_cb callback, void
   auto *serving = new (std::nothrow) Serving;
   if (!serving) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   std::string error;
+  // Before listening, so that no sender finds this instance without its refusal.
+  mark_refusing(app_id, g_refusing.load());
   if (!listen_unix(app_socket_path(app_id, kAppControlSocket), &serving->listener, &error)) {
     IPC_LOGE("%s", error.c_str());
     delete serving;
@@ -178,22 +198,31 @@ int velmora_host_app_control_serve(velmora_host_launch_request_cb callback, void
   serving->ctx = g_main_context_ref_thread_default();
   serving->callback = callback;
   serving->user_data = user_data;
-  serving->listen_watch = fd_watch(serving->listener.fd, on_accept, nullptr, serving->ctx);
+  serving->app_id = app_id;
+  serving->acceptor = std::make_shared<Acceptor>(serving->ctx, "launch requests of " + app_id,
+                                                 kPendingBudget, serving);
+  serving->acceptor->start(serving->listener.fd);
   g_serving = serving;
   return APP_CONTROL_ERROR_NONE;
 }
 
 void velmora_host_app_control_stop(void) {
-  if (!g_serving) return;
-  drop_source(&g_serving->listen_watch);
-  close_listener(&g_serving->listener);
-  while (!g_serving->incoming.empty()) forget(g_serving->incoming.back(), false);
-  g_main_context_unref(g_serving->ctx);
-  delete g_serving;
+  Serving *s = g_serving;
+  if (!s) return;
   g_serving = nullptr;
+  for (Pending *p : s->acceptor->pending()) send_small(p->fd, encode_answer(kAnswerSendAgain));
+  s->acceptor->shutdown();
+  s->acceptor.reset();
+  close_listener(&s->listener);
+  mark_refusing(s->app_id, false);
+  g_main_context_unref(s->ctx);
+  delete s;
 }
 
-void velmora_host_app_control_set_refusing(bool refusing) { g_refusing.store(refusing); }
+void velmora_host_app_control_set_refusing(bool refusing) {
+  g_refusing.store(refusing);
+  if (g_serving) mark_refusing(g_serving->app_id, refusing);
+}
 
 int app_control_reply_to_launch_request(app_control_h reply, app_control_h request,
                                         app_control_result_e result) {
@@ -202,27 +231,35 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
   if (channel->replied) return APP_CONTROL_ERROR_INVALID_PARAMETER;
   channel->replied = true;
   if (channel->fd < 0) return APP_CONTROL_ERROR_IO_ERROR;
-  Bytes body;
-  int ret = APP_CONTROL_ERROR_NONE;
+  // One reply per request: the stream ends with it, whatever happens (the sender then sees the
+  // reply, or the end of the stream and a failed request).
+  const int fd = channel->fd;
+  channel->fd = -1;
+  Bytes wire;
   try {
+    Bytes body;
     put_u32(&body, (uint32_t)(int32_t)result);
     encode_control(*reply, &body);
+    if (body.size() > kMaxFrame) {
+      close(fd);
+      return APP_CONTROL_ERROR_INVALID_PARAMETER;
+    }
+    if (!channel->answered) append_frame(&wire, encode_answer(0));
+    append_frame(&wire, body);
   } catch (const std::bad_alloc &) {
-    ret = APP_CONTROL_ERROR_OUT_OF_MEMORY;
+    close(fd);
+    return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
-  if (ret == APP_CONTROL_ERROR_NONE) {
-    IoStatus status =
-        send_frame(channel->fd, body.data(), body.size(), velmora_host_rpc_timeout_ms());
-    if (status == IoStatus::kTooBig)
-      ret = APP_CONTROL_ERROR_INVALID_PARAMETER;
-    else if (status != IoStatus::kOk)
-      ret = APP_CONTROL_ERROR_IO_ERROR;
+  channel->answered = true;
+  auto out = std::unique_ptr<Outbox>(new (std::nothrow) Outbox(channel->ctx, fd, wire.size()));
+  IoStatus status = out ? out->push_raw(wire) : IoStatus::kError;
+  if (status == IoStatus::kOk && out->waiting() > 0) {
+    Flusher::start(fd, std::move(channel->slot), channel->ctx, std::move(out));
+    return APP_CONTROL_ERROR_NONE;
   }
-  // One reply per request: the stream ends here, whatever happened (the sender then sees the
-  // reply, or the end of the stream and a failed request).
-  close(channel->fd);
-  channel->fd = -1;
-  return ret;
+  out.reset();
+  close(fd);
+  return status == IoStatus::kOk ? APP_CONTROL_ERROR_NONE : APP_CONTROL_ERROR_IO_ERROR;
 }
 
 }  // extern "C"

@@ -63,16 +63,20 @@ bool FrameReader::feed(const unsigned char *data, size_t n, std::deque<Bytes> *o
       if (len > (first_done_ ? max_ : first_max_)) return false;
       first_done_ = true;
       header_got_ = 0;
-      payload_.assign(len, 0);
-      payload_got_ = 0;
+      payload_ = Bytes();
+      length_ = len;
       in_payload_ = true;
     }
-    size_t take = std::min(n, payload_.size() - payload_got_);
-    if (take) memcpy(payload_.data() + payload_got_, data, take);
-    payload_got_ += take;
+    size_t take = std::min(n, length_ - payload_.size());
+    if (take) {
+      const size_t need = payload_.size() + take;
+      if (need > payload_.capacity())
+        payload_.reserve(std::min(length_, std::max(need, 2 * payload_.capacity())));
+      payload_.insert(payload_.end(), data, data + take);
+    }
     data += take;
     n -= take;
-    if (payload_got_ == payload_.size()) {
+    if (payload_.size() == length_) {
       out->push_back(std::move(payload_));
       payload_ = Bytes();
       in_payload_ = false;

@@ -4,6 +4,8 @@
 
 #include "ipc_log.hh"
 #include "ipc_port.hh"
+#include "ipc_timeouts.hh"
+#include "ipc_watch.hh"
 
 namespace vhost::ipc {
 
@@ -13,11 +15,9 @@ namespace {
 constexpr size_t kReadBudget = 256 * 1024;
 
 void stop_port(rpc_port_s *port) {
-  if (port->watch) {
-    g_source_destroy(port->watch);
-    g_source_unref(port->watch);
-    port->watch = nullptr;
-  }
+  drop_source(&port->watch);
+  drop_source(&port->frame_timer);
+  if (port->out) port->out->stop();
   if (port->fd >= 0) {
     ::close(port->fd);
     port->fd = -1;
@@ -35,6 +35,16 @@ Link::Link(GMainContext *ctx, int main_fd, int callback_fd, bool blocking_main, 
   callback.link = this;
   callback.type = RPC_PORT_PORT_CALLBACK;
   callback.fd = callback_fd;
+  if (!blocking_main_) {
+    for (rpc_port_s *port : {&main, &callback}) {
+      port->out = std::make_unique<Outbox>(ctx_, port->fd);
+      port->out->on_failed = [this](IoStatus) {
+        ref();
+        close();
+        unref();
+      };
+    }
+  }
 }
 
 Link::~Link() {
@@ -54,6 +64,31 @@ void Link::watch(rpc_port_s *port) {
                         reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
                         port, nullptr);
   g_source_attach(port->watch, ctx_);
+}
+
+// A frame that has begun to arrive must be whole within the frame time-out: a peer may not hold
+// a half-sent frame (and the buffer for it) open for ever.
+void Link::time_frame(rpc_port_s *port) {
+  if (!port->reader.mid_frame()) {
+    drop_source(&port->frame_timer);
+    return;
+  }
+  if (port->frame_timer) return;
+  port->frame_timer = g_timeout_source_new((guint)frame_timeout_ms());
+  g_source_set_callback(port->frame_timer, on_frame_expired, port, nullptr);
+  g_source_attach(port->frame_timer, ctx_);
+}
+
+gboolean Link::on_frame_expired(gpointer data) {
+  auto *port = static_cast<rpc_port_s *>(data);
+  Link *link = port->link;
+  g_source_unref(port->frame_timer);
+  port->frame_timer = nullptr;
+  IPC_LOGE("dropping a connection: a frame did not arrive whole within %d ms", frame_timeout_ms());
+  link->ref();
+  link->close();
+  link->unref();
+  return G_SOURCE_REMOVE;
 }
 
 void Link::start() {
@@ -84,6 +119,7 @@ gboolean Link::on_readable(gint, GIOCondition, gpointer data) {
     status = IoStatus::kError;
   }
   if (status != IoStatus::kOk) link->close();
+  if (!link->closed_) link->time_frame(port);
   const bool keep = !link->closed_;
   link->unref();
   return keep ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;

@@ -42,6 +42,8 @@ const char *status_text(IoStatus status) {
       return "frame over the maximum size";
     case IoStatus::kTimedOut:
       return "timed out";
+    case IoStatus::kFull:
+      return "the peer does not read what it is sent";
   }
   return "?";
 }
@@ -78,11 +80,14 @@ extern "C" int rpc_port_parcel_send(rpc_port_parcel_h h, rpc_port_h port) {
   if (!h || !port || !port->link) return RPC_PORT_ERROR_INVALID_PARAMETER;
   vhost::ipc::Link *link = port->link;
   if (link->closed()) return RPC_PORT_ERROR_IO_ERROR;
-  IoStatus status = vhost::ipc::send_frame(port->fd, h->data.data(), h->data.size(),
-                                           velmora_host_rpc_timeout_ms());
+  // A stub's port never waits for its peer; a proxy's main port waits while the socket is full.
+  IoStatus status = port->out ? port->out->push(h->data.data(), h->data.size())
+                              : vhost::ipc::send_frame(port->fd, h->data.data(), h->data.size(),
+                                                       velmora_host_rpc_timeout_ms());
   if (status == IoStatus::kTooBig) return RPC_PORT_ERROR_INVALID_PARAMETER;
   if (status != IoStatus::kOk) {
-    if (status != IoStatus::kEof) IPC_LOGE("sending on a port failed: %s", status_text(status));
+    if (status != IoStatus::kEof)
+      IPC_LOGE("sending on a port failed, dropping the connection: %s", status_text(status));
     link->ref();
     link->close();
     link->unref();

@@ -28,6 +28,7 @@
 #include "ipc_log.hh"
 #include "ipc_port.hh"
 #include "ipc_socket.hh"
+#include "ipc_watch.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "rpc_port.h"
@@ -106,18 +107,6 @@ struct rpc_port_proxy_s : LinkOwner {
   static gboolean handshake_expired(gpointer data);
   static gboolean retry_now(gpointer data);
 };
-
-namespace {
-
-void drop_source(GSource **src) {
-  if (*src) {
-    g_source_destroy(*src);
-    g_source_unref(*src);
-    *src = nullptr;
-  }
-}
-
-}  // namespace
 
 void rpc_port_proxy_s::stop_timer() { drop_source(&handshake_timer); }
 

@@ -1,18 +1,20 @@
 // Velmora host platform: the rpc-port stub (server end).
 //
-// listen() binds "run/<own app id>/rpc-<port>.sock". Every accepted stream must open with a hello
-// within velmora_host_rpc_timeout_ms(); a stream whose hello is malformed or names another port is
-// dropped without an answer. A peer of another user, or, once allowed app ids were added, a caller
-// app id that is not among them, gets a refusal answer (the proxy's rejected event). A main and a
-// callback stream with the same connection id, caller and peer process form one connection: both
-// are answered, and the connected event names the caller and the connection's instance (its
-// connection id). Events are delivered on the main context of the thread that created the stub,
-// and the stub and its ports are used from that thread only.
+// listen() binds "run/<own app id>/rpc-<port>.sock" and accepts through ipc_accept.hh (caps per
+// peer process, the hello deadline, the pause when descriptors run out). Every accepted stream
+// must open with a hello and find its partner stream within the hello time-out; a stream whose
+// hello is malformed or names another port is dropped without an answer. A peer of another user,
+// or, once allowed app ids were added, a caller app id that is not among them, gets a refusal
+// answer (the proxy's rejected event). A main and a callback stream with the same connection id,
+// caller and peer process form one connection: both are answered, and the connected event names
+// the caller and the connection's instance (its connection id). Events are delivered on the main
+// context of the thread that created the stub, and the stub and its ports are used from that
+// thread only.
 //
 // A stub's ports never block: rpc_port_parcel_create_from_port hands out the frame announced by
 // the received event (one event per frame; a frame the callback leaves unread is dropped), and a
-// send waits only while the socket is full, at most velmora_host_rpc_timeout_ms(), then gives the
-// connection up.
+// send that the socket does not take at once waits in the port's outbox; a peer that lets the
+// outbox go over its limit is dropped (ipc_outbox.hh), so that no client can stall the others.
 #include <glib-unix.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -23,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "ipc_accept.hh"
 #include "ipc_log.hh"
 #include "ipc_port.hh"
 #include "ipc_socket.hh"
@@ -36,23 +39,15 @@ using namespace vhost::ipc;
 
 namespace {
 
-// Streams that may wait for their hello or their partner stream at one time.
-constexpr size_t kMaxPending = 128;
+// What a stream may send before it is answered: its hello, and requests that a raw client sends
+// right behind it.
+constexpr size_t kPendingBudget = kMaxHello + 64 * 1024;
 
-struct PendingStream;
 struct StubConn;
-
-void drop_source(GSource **src) {
-  if (*src) {
-    g_source_destroy(*src);
-    g_source_unref(*src);
-    *src = nullptr;
-  }
-}
 
 }  // namespace
 
-struct rpc_port_stub_s {
+struct rpc_port_stub_s : vhost::ipc::AcceptorOwner {
   int refs = 1;
   bool destroyed = false;
   GMainContext *ctx = nullptr;
@@ -67,33 +62,21 @@ struct rpc_port_stub_s {
   void *received_data = nullptr;
 
   Listener listener;
-  GSource *listen_watch = nullptr;
-  std::vector<PendingStream *> pending;
+  std::shared_ptr<Acceptor> acceptor;
   std::vector<StubConn *> conns;  // until their disconnect event is delivered
 
   void ref() { ++refs; }
   void unref();
+  void on_pending_frames(Pending *p) override;
 };
 
 namespace {
 
-// An accepted stream until its hello and its partner stream arrived.
-struct PendingStream {
-  rpc_port_stub_s *stub = nullptr;
-  int fd = -1;
-  pid_t pid = 0;
-  uid_t uid = 0;
-  FrameReader reader{kMaxFrame, kMaxHello};
-  std::deque<Bytes> frames;
-  bool has_hello = false;
-  Hello hello;
-  GSource *watch = nullptr;
-  GSource *timer = nullptr;
-};
-
 struct StubConn : LinkOwner {
   rpc_port_stub_s *stub = nullptr;
   Link *link = nullptr;
+  PeerSlot main_slot;  // both streams count for their peer while the connection stands
+  PeerSlot callback_slot;
   std::string sender;
   std::string instance;
   GSource *idle = nullptr;
@@ -103,22 +86,11 @@ struct StubConn : LinkOwner {
   static gboolean deliver_disconnected(gpointer data);
 };
 
-// Removes a pending stream; closes its socket unless `keep_fd`.
-void forget_pending(PendingStream *ps, bool keep_fd) {
-  auto &list = ps->stub->pending;
-  list.erase(std::remove(list.begin(), list.end(), ps), list.end());
-  drop_source(&ps->watch);
-  drop_source(&ps->timer);
-  if (!keep_fd && ps->fd >= 0) close(ps->fd);
-  delete ps;
-}
-
-void refuse(PendingStream *ps, const char *why) {
-  IPC_LOGW("port %s refused caller '%s' (pid %d): %s", ps->stub->port_name.c_str(),
+void refuse(Pending *ps, rpc_port_stub_s *stub, const char *why) {
+  IPC_LOGW("port %s refused caller '%s' (pid %d): %s", stub->port_name.c_str(),
            ps->hello.caller.c_str(), (int)ps->pid, why);
-  Bytes answer = encode_answer(RPC_PORT_ERROR_PERMISSION_DENIED);
-  send_frame(ps->fd, answer.data(), answer.size(), velmora_host_rpc_timeout_ms());
-  forget_pending(ps, false);
+  send_small(ps->fd, encode_answer(RPC_PORT_ERROR_PERMISSION_DENIED));
+  stub->acceptor->release(ps, false);
 }
 
 bool instance_in_use(rpc_port_stub_s *stub, const std::string &instance) {
@@ -127,31 +99,32 @@ bool instance_in_use(rpc_port_stub_s *stub, const std::string &instance) {
 }
 
 // Joins a main and a callback stream into one connection and announces it.
-void join(PendingStream *main_ps, PendingStream *callback_ps) {
-  rpc_port_stub_s *stub = main_ps->stub;
+void join(rpc_port_stub_s *stub, Pending *main_ps, Pending *callback_ps) {
+  Acceptor *acceptor = stub->acceptor.get();
   if (instance_in_use(stub, main_ps->hello.connection_id)) {
     IPC_LOGW("port %s: connection id reused, dropping both streams", stub->port_name.c_str());
-    forget_pending(main_ps, false);
-    forget_pending(callback_ps, false);
+    acceptor->release(main_ps, false);
+    acceptor->release(callback_ps, false);
     return;
   }
   auto *conn = new StubConn;
   conn->stub = stub;
   conn->sender = main_ps->hello.caller;
   conn->instance = main_ps->hello.connection_id;
+  conn->main_slot = std::move(main_ps->slot);
+  conn->callback_slot = std::move(callback_ps->slot);
   conn->link = new Link(stub->ctx, main_ps->fd, callback_ps->fd, false, conn);
   conn->link->main.reader = std::move(main_ps->reader);
   conn->link->main.frames = std::move(main_ps->frames);
   conn->link->callback.reader = std::move(callback_ps->reader);
-  forget_pending(main_ps, true);
-  forget_pending(callback_ps, true);
+  acceptor->release(main_ps, true);
+  acceptor->release(callback_ps, true);
   stub->conns.push_back(conn);
 
   Link *link = conn->link;
   const Bytes answer = encode_answer(0);
-  const int timeout = velmora_host_rpc_timeout_ms();
-  if (send_frame(link->main.fd, answer.data(), answer.size(), timeout) != IoStatus::kOk ||
-      send_frame(link->callback.fd, answer.data(), answer.size(), timeout) != IoStatus::kOk) {
+  if (link->main.out->push(answer.data(), answer.size()) != IoStatus::kOk ||
+      link->callback.out->push(answer.data(), answer.size()) != IoStatus::kOk) {
     link->close();  // the disconnect event follows the connected event below
   } else {
     link->start();
@@ -166,87 +139,27 @@ void join(PendingStream *main_ps, PendingStream *callback_ps) {
 }
 
 // The hello of `ps` is in: check the caller and look for the partner stream.
-void on_hello(PendingStream *ps) {
-  rpc_port_stub_s *stub = ps->stub;
-  if (ps->uid != geteuid()) return refuse(ps, "peer of another user");
+void on_hello(rpc_port_stub_s *stub, Pending *ps) {
+  if (ps->uid != geteuid()) return refuse(ps, stub, "peer of another user");
   if (!stub->allowed.empty() && std::find(stub->allowed.begin(), stub->allowed.end(),
                                           ps->hello.caller) == stub->allowed.end())
-    return refuse(ps, "caller not allowed");
-  for (PendingStream *other : stub->pending) {
+    return refuse(ps, stub, "caller not allowed");
+  for (Pending *other : stub->acceptor->pending()) {
     if (other == ps || !other->has_hello) continue;
     if (other->hello.connection_id != ps->hello.connection_id) continue;
     if (other->hello.kind == ps->hello.kind || other->pid != ps->pid ||
         other->hello.caller != ps->hello.caller) {
       IPC_LOGW("port %s: streams of one connection do not match", stub->port_name.c_str());
-      forget_pending(other, false);
-      forget_pending(ps, false);
+      stub->acceptor->release(other, false);
+      stub->acceptor->release(ps, false);
       return;
     }
     if (ps->hello.kind == StreamKind::kRpcMain)
-      join(ps, other);
+      join(stub, ps, other);
     else
-      join(other, ps);
+      join(stub, other, ps);
     return;
   }
-}
-
-gboolean pending_readable(gint, GIOCondition, gpointer data) {
-  auto *ps = static_cast<PendingStream *>(data);
-  IoStatus status = read_available(ps->fd, &ps->reader, &ps->frames, 4 * kMaxHello);
-  if (status != IoStatus::kOk || ps->frames.size() > kMaxQueuedFrames) {
-    forget_pending(ps, false);
-    return G_SOURCE_REMOVE;
-  }
-  if (ps->has_hello || ps->frames.empty()) return G_SOURCE_CONTINUE;
-  Hello hello;
-  if (!decode_hello(ps->frames.front(), &hello) ||
-      (hello.kind != StreamKind::kRpcMain && hello.kind != StreamKind::kRpcCallback) ||
-      hello.target != ps->stub->port_name) {
-    IPC_LOGW("port %s: dropping a stream without a valid hello", ps->stub->port_name.c_str());
-    forget_pending(ps, false);
-    return G_SOURCE_REMOVE;
-  }
-  ps->frames.pop_front();
-  ps->hello = std::move(hello);
-  ps->has_hello = true;
-  // on_hello may free `ps` (and its watch): the source is then already destroyed.
-  on_hello(ps);
-  return G_SOURCE_CONTINUE;
-}
-
-gboolean pending_expired(gpointer data) {
-  auto *ps = static_cast<PendingStream *>(data);
-  IPC_LOGW("port %s: dropping a stream that did not complete its connection",
-           ps->stub->port_name.c_str());
-  g_source_unref(ps->timer);
-  ps->timer = nullptr;
-  forget_pending(ps, false);
-  return G_SOURCE_REMOVE;
-}
-
-gboolean on_accept(gint fd, GIOCondition, gpointer data) {
-  auto *stub = static_cast<rpc_port_stub_s *>(data);
-  for (;;) {
-    int c = accept4(fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-    if (c < 0) {
-      if (errno == EINTR) continue;
-      break;
-    }
-    auto *ps = new PendingStream;
-    ps->stub = stub;
-    ps->fd = c;
-    if (stub->pending.size() >= kMaxPending || !peer_credentials(c, &ps->pid, &ps->uid)) {
-      close(c);
-      delete ps;
-      continue;
-    }
-    stub->pending.push_back(ps);
-    ps->watch = fd_watch(c, pending_readable, ps, stub->ctx);
-    ps->timer = g_timeout_source_new((guint)velmora_host_rpc_timeout_ms());
-    g_source_set_callback(ps->timer, pending_expired, ps, nullptr);
-    g_source_attach(ps->timer, stub->ctx);
-  }
-  return G_SOURCE_CONTINUE;
 }
 
 void StubConn::on_frames(Link *l, rpc_port_s *port) {
@@ -300,6 +213,26 @@ gboolean StubConn::deliver_disconnected(gpointer data) {
 
 }  // namespace
 
+void rpc_port_stub_s::on_pending_frames(Pending *ps) {
+  if (ps->has_hello) {
+    // Requests behind the hello wait for the partner stream, within the budget.
+    if (ps->frames.size() > kMaxQueuedFrames) acceptor->release(ps, false);
+    return;
+  }
+  Hello hello;
+  if (!decode_hello(ps->frames.front(), &hello) ||
+      (hello.kind != StreamKind::kRpcMain && hello.kind != StreamKind::kRpcCallback) ||
+      hello.target != port_name) {
+    IPC_LOGW("port %s: dropping a stream without a valid hello", port_name.c_str());
+    acceptor->release(ps, false);
+    return;
+  }
+  ps->frames.pop_front();
+  ps->hello = std::move(hello);
+  ps->has_hello = true;
+  on_hello(this, ps);  // may release `ps`
+}
+
 void rpc_port_stub_s::unref() {
   if (--refs > 0) return;
   for (StubConn *conn : conns) {
@@ -328,9 +261,8 @@ int rpc_port_stub_create(rpc_port_stub_h *h, const char *port_name) {
 int rpc_port_stub_destroy(rpc_port_stub_h h) {
   if (!h || h->destroyed) return RPC_PORT_ERROR_INVALID_PARAMETER;
   h->destroyed = true;
-  drop_source(&h->listen_watch);
+  if (h->acceptor) h->acceptor->shutdown();
   close_listener(&h->listener);
-  while (!h->pending.empty()) forget_pending(h->pending.back(), false);
   for (StubConn *conn : h->conns) {
     drop_source(&conn->idle);
     conn->link->detach();
@@ -352,7 +284,8 @@ int rpc_port_stub_listen(rpc_port_stub_h h) {
     IPC_LOGE("%s", error.c_str());
     return RPC_PORT_ERROR_IO_ERROR;
   }
-  h->listen_watch = fd_watch(h->listener.fd, on_accept, h, h->ctx);
+  h->acceptor = std::make_shared<Acceptor>(h->ctx, "port " + h->port_name, kPendingBudget, h);
+  h->acceptor->start(h->listener.fd);
   return RPC_PORT_ERROR_NONE;
 }
 

@@ -117,7 +117,7 @@ bool listen_unix(const std::string &path, Listener *out, std::string *error) {
     *error = "cannot remove stale socket " + path + ": " + strerror(errno);
   } else if ((fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)) < 0 ||
              bind(fd, reinterpret_cast<struct sockaddr *>(&addr), sizeof(addr)) != 0 ||
-             chmod(path.c_str(), kPrivateFileMode) != 0 || listen(fd, 64) != 0) {
+             chmod(path.c_str(), kPrivateFileMode) != 0 || listen(fd, kListenBacklog) != 0) {
     *error = "cannot listen at " + path + ": " + strerror(errno);
   } else {
     struct stat st;

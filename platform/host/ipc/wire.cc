@@ -32,6 +32,11 @@ void put_string(Bytes *out, const std::string &s) {
   out->insert(out->end(), s.begin(), s.end());
 }
 
+void append_frame(Bytes *out, const Bytes &payload) {
+  put_u32(out, (uint32_t)payload.size());
+  out->insert(out->end(), payload.begin(), payload.end());
+}
+
 bool WireReader::get_bytes(void *dst, size_t n) {
   if (data.size() - pos < n) return false;
   memcpy(dst, data.data() + pos, n);

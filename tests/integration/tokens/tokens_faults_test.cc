@@ -108,6 +108,13 @@ TEST_F(TokensFaults, AgentKilledMidRequestOverAppControlStillAnswersTheCallback)
   Completion pending;
   LogCapture log;
   ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &pending), 0);
+  // Sending does not wait for the agent to take the request. Once a later request is answered,
+  // the agent has taken the pending one (it reads its streams in the order they came), so the kill
+  // lands in the middle of it rather than before it (a request the agent never read is sent to
+  // the next instance).
+  Completion later;
+  ASSERT_EQ(velmora_account_request_auth_code(h, Completion::cb, &later), 0);
+  ASSERT_TRUE(later.wait());
   kill_agent(SIGKILL);
   ASSERT_TRUE(pending.wait());
   EXPECT_EQ(pending.calls, 1);

@@ -1,8 +1,17 @@
 // Velmora tests: serving launch requests in the test process itself (it runs as an application).
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "app_control_fixture.hh"
+#include "log_capture.hh"
+#include "raw_wire.hh"
+#include "serve_wire.hh"
 #include "velmora_host.h"
 
 namespace {
@@ -153,16 +162,97 @@ TEST_F(AppControlServe, StoppedServingIsNotReached) {
   EXPECT_TRUE(served.requests.empty());
 }
 
-TEST_F(AppControlServe, SendingToItsOwnApplicationTimesOut) {
-  setenv("VELMORA_RPC_TIMEOUT_MS", "300", 1);
+// Nothing waits for the callee, so a thread that serves launch requests may send one to its own
+// application: the request and its reply go through its main loop.
+TEST_F(AppControlServe, SendingToItsOwnApplicationIsServed) {
   ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
   Replies r;
-  EXPECT_EQ(vtest::send_request(kSelf, {}, &r), APP_CONTROL_ERROR_TIMED_OUT);
-  // The abandoned request never reaches the callback (its sender is gone when it is read), and
-  // no reply callback runs.
+  EXPECT_EQ(vtest::send_request(kSelf, {{"to", "self"}}, &r), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
   drain();
-  EXPECT_TRUE(served.requests.empty());
-  EXPECT_EQ(r.calls, 0);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  ASSERT_EQ(served.requests.size(), 1u);
+  EXPECT_EQ(served.requests[0], (Extras{{"to", "self"}}));
+  EXPECT_EQ(served.callers[0], kSelf);
+}
+
+// Out of file descriptors: the accept loop neither spins nor stops serving the streams it has,
+// says so once, and accepts again by itself once descriptors are free.
+TEST_F(AppControlServe, OutOfDescriptorsBacksOffKeepsServingAndRecovers) {
+  namespace raw = vtest::raw;
+  ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
+  const std::string path = root.path() + "/run/" + kSelf + "/appcontrol.sock";
+  // One whole request first: the sanitizers check an object's type through a pipe the first time
+  // they meet it, which they could not open later.
+  int first_fd = raw::connect_to(path);
+  ASSERT_GE(first_fd, 0);
+  ASSERT_TRUE(raw::write_frame(first_fd, raw::hello(2, "test.first", "", "")));
+  ASSERT_TRUE(raw::write_frame(first_fd, vtest::raw_callee::control(kSelf, "op", {})));
+  ASSERT_TRUE(run_until([&] { return served.requests.size() == 1; }));
+  close(first_fd);
+  served.requests.clear();
+  // A stream accepted before the descriptors run out (its hello is in, its request not yet).
+  int open_fd = raw::connect_to(path);
+  ASSERT_GE(open_fd, 0);
+  ASSERT_TRUE(raw::write_frame(open_fd, raw::hello(2, "test.open", "", "")));
+  drain();
+  // A caller that comes while they are out: its socket is made now and connected later.
+  int late_fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  ASSERT_GE(late_fd, 0);
+  struct rlimit saved;
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &saved), 0);
+  struct rlimit low = saved;
+  low.rlim_cur = 512;
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &low), 0);
+  std::vector<int> fillers;
+  for (int fd; (fd = dup(late_fd)) >= 0;) fillers.push_back(fd);
+  ASSERT_EQ(errno, EMFILE);
+
+  vtest::LogCapture log;
+  struct sockaddr_un addr = {};
+  addr.sun_family = AF_UNIX;
+  strncpy(addr.sun_path, path.c_str(), sizeof(addr.sun_path) - 1);
+  ASSERT_EQ(connect(late_fd, reinterpret_cast<struct sockaddr *>(&addr), sizeof(addr)), 0);
+  ASSERT_TRUE(raw::write_frame(late_fd, raw::hello(2, "test.late", "", "")));
+  ASSERT_TRUE(
+      raw::write_frame(late_fd, vtest::raw_callee::control(kSelf, "op", {{"who", "late"}})));
+  ASSERT_TRUE(
+      raw::write_frame(open_fd, vtest::raw_callee::control(kSelf, "op", {{"who", "open"}})));
+  // A loop that retried accept() at once would find the listening socket ready on every turn.
+  GMainContext *ctx = g_main_context_ref_thread_default();
+  int busy = 0;
+  for (int i = 0; i < 200; ++i)
+    if (g_main_context_iteration(ctx, FALSE)) ++busy;
+  g_main_context_unref(ctx);
+  EXPECT_LT(busy, 20) << "the accept loop spins";
+  // The stream it had is served meanwhile.
+  raw::Bytes answer, reply;
+  ASSERT_TRUE(raw::read_frame(open_fd, &answer));
+  EXPECT_EQ(answer, raw::answer(0));
+  ASSERT_TRUE(raw::read_frame(open_fd, &reply));
+  ASSERT_EQ(served.requests.size(), 1u);
+  EXPECT_EQ(served.requests[0], (Extras{{"who", "open"}}));
+  // That stream's descriptor is free again: take it too, then let several pauses pass.
+  for (int fd; (fd = dup(late_fd)) >= 0;) fillers.push_back(fd);
+  run_until([] { return false; }, 500);
+  EXPECT_EQ(served.requests.size(), 1u);
+
+  for (int fd : fillers) close(fd);
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &saved), 0);
+  ASSERT_TRUE(run_until([&] { return served.requests.size() == 2; }));
+  EXPECT_EQ(served.requests[1], (Extras{{"who", "late"}}));
+  ASSERT_TRUE(raw::read_frame(late_fd, &answer));
+  EXPECT_EQ(answer, raw::answer(0));
+  const std::string out = "launch requests of " + std::string(kSelf) +
+                          ": cannot accept connections (Too many open files): trying again in a "
+                          "moment, still serving the open ones";
+  EXPECT_EQ(log.count(out), 1) << log.dump();
+  EXPECT_EQ(log.count("launch requests of " + std::string(kSelf) + ": accepting connections again"),
+            1)
+      << log.dump();
+  close(open_fd);
+  close(late_fd);
 }
 
 }  // namespace

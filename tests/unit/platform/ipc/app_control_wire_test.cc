@@ -4,56 +4,28 @@
 #include <sys/wait.h>
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 #include "app_control_fixture.hh"
+#include "dlog.h"
+#include "log_capture.hh"
 #include "raw_wire.hh"
+#include "serve_wire.hh"
 
 namespace {
 
+using vtest::AppControlServeWire;
 using vtest::Extras;
 using vtest::IpcTest;
 using vtest::Replies;
 using vtest::send_request;
 using vtest::apps::drain;
 using vtest::apps::run_until;
+using vtest::raw_callee::control;
 namespace raw = vtest::raw;
 
-constexpr const char *kCallee = "test.callee";
-
-raw::Bytes control(const std::string &app_id, const std::string &op, const Extras &extras) {
-  raw::Bytes b = {3};  // app id and operation set
-  raw::put_string(&b, app_id);
-  raw::put_string(&b, op);
-  raw::put_u32(&b, (uint32_t)extras.size());
-  for (const auto &[k, v] : extras) {
-    raw::put_string(&b, k);
-    raw::put_string(&b, v);
-  }
-  return b;
-}
-
-// The test plays the sender against the callee application.
-class AppControlServeWire : public IpcTest {
- protected:
-  void SetUp() override {
-    install(kCallee, "ipc_callee");
-    setenv("VELMORA_RPC_TIMEOUT_MS", "2000", 1);  // inherited by the callee it launches
-    Replies r;                                    // launches the callee
-    ASSERT_EQ(send_request(kCallee, {}, &r), 0);
-    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
-    ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
-    path = root.path() + "/run/" + kCallee + "/appcontrol.sock";
-  }
-  void expect_serving() {
-    Replies r;
-    ASSERT_EQ(send_request(kCallee, {{"still", "here"}}, &r), 0);
-    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
-    EXPECT_EQ(r.get("still"), "here");
-    EXPECT_EQ(starts(kCallee).size(), 1u);
-  }
-  std::string path;
-};
+using vtest::raw_callee::kCallee;
 
 TEST_F(AppControlServeWire, RawRequestGetsTheAnswerAndTheReply) {
   int fd = raw::connect_to(path);
@@ -176,10 +148,36 @@ class AppControlSendWire : public IpcTest {
       served = true;
     });
   }
+  // Sends a request and waits for its reply callback, which must run once, with a failure.
+  void expect_one_failure() {
+    Replies r;
+    ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+    EXPECT_EQ(r.calls, 0);  // sending never waits for the callee
+    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+    if (callee.joinable()) callee.join();
+    drain();
+    EXPECT_EQ(r.calls, 1);
+    EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
+    EXPECT_FALSE(r.had_reply);
+  }
+  // Accepts up to `times` senders one after the other (waiting `next_wait_ms` for each after the
+  // first); `each(fd, i)` plays the callee on a stream, which then closes. `accepted` counts them.
+  void serve_each(int times, std::function<void(int fd, int i)> each, int next_wait_ms = 20000) {
+    callee = std::thread([this, times, each, next_wait_ms] {
+      for (int i = 0; i < times; ++i) {
+        int fd = raw::accept_one(listen_fd, i == 0 ? 20000 : next_wait_ms);
+        if (fd < 0) return;
+        each(fd, i);
+        close(fd);
+        ++accepted;
+      }
+    });
+  }
   int listen_fd = -1;
   std::thread callee;
   raw::Bytes hello, request;
   std::atomic<bool> served{false};
+  std::atomic<int> accepted{0};
 };
 
 TEST_F(AppControlSendWire, RequestHasTheDocumentedForm) {
@@ -202,62 +200,100 @@ TEST_F(AppControlSendWire, RequestHasTheDocumentedForm) {
   EXPECT_EQ(r.calls, 1);
 }
 
-TEST_F(AppControlSendWire, RefusalIsLaunchRejected) {
-  serve({raw::answer(APP_CONTROL_ERROR_LAUNCH_REJECTED)});
-  Replies r;
-  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_REJECTED);
-  callee.join();
-  drain();
-  EXPECT_EQ(r.calls, 0);
+// Whatever the callee answers comes back through the reply callback: the sender never waits for
+// the answer.
+TEST_F(AppControlSendWire, RefusalAnswerFailsTheReplyOnce) {
+  for (int32_t code : {(int32_t)APP_CONTROL_ERROR_LAUNCH_REJECTED, (int32_t)12345}) {
+    serve({raw::answer(code)});
+    expect_one_failure();
+  }
 }
 
-TEST_F(AppControlSendWire, UnknownRefusalCodeIsLaunchRejected) {
-  serve({raw::answer(12345)});
-  Replies r;
-  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_REJECTED);
-}
-
-TEST_F(AppControlSendWire, CalleeClosingWithoutAnAnswerIsTriedAgainThenFails) {
-  // An instance that closes before it answers is taken for one that was ending: the sender
+TEST_F(AppControlSendWire, CalleeClosingWithTheRequestUnreadIsTriedAgainThenFails) {
+  // A stream reset with the request unread comes from an instance that was ending: the sender
   // goes through the launcher again, four attempts in all, and then reports the failure.
-  std::atomic<int> accepted{0};
-  callee = std::thread([&] {
-    for (int i = 0; i < 4; ++i) {
-      int fd = raw::accept_one(listen_fd);
-      if (fd < 0) return;
-      raw::Bytes frame;
-      raw::read_frame(fd, &frame);
-      raw::read_frame(fd, &frame);
-      close(fd);
-      ++accepted;
-    }
+  serve_each(4, [](int, int) { usleep(20 * 1000); });  // the request arrives and stays unread
+  expect_one_failure();
+  EXPECT_EQ(accepted, 4);
+}
+
+TEST_F(AppControlSendWire, CalleeThatReadTheRequestAndClosedIsNotSentItAgain) {
+  // It may have acted on the request (and died doing so): sending it again could repeat that.
+  serve_each(
+      2,
+      [](int fd, int) {
+        raw::Bytes frame;
+        raw::read_frame(fd, &frame);
+        raw::read_frame(fd, &frame);
+      },
+      500);
+  expect_one_failure();  // the callee thread waited in vain for a second attempt
+  EXPECT_EQ(accepted, 1);
+}
+
+TEST_F(AppControlSendWire, CalleeThatStopsServingAnswersSendAgain) {
+  raw::Bytes reply;
+  raw::put_u32(&reply, 0);
+  raw::Bytes body = control("", "", {{"second", "try"}});
+  body[0] = 0;
+  reply.insert(reply.end(), body.begin(), body.end());
+  serve_each(2, [&reply](int fd, int i) {
+    raw::Bytes frame;
+    raw::read_frame(fd, &frame);
+    raw::read_frame(fd, &frame);
+    raw::write_frame(fd, raw::answer(i == 0 ? 1 : 0));  // the first time: "send again"
+    if (i == 1) raw::write_frame(fd, reply);
   });
   Replies r;
   EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
   ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
   callee.join();
   drain();
-  EXPECT_EQ(accepted, 4);
+  EXPECT_EQ(accepted, 2);
   EXPECT_EQ(r.calls, 1);
-  EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
-  EXPECT_FALSE(r.had_reply);
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(r.get("second"), "try");
 }
 
-TEST_F(AppControlSendWire, GarbageAnswerIsLaunchFailed) {
+TEST_F(AppControlSendWire, GarbageAnswerFailsTheReplyOnce) {
   serve({{'V', 'L', 'M', 'A', 0}});
-  Replies r;
-  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_LAUNCH_FAILED);
+  expect_one_failure();
 }
 
-TEST_F(AppControlSendWire, CalleeThatNeverAnswersIsTimedOut) {
+// A callee that is alive but hung: sending returns at once, and the request fails after the
+// time-out instead of blocking the sender's main loop.
+TEST_F(AppControlSendWire, CalleeThatNeverTakesTheRequestFailsItAfterTheTimeOut) {
   setenv("VELMORA_RPC_TIMEOUT_MS", "300", 1);
   serve({}, false);  // reads the request, then waits for the sender to go
-  Replies r;
-  EXPECT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_TIMED_OUT);
-  callee.join();
-  EXPECT_TRUE(served);
-  drain();
-  EXPECT_EQ(r.calls, 0);
+  vtest::LogCapture log;
+  expect_one_failure();
+  EXPECT_TRUE(served);  // the sender gave the stream up
+  EXPECT_TRUE(log.has("VELMORA_IPC", DLOG_ERROR,
+                      std::string(kCallee) + " did not take a launch request within 300 ms"))
+      << log.dump();
+}
+
+// The callee took the request and keeps it without replying (a hung agent): the reply callback
+// gets a failure after the reply time-out.
+TEST_F(AppControlSendWire, RequestTakenButNeverRepliedFailsAfterTheReplyTimeOut) {
+  setenv("VELMORA_REPLY_TIMEOUT_MS", "300", 1);
+  serve({raw::answer(0)}, false);
+  vtest::LogCapture log;
+  expect_one_failure();
+  EXPECT_TRUE(
+      log.has("VELMORA_IPC", DLOG_ERROR,
+              std::string("no reply from ") + kCallee + " within 300 ms: the launch request fails"))
+      << log.dump();
+}
+
+TEST(AppControlTimeOuts, ReplyTimeOutDefaultsToFiveMinutes) {
+  unsetenv("VELMORA_REPLY_TIMEOUT_MS");
+  EXPECT_EQ(velmora_host_reply_timeout_ms(), 300000);
+  setenv("VELMORA_REPLY_TIMEOUT_MS", "soon", 1);
+  EXPECT_EQ(velmora_host_reply_timeout_ms(), 300000);
+  setenv("VELMORA_REPLY_TIMEOUT_MS", "1500", 1);
+  EXPECT_EQ(velmora_host_reply_timeout_ms(), 1500);
+  unsetenv("VELMORA_REPLY_TIMEOUT_MS");
 }
 
 TEST_F(AppControlSendWire, GarbageReplyFailsTheRequestOnce) {

@@ -8,12 +8,14 @@
 
 #include "ipc_fixture.hh"
 #include "raw_wire.hh"
+#include "stub_wire.hh"
 
 namespace {
 
 using vtest::Client;
 using vtest::IpcTest;
 using vtest::Result;
+using vtest::RpcPortStubWire;
 using vtest::apps::drain;
 using vtest::apps::run_until;
 namespace raw = vtest::raw;
@@ -277,41 +279,6 @@ TEST_F(RpcPortProxyWire, StubClosingOnceBeforeItAnswersIsReachedOnTheNextAttempt
   EXPECT_EQ(c.connected, 1);
   EXPECT_EQ(c.rejected, 0);
 }
-
-// The test plays the proxy against the echo stub application.
-class RpcPortStubWire : public IpcTest {
- protected:
-  void SetUp() override {
-    install(kApp, "ipc_echo_stub");
-    Client c;  // launches the application
-    ASSERT_EQ(c.connect(kApp), 0);
-    ASSERT_TRUE(run_until([&] { return c.ended(); }));
-    ASSERT_EQ(c.connected, 1);
-    path = root.path() + "/run/" + kApp + "/rpc-Echo.sock";
-  }
-  // The stub still serves a proper proxy.
-  void expect_serving() {
-    Client c;
-    ASSERT_EQ(c.connect(kApp), 0);
-    ASSERT_TRUE(run_until([&] { return c.ended(); }));
-    ASSERT_EQ(c.connected, 1);
-    Result r(c.main_port, {"echo", "still here"});
-    ASSERT_EQ(r.status, 0);
-    vtest::take_string(r.parcel);
-    EXPECT_EQ(vtest::take_string(r.parcel), "still here");
-    EXPECT_EQ(starts(kApp).size(), 1u);
-  }
-  // A raw handshake; false when the stub did not accept both streams.
-  bool handshake(int *m, int *cb, const std::string &id = "raw-1") {
-    *m = raw::connect_to(path);
-    *cb = raw::connect_to(path);
-    raw::Bytes a, b;
-    return *m >= 0 && *cb >= 0 && raw::write_frame(*m, raw::hello(0, "", "Echo", id)) &&
-           raw::write_frame(*cb, raw::hello(1, "", "Echo", id)) && raw::read_frame(*m, &a) &&
-           raw::read_frame(*cb, &b) && a == raw::answer(0) && b == raw::answer(0);
-  }
-  std::string path;
-};
 
 TEST_F(RpcPortStubWire, RawHandshakeAndRequestAreServed) {
   int m, cb;

@@ -1,0 +1,237 @@
+// Velmora host platform: accepting streams, per-peer caps, the hello deadline and the back-off
+// when descriptors run out (see ipc_accept.hh).
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "ipc_accept.hh"
+#include "ipc_log.hh"
+#include "ipc_socket.hh"
+#include "ipc_timeouts.hh"
+#include "ipc_watch.hh"
+
+namespace vhost::ipc {
+
+namespace {
+
+// Bytes one wake-up reads from a pending stream.
+constexpr size_t kReadBudget = 64 * 1024;
+constexpr guint kFirstPauseMs = 50;
+constexpr guint kLongestPauseMs = 1000;
+
+size_t held_bytes(const Pending *p) {
+  size_t n = p->reader.held();
+  for (const Bytes &f : p->frames) n += f.size();
+  return n;
+}
+
+}  // namespace
+
+size_t PeerTally::count(pid_t pid) const {
+  auto it = counts_.find(pid);
+  return it == counts_.end() ? 0 : it->second;
+}
+
+void PeerTally::remove(pid_t pid) {
+  auto it = counts_.find(pid);
+  if (it == counts_.end()) return;
+  if (--it->second == 0) counts_.erase(it);
+  if (count(pid) < kMaxStreamsPerPeer) warned_.erase(pid);
+}
+
+PeerSlot::PeerSlot(std::shared_ptr<PeerTally> tally, pid_t pid)
+    : tally_(std::move(tally)), pid_(pid) {
+  tally_->add(pid_);
+}
+
+PeerSlot::PeerSlot(PeerSlot &&other) noexcept : tally_(std::move(other.tally_)), pid_(other.pid_) {}
+
+PeerSlot &PeerSlot::operator=(PeerSlot &&other) noexcept {
+  if (this != &other) {
+    reset();
+    tally_ = std::move(other.tally_);
+    pid_ = other.pid_;
+  }
+  return *this;
+}
+
+void PeerSlot::reset() {
+  if (tally_) tally_->remove(pid_);
+  tally_.reset();
+}
+
+bool send_small(int fd, const Bytes &frame) {
+  Bytes bytes;
+  put_u32(&bytes, (uint32_t)frame.size());
+  bytes.insert(bytes.end(), frame.begin(), frame.end());
+  ssize_t n;
+  do {
+    n = send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+  } while (n < 0 && errno == EINTR);
+  return n == (ssize_t)bytes.size();
+}
+
+Acceptor::Acceptor(GMainContext *ctx, std::string name, size_t budget, AcceptorOwner *owner)
+    : ctx_(g_main_context_ref(ctx)), name_(std::move(name)), budget_(budget), owner_(owner) {}
+
+Acceptor::~Acceptor() {
+  shutdown();
+  g_main_context_unref(ctx_);
+}
+
+void Acceptor::shutdown() {
+  owner_ = nullptr;
+  drop_source(&listen_watch_);
+  drop_source(&resume_timer_);
+  while (!pending_.empty()) release(pending_.back(), false);
+}
+
+void Acceptor::start(int listen_fd) {
+  listen_fd_ = listen_fd;
+  watch_listener();
+}
+
+void Acceptor::watch_listener() {
+  if (!listen_watch_ && owner_) listen_watch_ = fd_watch(listen_fd_, on_accept, this, ctx_);
+}
+
+void Acceptor::release(Pending *p, bool keep_fd) {
+  pending_.erase(std::remove(pending_.begin(), pending_.end(), p), pending_.end());
+  drop_source(&p->watch_);
+  drop_source(&p->timer_);
+  if (!keep_fd && p->fd >= 0) close(p->fd);
+  if (p == dispatching_) released_dispatching_ = true;
+  delete p;
+}
+
+void Acceptor::set_deadline(Pending *p, int ms) {
+  drop_source(&p->timer_);
+  p->timer_ = g_timeout_source_new((guint)ms);
+  g_source_set_callback(p->timer_, on_expired, p, nullptr);
+  g_source_attach(p->timer_, ctx_);
+}
+
+size_t Acceptor::pending_of(pid_t pid) const {
+  return (size_t)std::count_if(pending_.begin(), pending_.end(),
+                               [pid](const Pending *p) { return p->pid == pid; });
+}
+
+bool Acceptor::admit(pid_t pid) {
+  const size_t streams = tally_->count(pid);
+  const size_t pending = pending_of(pid);
+  if (streams < kMaxStreamsPerPeer && pending < kMaxPendingPerPeer) return true;
+  if (tally_->warn_once(pid))
+    IPC_LOGW(
+        "%s: pid %d has %zu streams open, %zu of them not started (at most %zu and %zu): "
+        "closing its new ones",
+        name_.c_str(), (int)pid, streams, pending, kMaxStreamsPerPeer, kMaxPendingPerPeer);
+  return false;
+}
+
+void Acceptor::pause(int err) {
+  drop_source(&listen_watch_);
+  if (!paused_) {
+    IPC_LOGE(
+        "%s: cannot accept connections (%s): trying again in a moment, still serving the "
+        "open ones",
+        name_.c_str(), strerror(err));
+    pause_ms_ = kFirstPauseMs;
+  } else {
+    pause_ms_ = std::min(pause_ms_ * 2, kLongestPauseMs);
+  }
+  paused_ = true;
+  resume_timer_ = g_timeout_source_new(pause_ms_);
+  g_source_set_callback(resume_timer_, on_resume, this, nullptr);
+  g_source_attach(resume_timer_, ctx_);
+}
+
+gboolean Acceptor::on_resume(gpointer data) {
+  auto *a = static_cast<Acceptor *>(data);
+  g_source_unref(a->resume_timer_);
+  a->resume_timer_ = nullptr;
+  a->watch_listener();  // fires at once when connections wait
+  return G_SOURCE_REMOVE;
+}
+
+gboolean Acceptor::on_accept(gint fd, GIOCondition, gpointer data) {
+  auto *a = static_cast<Acceptor *>(data);
+  for (;;) {
+    int c = accept4(fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    if (c < 0) {
+      if (errno == EINTR || errno == ECONNABORTED) continue;
+      if (errno == EAGAIN || errno == EWOULDBLOCK) break;
+      // Out of descriptors or memory (EMFILE, ENFILE, ENOBUFS, ENOMEM) or anything unexpected.
+      // accept() wants a descriptor before it looks for a connection: without one waiting there
+      // is nothing to refuse yet.
+      const int err = errno;
+      struct pollfd waiting = {fd, POLLIN, 0};
+      if (poll(&waiting, 1, 0) <= 0) break;
+      // The listening socket stays readable, so watching it now would spin.
+      a->pause(err);
+      return G_SOURCE_REMOVE;  // the watch is gone (pause dropped it)
+    }
+    if (a->paused_) {
+      a->paused_ = false;
+      IPC_LOGI("%s: accepting connections again", a->name_.c_str());
+    }
+    pid_t pid = 0;
+    uid_t uid = 0;
+    if (!peer_credentials(c, &pid, &uid) || !a->admit(pid)) {
+      close(c);
+      continue;
+    }
+    auto *p = new Pending;
+    p->acceptor_ = a;
+    p->fd = c;
+    p->pid = pid;
+    p->uid = uid;
+    p->slot = PeerSlot(a->tally_, pid);
+    a->pending_.push_back(p);
+    p->watch_ = fd_watch(c, on_readable, p, a->ctx_);
+    a->set_deadline(p, hello_timeout_ms());
+  }
+  return G_SOURCE_CONTINUE;
+}
+
+gboolean Acceptor::on_readable(gint, GIOCondition, gpointer data) {
+  auto *p = static_cast<Pending *>(data);
+  Acceptor *a = p->acceptor_;
+  std::shared_ptr<Acceptor> keep = a->shared_from_this();  // the owner may let it go meanwhile
+  IoStatus status = read_available(p->fd, &p->reader, &p->frames, kReadBudget);
+  if (status == IoStatus::kTooBig || held_bytes(p) > a->budget_) {
+    IPC_LOGW("%s: dropping a stream of pid %d: it sent more than it may before it is answered",
+             a->name_.c_str(), (int)p->pid);
+    a->release(p, false);
+    return G_SOURCE_REMOVE;
+  }
+  if (!p->frames.empty() && a->owner_) {
+    a->dispatching_ = p;
+    a->released_dispatching_ = false;
+    a->owner_->on_pending_frames(p);
+    const bool gone = a->released_dispatching_;
+    a->dispatching_ = nullptr;
+    if (gone) return G_SOURCE_REMOVE;  // its watch went with it
+  }
+  if (status != IoStatus::kOk) {
+    a->release(p, false);
+    return G_SOURCE_REMOVE;
+  }
+  return G_SOURCE_CONTINUE;
+}
+
+gboolean Acceptor::on_expired(gpointer data) {
+  auto *p = static_cast<Pending *>(data);
+  Acceptor *a = p->acceptor_;
+  g_source_unref(p->timer_);
+  p->timer_ = nullptr;
+  IPC_LOGW("%s: dropping a stream of pid %d that did not complete its request in time",
+           a->name_.c_str(), (int)p->pid);
+  a->release(p, false);
+  return G_SOURCE_REMOVE;
+}
+
+}  // namespace vhost::ipc
