@@ -11,16 +11,10 @@
 
 namespace {
 
-// String properties a clone copies (0 to 15) and those destroy releases (0 to 17).
-constexpr int kClonedStrCount = 16;
-constexpr int kReleasedStrCount = 18;
-
-void set_flags_unset(velmora_account_s *data) {
-  data->request_to_server = VA_TRISTATE_UNSET;
-  data->mobile_account_exist = VA_TRISTATE_UNSET;
-  data->register_trusted_device = VA_TRISTATE_UNSET;
-  data->check_2factor_authentication = VA_TRISTATE_UNSET;
-  data->account_linking_status = VA_TRISTATE_UNSET;
+// Frees every string of a half-made clone.
+void release_strings(velmora_account_s *data) {
+  for (int id = 0; id < va_account_property_ids(VA_PROPERTY_STR); ++id)
+    va_account_clear_str(data, id);
 }
 
 }  // namespace
@@ -34,7 +28,7 @@ int velmora_account_create(velmora_account_h *handle) {
 
   auto *data = static_cast<velmora_account_s *>(calloc(1, sizeof(velmora_account_s)));
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
-  set_flags_unset(data);
+  va_account_set_flags_unset(data);
   data->connected = false;  // requests go as app-control launch requests
   *handle = data;
   return VELMORA_ACCOUNT_ERROR_NONE;
@@ -46,11 +40,14 @@ int velmora_account_destroy(velmora_account_h handle) {
   velmora_account_s *data = handle;
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  // String properties 18 to 20 (authentication token and code, partner client id) are left
-  // allocated: the handle has always behaved so and callers may rely on it. tests/lsan.supp lists
-  // these copies.
-  for (int property = 0; property < kReleasedStrCount; ++property)
-    velmora_account_util_clear_property_str(data, property);
+  // The strings the property table marks KEPT (authentication token and code, partner client id)
+  // are left allocated: the handle has always behaved so and callers may rely on it.
+  // tests/lsan.supp lists these copies.
+  int count = 0;
+  const va_property_s *table = va_account_property_table(&count);
+  for (int i = 0; i < count; ++i)
+    if (table[i].type == VA_PROPERTY_STR && table[i].released)
+      va_account_clear_str(data, table[i].id);
 
   if (data->link != NULL) {
     VA_LOGI("data->link(Profile) exist.");
@@ -63,7 +60,8 @@ int velmora_account_destroy(velmora_account_h handle) {
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_clone(velmora_account_h handle, velmora_account_h *clone) {
+int va_account_clone(velmora_account_h handle, velmora_account_h *clone) {
+  VA_LOG_NAME("velmora_account_clone");
   VA_ENTRY();
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(!clone, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
@@ -71,24 +69,31 @@ int velmora_account_clone(velmora_account_h handle, velmora_account_h *clone) {
   auto *data = static_cast<velmora_account_s *>(calloc(1, sizeof(velmora_account_s)));
   VA_RETV_IF(!data, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
 
-  for (int property = 0; property < kClonedStrCount; ++property) {
-    const char *value = *velmora_account_util_str_field(handle, property);
+  // The CLONED fields of the property table; everything else stays zero: the flags read as
+  // false, the connection and the profile link stay empty. A clone is a request's private copy,
+  // not a second connected handle.
+  int count = 0;
+  const va_property_s *table = va_account_property_table(&count);
+  for (int i = 0; i < count; ++i) {
+    const va_property_s &p = table[i];
+    if (!p.cloned) continue;
+    const char *from = reinterpret_cast<const char *>(handle) + p.offset;
+    char *to = reinterpret_cast<char *>(data) + p.offset;
+    if (p.type != VA_PROPERTY_STR) {
+      memcpy(to, from, sizeof(int));
+      continue;
+    }
+    const char *value = *reinterpret_cast<char *const *>(from);
     if (value == NULL) continue;
     char *copy = strdup(value);
     if (copy == NULL) {
-      for (int done = 0; done < property; ++done)
-        velmora_account_util_clear_property_str(data, done);
+      release_strings(data);
       free(data);
       VA_LOGE("(%s)", "!data");
       return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
     }
-    *velmora_account_util_str_field(data, property) = copy;
+    *reinterpret_cast<char **>(to) = copy;
   }
-  data->access_token_expires_in = handle->access_token_expires_in;
-  data->access_token_issue_time = handle->access_token_issue_time;
-  data->tnc_status = handle->tnc_status;
-  // Nothing else is copied: the tri-state flags stay 0 (false), the connection and the profile
-  // link stay empty. A clone is a request's private copy, not a second connected handle.
 
   *clone = data;
   VA_EXIT();

@@ -1,64 +1,66 @@
-// Velmora Account client: the property logic of the account record, without the agent check.
+// Velmora Account client: the property table of the account record and the property logic
+// without the agent check.
 //
-// Property ids map to record fields through the tables below; the public accessors, the companion
-// accessors and the reply parsers all go through these functions.
+// The rows come from VA_ACCOUNT_PROPERTIES (account_record.h); every property function, create,
+// clone and destroy find their fields here by type and id.
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 
 #include "account_record.h"
-#include "va_constants.h"
 #include "va_log.h"
 #include "velmora_account_error.h"
 
+// One row of kProperties from one line of VA_ACCOUNT_PROPERTIES.
+#define VA_PROPERTY_ROW_(member, type, id, cloned, released)   \
+  {#member,                                                    \
+   VA_PROPERTY_##type,                                         \
+   id,                                                         \
+   static_cast<unsigned>(offsetof(velmora_account_s, member)), \
+   VA_##cloned##_,                                             \
+   VA_##released##_,                                           \
+   VA_PROPERTY_##type == VA_PROPERTY_STR ? "data->" #member " == NULL" : nullptr},
+
 namespace {
 
-struct StrField {
-  char *velmora_account_s::*member;
-  const char *unset_condition;  // logged when a get finds the field unset
-};
+constexpr bool VA_CLONED_ = true;
+constexpr bool VA_NOT_CLONED_ = false;
+constexpr bool VA_RELEASED_ = true;
+constexpr bool VA_KEPT_ = false;
 
-constexpr StrField kStrFields[VA_STR_PROPERTY_COUNT] = {
-    {&velmora_account_s::access_token, "data->access_token == NULL"},
-    {&velmora_account_s::api_server_url, "data->api_server_url == NULL"},
-    {&velmora_account_s::authcode, "data->authcode == NULL"},
-    {&velmora_account_s::auth_server_url, "data->auth_server_url == NULL"},
-    {&velmora_account_s::client_id, "data->client_id == NULL"},
-    {&velmora_account_s::client_secret, "data->client_secret == NULL"},
-    {&velmora_account_s::cc, "data->cc == NULL"},
-    {&velmora_account_s::device_unique_code, "data->device_unique_code == NULL"},
-    {&velmora_account_s::expired_access_token, "data->expired_access_token == NULL"},
-    {&velmora_account_s::login_id, "data->login_id == NULL"},
-    {&velmora_account_s::mcc, "data->mcc == NULL"},
-    {&velmora_account_s::password, "data->password == NULL"},
-    {&velmora_account_s::refresh_token, "data->refresh_token == NULL"},
-    {&velmora_account_s::scope, "data->scope == NULL"},
-    {&velmora_account_s::user_id, "data->user_id == NULL"},
-    {&velmora_account_s::signin_app_message, "data->signin_app_message == NULL"},
-    {&velmora_account_s::customizedservice, "data->customizedservice == NULL"},
-    {&velmora_account_s::id_token, "data->id_token == NULL"},
-    {&velmora_account_s::authentication_token, "data->authentication_token == NULL"},
-    {&velmora_account_s::authentication_code, "data->authentication_code == NULL"},
-    {&velmora_account_s::partner_client_id, "data->partner_client_id == NULL"},
-};
+constexpr va_property_s kProperties[] = {VA_ACCOUNT_PROPERTIES(VA_PROPERTY_ROW_)};
+constexpr int kPropertyCount = sizeof(kProperties) / sizeof(kProperties[0]);
 
-// String properties from this id on are not released by velmora_account_destroy.
-constexpr int kFirstUnreleasedStr = 18;
+constexpr int count_ids(va_property_type_e type) {
+  int n = 0;
+  for (const va_property_s &p : kProperties)
+    if (p.type == type) ++n;
+  return n;
+}
 
-constexpr int velmora_account_s::*kIntFields[VA_INT_PROPERTY_COUNT] = {
-    &velmora_account_s::access_token_expires_in,
-    &velmora_account_s::access_token_issue_time,
-    &velmora_account_s::api_timeout,
-};
+// Ids of each type run from 0 without gaps, so that an id is also an index.
+constexpr bool ids_are_dense() {
+  for (const va_property_s &p : kProperties) {
+    if (p.type == VA_PROPERTY_BITS) continue;
+    if (p.id < 0 || p.id >= count_ids(p.type)) return false;
+    for (const va_property_s &q : kProperties)
+      if (&p != &q && q.type == p.type && q.id == p.id) return false;
+  }
+  return true;
+}
+static_assert(ids_are_dense(), "property ids of one type must be 0, 1, 2, ... without repeats");
+static_assert(count_ids(VA_PROPERTY_STR) == VELMORA_ACCOUNT_PROPERTY_PARTNER_CLIENT_ID + 1,
+              "a string property of velmora_account.h has no row, or a row has no id there");
+static_assert(count_ids(VA_PROPERTY_INT) == VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT + 1,
+              "an int property of velmora_account.h has no row, or a row has no id there");
+static_assert(count_ids(VA_PROPERTY_FLAG) ==
+                  VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS + 1,
+              "a bool property of velmora_account.h has no row, or a row has no id there");
 
-constexpr int velmora_account_s::*kBoolFields[VA_BOOL_PROPERTY_COUNT] = {
-    &velmora_account_s::request_to_server,
-    &velmora_account_s::register_trusted_device,
-    &velmora_account_s::check_2factor_authentication,
-    &velmora_account_s::mobile_account_exist,
-    &velmora_account_s::account_linking_status,
-};
-
-bool valid_id(int property, int count) { return property >= 0 && property < count; }
+template <typename T>
+T *field_of(velmora_account_h data, const va_property_s &p) {
+  return reinterpret_cast<T *>(reinterpret_cast<char *>(data) + p.offset);
+}
 
 }  // namespace
 
@@ -71,20 +73,46 @@ extern "C" __attribute__((noinline)) char *va_dup_field_not_released_by_destroy(
 
 extern "C" {
 
-char **velmora_account_util_str_field(velmora_account_h data, int property) {
-  if (data == NULL || !valid_id(property, VA_STR_PROPERTY_COUNT)) return NULL;
-  return &(data->*kStrFields[property].member);
+const va_property_s *va_account_property_table(int *count) {
+  if (count != nullptr) *count = kPropertyCount;
+  return kProperties;
 }
 
-int velmora_account_util_get_property_str(velmora_account_h data, int property, char **value) {
+int va_account_property_ids(va_property_type_e type) { return count_ids(type); }
+
+const va_property_s *va_account_property(va_property_type_e type, int id) {
+  for (const va_property_s &p : kProperties)
+    if (p.type == type && p.id == id && type != VA_PROPERTY_BITS) return &p;
+  return nullptr;
+}
+
+char **va_account_str_field(velmora_account_h data, int id) {
+  const va_property_s *p = va_account_property(VA_PROPERTY_STR, id);
+  if (data == nullptr || p == nullptr) return nullptr;
+  return field_of<char *>(data, *p);
+}
+
+int *va_account_int_field(velmora_account_h data, va_property_type_e type, int id) {
+  const va_property_s *p = va_account_property(type, id);
+  if (data == nullptr || p == nullptr || type == VA_PROPERTY_STR) return nullptr;
+  return field_of<int>(data, *p);
+}
+
+void va_account_set_flags_unset(velmora_account_h data) {
+  for (const va_property_s &p : kProperties)
+    if (p.type == VA_PROPERTY_FLAG) *field_of<int>(data, p) = VA_TRISTATE_UNSET;
+}
+
+int va_account_get_str(velmora_account_h data, int property, char **value) {
+  VA_LOG_NAME("velmora_account_util_get_property_str");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_STR_PROPERTY_COUNT)) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
+  const va_property_s *p = va_account_property(VA_PROPERTY_STR, property);
+  if (p == nullptr) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  const StrField &field = kStrFields[property];
-  const char *stored = data->*field.member;
+  const char *stored = *field_of<char *>(data, *p);
   if (stored == NULL) {
-    VA_LOGE("(%s)", field.unset_condition);
+    VA_LOGE("(%s)", p->unset_condition);
     return VELMORA_ACCOUNT_ERROR_NO_DATA;
   }
   char *copy = strdup(stored);
@@ -93,65 +121,72 @@ int velmora_account_util_get_property_str(velmora_account_h data, int property, 
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_util_set_property_str(velmora_account_h data, int property, const char *value) {
+int va_account_set_str(velmora_account_h data, int property, const char *value) {
+  VA_LOG_NAME("velmora_account_util_set_property_str");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_STR_PROPERTY_COUNT)) {
+  const va_property_s *p = va_account_property(VA_PROPERTY_STR, property);
+  if (p == nullptr) {
     VA_LOGI("INVALID_PARAMETER [type : %d]", property);
     return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   }
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  char *copy =
-      property >= kFirstUnreleasedStr ? va_dup_field_not_released_by_destroy(value) : strdup(value);
+  char *copy = p->released ? strdup(value) : va_dup_field_not_released_by_destroy(value);
   VA_RETV_IF(copy == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
-  char *&stored = data->*kStrFields[property].member;
+  char *&stored = *field_of<char *>(data, *p);
   free(stored);
   stored = copy;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-bool velmora_account_util_clear_property_str(velmora_account_h data, int property) {
-  char **field = velmora_account_util_str_field(data, property);
-  if (field == NULL) return false;
+bool va_account_clear_str(velmora_account_h data, int property) {
+  char **field = va_account_str_field(data, property);
+  if (field == nullptr) return false;
   free(*field);
-  *field = NULL;
+  *field = nullptr;
   return true;
 }
 
-int velmora_account_util_get_property_int(velmora_account_h data, int property, int *value) {
+int va_account_get_int(velmora_account_h data, int property, int *value) {
+  VA_LOG_NAME("velmora_account_util_get_property_int");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_INT_PROPERTY_COUNT)) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
+  int *field = va_account_int_field(data, VA_PROPERTY_INT, property);
+  if (field == nullptr) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  const int stored = data->*kIntFields[property];
-  if (stored < 1) return VELMORA_ACCOUNT_ERROR_NO_DATA;  // below 1 counts as not set
-  *value = stored;
+  if (*field < 1) return VELMORA_ACCOUNT_ERROR_NO_DATA;  // below 1 counts as not set
+  *value = *field;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_util_set_property_int(velmora_account_h data, int property, int value) {
+int va_account_set_int(velmora_account_h data, int property, int value) {
+  VA_LOG_NAME("velmora_account_util_set_property_int");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_INT_PROPERTY_COUNT)) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
+  int *field = va_account_int_field(data, VA_PROPERTY_INT, property);
+  if (field == nullptr) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   // Stored as given: zero and negative values read back as not set.
-  data->*kIntFields[property] = value;
+  *field = value;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_util_get_property_bool(velmora_account_h data, int property, bool *value) {
+int va_account_get_flag(velmora_account_h data, int property, bool *value) {
+  VA_LOG_NAME("velmora_account_util_get_property_bool");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_BOOL_PROPERTY_COUNT)) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
+  int *field = va_account_int_field(data, VA_PROPERTY_FLAG, property);
+  if (field == nullptr) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  const int stored = data->*kBoolFields[property];
-  if (stored == VA_TRISTATE_UNSET) return VELMORA_ACCOUNT_ERROR_NO_DATA;
-  *value = stored != VA_TRISTATE_FALSE;
+  if (*field == VA_TRISTATE_UNSET) return VELMORA_ACCOUNT_ERROR_NO_DATA;
+  *value = *field != VA_TRISTATE_FALSE;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_util_set_property_bool(velmora_account_h data, int property, bool value) {
+int va_account_set_flag(velmora_account_h data, int property, bool value) {
+  VA_LOG_NAME("velmora_account_util_set_property_bool");
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  if (!valid_id(property, VA_BOOL_PROPERTY_COUNT)) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
-  data->*kBoolFields[property] = value ? VA_TRISTATE_TRUE : VA_TRISTATE_FALSE;
+  int *field = va_account_int_field(data, VA_PROPERTY_FLAG, property);
+  if (field == nullptr) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
+  *field = value ? VA_TRISTATE_TRUE : VA_TRISTATE_FALSE;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 

@@ -21,7 +21,7 @@ int velmora_account_get_property_str(velmora_account_h handle, int property, cha
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_get_property_str(handle, property, value);
+  return va_account_get_str(handle, property, value);
 }
 
 int velmora_account_set_property_str(velmora_account_h handle, int property, const char *value) {
@@ -29,7 +29,7 @@ int velmora_account_set_property_str(velmora_account_h handle, int property, con
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_set_property_str(handle, property, value);
+  return va_account_set_str(handle, property, value);
 }
 
 int velmora_account_unset_property_str(velmora_account_h handle, int property) {
@@ -38,7 +38,7 @@ int velmora_account_unset_property_str(velmora_account_h handle, int property) {
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  if (!velmora_account_util_clear_property_str(handle, property)) {
+  if (!va_account_clear_str(handle, property)) {
     VA_LOGI("INVALID_PARAMETER [type : %d]", property);
     return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   }
@@ -51,14 +51,14 @@ int velmora_account_get_property_int(velmora_account_h handle, int property, int
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_get_property_int(handle, property, value);
+  return va_account_get_int(handle, property, value);
 }
 
 int velmora_account_set_property_int(velmora_account_h handle, int property, int value) {
   VA_ENTRY();
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_set_property_int(handle, property, value);
+  return va_account_set_int(handle, property, value);
 }
 
 int velmora_account_get_property_bool(velmora_account_h handle, int property, bool *value) {
@@ -66,14 +66,14 @@ int velmora_account_get_property_bool(velmora_account_h handle, int property, bo
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_get_property_bool(handle, property, value);
+  return va_account_get_flag(handle, property, value);
 }
 
 int velmora_account_set_property_bool(velmora_account_h handle, int property, bool value) {
   VA_ENTRY();
   VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  return velmora_account_util_set_property_bool(handle, property, value);
+  return va_account_set_flag(handle, property, value);
 }
 
 }  // extern "C"

@@ -84,11 +84,7 @@ int velmora_account_connect(velmora_account_h *handle, velmora_account_connectio
   }
 
   svc->connected = true;
-  svc->request_to_server = VA_TRISTATE_UNSET;
-  svc->mobile_account_exist = VA_TRISTATE_UNSET;
-  svc->register_trusted_device = VA_TRISTATE_UNSET;
-  svc->check_2factor_authentication = VA_TRISTATE_UNSET;
-  svc->account_linking_status = VA_TRISTATE_UNSET;
+  va_account_set_flags_unset(svc);
   *handle = svc;
   VA_EXIT();
   return VELMORA_ACCOUNT_ERROR_NONE;

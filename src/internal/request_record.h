@@ -15,6 +15,9 @@
 extern "C" {
 #endif
 
+/* The operation a request answers (request_operation.h). */
+struct va_operation_s;
+
 /* Any of the caller's callback types, stored as one type; cast back to the operation's own
  * callback type (velmora_account_response_cb, velmora_account_signed_in_cb, ...) before calling. */
 typedef void (*velmora_account_request_cb)(void);
@@ -25,7 +28,7 @@ struct velmora_account_request_s {
   void *data;                         /* 2: the reply holder of replies that are not account
                                          properties (signed-in status, account list, profile or
                                          place list), else NULL */
-  int reserved;                       /* 3: not used */
+  const struct va_operation_s *op;    /* 3: the operation's row: its reply names and parser */
   velmora_account_request_cb nidl_cb; /* 4: the caller's callback, requests over the port */
   union {                             /* 5: */
     velmora_account_request_cb app_control_cb; /* the caller's callback, app-control requests */

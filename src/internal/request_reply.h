@@ -1,11 +1,12 @@
 /*
  * Velmora Account client: the agent's replies, in either transport.
  *
- * App-control replies reach one of the reply callbacks below (one per operation, so that logs name
- * it; they share one body). Each turns the reply into a result code (the "error_code" extra of a
- * failed reply), copies the reply's extras into the request's account clone, calls the caller's
- * callback once and frees the request record. Replies over the AccountSvc port reach one of the
- * Nidl* delegate callbacks, which do the same from an AccountS record.
+ * App-control replies reach va_reply_app_control_cb, which logs under the name the operation's row
+ * gives it ("access_token_result_cb"), turns the reply into a result code (the "error_code" extra
+ * of a failed reply), hands the reply to the row's parser (by default: its extras into the
+ * request's account clone, then the caller's callback), and frees the request record. Replies over
+ * the AccountSvc port reach va_reply_port_cb ("NidlAccessTokenCb"), which does the same from an
+ * AccountS record; places and profiles name delegate callbacks of their own in their rows.
  *
  * The account clone handed to the caller's callback is not destroyed here: it belongs to the
  * callback's receiver.
@@ -17,6 +18,7 @@
 
 #include "account_svc_proxy.h"
 #include "app_control.h"
+#include "request_operation.h"
 #include "request_record.h"
 #include "velmora_account.h"
 
@@ -41,55 +43,50 @@ typedef struct {
 } va_account_id_list_s;
 
 /* A new zeroed request record holding `account`, the caller's port-mode `callback` and
- * `user_data`; NULL when out of memory. */
-velmora_account_request_h __create_nidl_request(velmora_account_h account,
-                                                velmora_account_request_cb callback,
-                                                void *user_data);
+ * `user_data` (logs as __create_nidl_request); NULL when out of memory. */
+velmora_account_request_h va_request_create_port(velmora_account_h account,
+                                                 velmora_account_request_cb callback,
+                                                 void *user_data);
 
-/* ---- app-control reply callbacks (user_data: the request record) ----
- * All but the last two call a velmora_account_response_cb. */
-void sign_in_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                       void *user_data);
-void effortless_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                          void *user_data);
-void get_default_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                           void *user_data);
-void set_default_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                           void *user_data);
-void last_access_token_result_cb(app_control_h request, app_control_h reply,
-                                 app_control_result_e result, void *user_data);
-void access_token_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                            void *user_data);
-void auth_code_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                         void *user_data);
-void confirm_user_result_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                            void *user_data);
-void mcc_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-            void *user_data);
-void update_tnc_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                   void *user_data);
-void get_account_from_property_cb(app_control_h request, app_control_h reply,
-                                  app_control_result_e result, void *user_data);
-/* Calls a velmora_account_signed_in_cb with the holder's status (holder: va_signed_in_status_s). */
-void signed_in_status_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                         void *user_data);
-/* Calls a velmora_account_list_cb with the login ids of the reply (holder: va_account_id_list_s).
- */
-void account_list_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                     void *user_data);
+/* ---- the generic reply callbacks ---- */
 
-/*
- * The shared body of the response-callback family, for reply callbacks written elsewhere (`name`
- * is logged as the callback's name). `before_callback`, when not NULL, runs on the filled account
- * just before the caller's callback (sign-out clears the login id there).
- */
-void va_reply_to_response_cb(const char *name, app_control_h reply, app_control_result_e result,
-                             velmora_account_request_h request,
-                             void (*before_callback)(velmora_account_h account));
+/* The reply callback of every app-control request (user_data: the request record): entry line
+ * under the row's app_control.reply_name, the result (va_reply_result), the row's parser or
+ * va_reply_parse_account, "REQUEST_HANDLE_FREE", the record freed, exit line. */
+void va_reply_app_control_cb(app_control_h request, app_control_h reply,
+                             app_control_result_e result, void *user_data);
+
+/* The ResponseCb delegate callback of every request over the port (user_data: the request
+ * record): entry line under the row's port.reply_name, the clone filled by the row's port.fill
+ * (set_response_handle_from_nild_result when NULL), the caller's velmora_account_response_cb, the
+ * record freed, exit line. */
+void va_reply_port_cb(void *user_data, int result, rpc_port_AccountS_h account);
+
+/* The name a request's reply is logged under: the row's app_control.reply_name, or with `port` its
+ * port.reply_name. */
+const char *va_reply_name(velmora_account_request_h request, bool port);
 
 /* The result of a reply: 0 for a successful one, else its converted "error_code" (0 without one).
- */
+ * `name` is the reply callback's name in the log. */
 int va_reply_result(const char *name, app_control_h reply, app_control_result_e result);
+
+/* ---- app-control reply parsers (va_reply_parser_fn) ---- */
+
+/* The default: the reply's extras into the clone (__foreach_extra_cb), then the caller's
+ * velmora_account_response_cb with (result, clone, user data). */
+void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result);
+/* The pieces of va_reply_parse_account, for parsers that do something in between (sign-out clears
+ * the login id): the extras into the clone, and the call of the response callback. */
+void va_reply_fill_account(velmora_account_request_h request, app_control_h reply);
+void va_reply_call_response(velmora_account_request_h request, int result);
+/* The signed-in status (holder: va_signed_in_status_s, freed here) to a
+ * velmora_account_signed_in_cb. */
+void va_reply_parse_signed_in_status(velmora_account_request_h request, app_control_h reply,
+                                     int result);
+/* The login ids of the reply (holder: va_account_id_list_s, freed here with the list) to a
+ * velmora_account_list_cb. */
+void va_reply_parse_account_list(velmora_account_request_h request, app_control_h reply,
+                                 int result);
 
 /* ---- extra-data visitors ---- */
 
@@ -100,15 +97,6 @@ bool foreach_signed_in_status_cb(app_control_h app_control, const char *key, voi
 /* Adds the value of every extra whose key contains "login_id" to the va_account_id_list_s
  * `user_data` (at most VA_ACCOUNT_LIST_MAX). */
 bool foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data);
-
-/* ---- AccountSvc reply delegates (user_data: the request record) ---- */
-void NidlEffortlessCb(void *user_data, int result, rpc_port_AccountS_h account);
-void NidlAccessTokenCb(void *user_data, int result, rpc_port_AccountS_h account);
-void NidlAuthCodeCb(void *user_data, int result, rpc_port_AccountS_h account);
-void NidlMccCb(void *user_data, int result, rpc_port_AccountS_h account);
-void NidlAccountFromGuidCb(void *user_data, int result, rpc_port_AccountS_h account);
-/* The account-linking reply carries its status in the AccountS field Password. */
-void NidlAccountLinkingCb(void *user_data, int result, rpc_port_AccountS_h account);
 
 /* Copies every non-empty string of `s` and its non-zero token times into `account`.
  * Returns NONE, or INVALID_PARAMETER for a NULL argument. */

@@ -29,14 +29,4 @@
 /* Scheme and host of the agent's own operations: the agent's application id as host. */
 #define AGENT_OPERATION_PREFIX "http://" AGENT_APP_ID
 
-/* Tri-state values of the account handle's boolean properties. */
-#define VA_TRISTATE_FALSE 0
-#define VA_TRISTATE_TRUE 1
-#define VA_TRISTATE_UNSET 2
-
-/* Property id counts of the account handle (ids run from 0). */
-#define VA_STR_PROPERTY_COUNT 21
-#define VA_INT_PROPERTY_COUNT 3
-#define VA_BOOL_PROPERTY_COUNT 5
-
 #endif /* VELMORA_VA_CONSTANTS_H */

@@ -70,13 +70,13 @@ int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_Acc
         value == nullptr || value[0] == '\0' ||
         // "-1" is the agent's "no refresh token"
         (f.property == VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN && strcmp(value, "-1") == 0);
-    if (!skip) velmora_account_util_set_property_str(account, f.property, value);
+    if (!skip) va_account_set_str(account, f.property, value);
     free(value);
   }
   for (const IntField &f : kIntFields) {
     int value = 0;
     f.get(s, &value);
-    if (value != 0) velmora_account_util_set_property_int(account, f.property, value);
+    if (value != 0) va_account_set_int(account, f.property, value);
   }
   VA_EXIT();
   return VELMORA_ACCOUNT_ERROR_NONE;
@@ -97,11 +97,9 @@ int set_response_handle_from_missing_nild_result(velmora_account_h account, rpc_
   char *status = nullptr;
   rpc_port_AccountS_get_Password(s, &status);
   if (status != nullptr && strcmp(status, "Y") == 0)
-    velmora_account_util_set_property_bool(
-        account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, true);
+    va_account_set_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, true);
   else if (status != nullptr && strcmp(status, "N") == 0)
-    velmora_account_util_set_property_bool(
-        account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, false);
+    va_account_set_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, false);
   free(status);
   VA_EXIT();
   return VELMORA_ACCOUNT_ERROR_NONE;

@@ -1,16 +1,27 @@
-// Velmora Account client: the reply callbacks of app-control requests whose caller receives an
-// account handle (velmora_account_response_cb).
+// Velmora Account client: the reply callback of every app-control request.
 //
-// One body serves them all; each operation has its own named entry so that the log names it. A
-// failed reply is still parsed: whatever extras it carries reach the account clone.
+// It logs under the reply name of the operation's row ("access_token_result_cb"), so that the log
+// names each operation's reply as it always has. A failed reply is still parsed: whatever extras it
+// carries reach the parser (by default: the account clone).
 #include <cstdlib>
 
 #include "app_control.h"
+#include "request_operation.h"
 #include "request_reply.h"
-#include "request_send.h"
 #include "va_base.h"
+#include "va_log.h"
 
 extern "C" {
+
+const char *va_reply_name(velmora_account_request_h request, bool port) {
+  // Only a request record made by the library reaches a reply callback; a NULL one (which the
+  // library never sends) gets the callback's own name.
+  const char *name = nullptr;
+  if (request != nullptr && request->op != nullptr)
+    name = port ? request->op->port.reply_name : request->op->app_control.reply_name;
+  if (name != nullptr) return name;
+  return port ? "va_reply_port_cb" : "va_reply_app_control_cb";
+}
 
 int va_reply_result(const char *name, app_control_h reply, app_control_result_e result) {
   if (result == APP_CONTROL_RESULT_SUCCEEDED) return VELMORA_ACCOUNT_ERROR_NONE;
@@ -23,47 +34,40 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
   return converted;
 }
 
-void va_reply_to_response_cb(const char *name, app_control_h reply, app_control_result_e result,
-                             velmora_account_request_h request,
-                             void (*before_callback)(velmora_account_h account)) {
+void va_reply_fill_account(velmora_account_request_h request, app_control_h reply) {
+  if (app_control_foreach_extra_data(reply, __foreach_extra_cb, request->account) !=
+      APP_CONTROL_ERROR_NONE)
+    VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
+}
+
+void va_reply_call_response(velmora_account_request_h request, int result) {
+  auto callback = reinterpret_cast<velmora_account_response_cb>(request->app_control_cb);
+  if (callback != nullptr) callback(result, request->account, request->user_data);
+}
+
+void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result) {
+  va_reply_fill_account(request, reply);
+  va_reply_call_response(request, result);
+}
+
+void va_reply_app_control_cb(app_control_h request_app_control, app_control_h reply,
+                             app_control_result_e result, void *user_data) {
+  auto *request = static_cast<velmora_account_request_h>(user_data);
+  const char *name = va_reply_name(request, false);
   VA_LOG_AS(DLOG_INFO, name, "[%s]", name);
   if (request == nullptr) {
     VA_LOG_AS(DLOG_ERROR, name, "request is NULL");
     return;
   }
   const int ret = va_reply_result(name, reply, result);
-  if (app_control_foreach_extra_data(reply, __foreach_extra_cb, request->account) !=
-      APP_CONTROL_ERROR_NONE)
-    VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
-  if (before_callback != nullptr) before_callback(request->account);
-
-  auto callback = reinterpret_cast<velmora_account_response_cb>(request->app_control_cb);
-  if (callback != nullptr) callback(ret, request->account, request->user_data);
+  va_reply_parser_fn parse = request->op != nullptr && request->op->app_control.parser != nullptr
+                                 ? request->op->app_control.parser
+                                 : va_reply_parse_account;
+  parse(request, reply, ret);
 
   VA_LOG_AS(DLOG_INFO, name, "REQUEST_HANDLE_FREE");
   free(request);  // the account now belongs to the callback's receiver
   VA_LOG_AS(DLOG_INFO, name, "[%s] <<<< ended", name);
 }
-
-#define VA_DEFINE_RESPONSE_REPLY_CB(cb_name)                                             \
-  void cb_name(app_control_h request, app_control_h reply, app_control_result_e result,  \
-               void *user_data) {                                                        \
-    va_reply_to_response_cb(__func__, reply, result,                                     \
-                            static_cast<velmora_account_request_h>(user_data), nullptr); \
-  }
-
-VA_DEFINE_RESPONSE_REPLY_CB(sign_in_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(effortless_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(get_default_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(set_default_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(last_access_token_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(access_token_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(auth_code_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(confirm_user_result_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(mcc_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(update_tnc_cb)
-VA_DEFINE_RESPONSE_REPLY_CB(get_account_from_property_cb)
-
-#undef VA_DEFINE_RESPONSE_REPLY_CB
 
 }  // extern "C"

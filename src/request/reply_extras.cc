@@ -66,17 +66,16 @@ void store_value(velmora_account_h account, const ReplyKey &k, const char *value
       }
       [[fallthrough]];
     case Dest::kStr:
-      velmora_account_util_set_property_str(account, k.property, value);
+      va_account_set_str(account, k.property, value);
       return;
     case Dest::kInt:
-      velmora_account_util_set_property_int(account, k.property,
-                                            static_cast<int>(strtol(value, nullptr, 10)));
+      va_account_set_int(account, k.property, static_cast<int>(strtol(value, nullptr, 10)));
       return;
     case Dest::kFlagYN:
       if (strcmp(value, "Y") == 0)
-        velmora_account_util_set_property_bool(account, k.property, true);
+        va_account_set_flag(account, k.property, true);
       else if (strcmp(value, "N") == 0)
-        velmora_account_util_set_property_bool(account, k.property, false);
+        va_account_set_flag(account, k.property, false);
       return;
   }
 }

@@ -1,11 +1,12 @@
-// Velmora Account client: the reply callbacks whose answer is not an account property: the
-// signed-in status and the list of signed-in login ids. Their reply holder (request field 2) was
-// allocated by the operation; these callbacks free it.
+// Velmora Account client: the reply parsers whose answer is not an account property: the
+// signed-in status and the list of signed-in login ids (va_reply_parser_fn, named by the rows of
+// the queries). Their reply holder (request field 2) was allocated with the request (the row's
+// holder_size); these parsers free it.
 #include <cstdlib>
 
 #include "app_control.h"
+#include "request_operation.h"
 #include "request_reply.h"
-#include "request_send.h"
 #include "va_log.h"
 
 namespace {
@@ -19,67 +20,50 @@ void free_ids(va_account_id_list_s *ids) {
   ids->length = 0;
 }
 
-void free_request(const char *name, velmora_account_request_h request) {
-  VA_LOG_AS(DLOG_INFO, name, "REQUEST_HANDLE_FREE");
-  free(request);
-  VA_LOG_AS(DLOG_INFO, name, "[%s] <<<< ended", name);
-}
-
 }  // namespace
 
 extern "C" {
 
-void signed_in_status_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                         void *user_data) {
-  VA_ENTRY();
-  auto *req = static_cast<velmora_account_request_h>(user_data);
-  if (req == nullptr) {
-    VA_LOGE("request is NULL");
-    return;
-  }
-  const int ret = va_reply_result(__func__, reply, result);
+void va_reply_parse_signed_in_status(velmora_account_request_h request, app_control_h reply,
+                                     int result) {
   va_signed_in_status_s local = {};
-  auto *status = req->data != nullptr ? static_cast<va_signed_in_status_s *>(req->data) : &local;
+  auto *status =
+      request->data != nullptr ? static_cast<va_signed_in_status_s *>(request->data) : &local;
   if (app_control_foreach_extra_data(reply, foreach_signed_in_status_cb, status) !=
       APP_CONTROL_ERROR_NONE)
-    VA_LOGI("Fail to app_control_foreach_extra_data");
+    VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
 
-  auto callback = reinterpret_cast<velmora_account_signed_in_cb>(req->app_control_cb);
-  if (callback != nullptr) callback(ret, req->account, status->is_signed_in, req->user_data);
+  auto callback = reinterpret_cast<velmora_account_signed_in_cb>(request->app_control_cb);
+  if (callback != nullptr)
+    callback(result, request->account, status->is_signed_in, request->user_data);
 
-  free(req->data);
-  req->data = nullptr;
-  free_request(__func__, req);
+  free(request->data);
+  request->data = nullptr;
 }
 
-void account_list_cb(app_control_h request, app_control_h reply, app_control_result_e result,
-                     void *user_data) {
-  VA_ENTRY();
-  auto *req = static_cast<velmora_account_request_h>(user_data);
-  if (req == nullptr) {
-    VA_LOGE("request is NULL");
-    return;
-  }
-  int ret = va_reply_result(__func__, reply, result);
+void va_reply_parse_account_list(velmora_account_request_h request, app_control_h reply,
+                                 int result) {
+  const char *name = va_reply_name(request, false);
   va_account_id_list_s local = {};
-  auto *ids = req->data != nullptr ? static_cast<va_account_id_list_s *>(req->data) : &local;
+  auto *ids =
+      request->data != nullptr ? static_cast<va_account_id_list_s *>(request->data) : &local;
   ids->length = 0;
   ids->list = static_cast<char **>(calloc(VA_ACCOUNT_LIST_MAX, sizeof(char *)));
   if (ids->list == nullptr || app_control_foreach_extra_data(reply, foreach_signed_in_account_cb,
                                                              ids) != APP_CONTROL_ERROR_NONE) {
-    VA_LOGI("Fail to app_control_foreach_extra_data");
+    VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
     free_ids(ids);
-    ret = VELMORA_ACCOUNT_ERROR_NO_DATA;
+    result = VELMORA_ACCOUNT_ERROR_NO_DATA;
   }
 
-  auto callback = reinterpret_cast<velmora_account_list_cb>(req->app_control_cb);
-  if (callback != nullptr) callback(ret, req->account, ids->list, ids->length, req->user_data);
+  auto callback = reinterpret_cast<velmora_account_list_cb>(request->app_control_cb);
+  if (callback != nullptr)
+    callback(result, request->account, ids->list, ids->length, request->user_data);
 
-  VA_LOGI("[__velmora_account_destroy_accountId] [length = %d]", ids->length);
+  VA_LOG_AS(DLOG_INFO, name, "[__velmora_account_destroy_accountId] [length = %d]", ids->length);
   free_ids(ids);
-  free(req->data);
-  req->data = nullptr;
-  free_request(__func__, req);
+  free(request->data);
+  request->data = nullptr;
 }
 
 }  // extern "C"

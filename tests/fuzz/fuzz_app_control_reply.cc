@@ -44,30 +44,30 @@
 namespace {
 
 using Extras = std::vector<std::pair<std::string, std::string>>;
-using ReplyCb = void (*)(app_control_h, app_control_h, app_control_result_e, void *);
-
 enum class Family { kResponse, kStatus, kList };
 
+// The reply names of the operations' rows, with the parser their rows name (none: the default,
+// the reply's extras into the clone). One generic callback serves them all.
 struct Callback {
   const char *name;
-  ReplyCb cb;
+  va_reply_parser_fn parser;
   Family family;
 };
 
-constexpr Callback kCallbacks[] = {
-    {"sign_in_result_cb", sign_in_result_cb, Family::kResponse},
-    {"effortless_result_cb", effortless_result_cb, Family::kResponse},
-    {"get_default_result_cb", get_default_result_cb, Family::kResponse},
-    {"set_default_result_cb", set_default_result_cb, Family::kResponse},
-    {"last_access_token_result_cb", last_access_token_result_cb, Family::kResponse},
-    {"access_token_result_cb", access_token_result_cb, Family::kResponse},
-    {"auth_code_result_cb", auth_code_result_cb, Family::kResponse},
-    {"confirm_user_result_cb", confirm_user_result_cb, Family::kResponse},
-    {"mcc_cb", mcc_cb, Family::kResponse},
-    {"update_tnc_cb", update_tnc_cb, Family::kResponse},
-    {"get_account_from_property_cb", get_account_from_property_cb, Family::kResponse},
-    {"signed_in_status_cb", signed_in_status_cb, Family::kStatus},
-    {"account_list_cb", account_list_cb, Family::kList},
+const Callback kCallbacks[] = {
+    {"sign_in_result_cb", nullptr, Family::kResponse},
+    {"effortless_result_cb", nullptr, Family::kResponse},
+    {"get_default_result_cb", nullptr, Family::kResponse},
+    {"set_default_result_cb", nullptr, Family::kResponse},
+    {"last_access_token_result_cb", nullptr, Family::kResponse},
+    {"access_token_result_cb", nullptr, Family::kResponse},
+    {"auth_code_result_cb", nullptr, Family::kResponse},
+    {"confirm_user_result_cb", nullptr, Family::kResponse},
+    {"mcc_cb", nullptr, Family::kResponse},
+    {"update_tnc_cb", nullptr, Family::kResponse},
+    {"get_account_from_property_cb", nullptr, Family::kResponse},
+    {"signed_in_status_cb", va_reply_parse_signed_in_status, Family::kStatus},
+    {"account_list_cb", va_reply_parse_account_list, Family::kList},
 };
 constexpr size_t kCallbackCount = sizeof(kCallbacks) / sizeof(kCallbacks[0]);
 
@@ -270,7 +270,7 @@ void fail(const char *what, const char *callback) {
 
 void check_account(const Expected &e, velmora_account_h account, const char *callback) {
   for (int p = 0; p < kStrCount; ++p) {
-    const char *got = *velmora_account_util_str_field(account, p);
+    const char *got = *va_account_str_field(account, p);
     if (e.str[p].has_value() != (got != nullptr) || (got && *e.str[p] != got)) {
       fprintf(stderr, "%s: string property %d is \"%s\", expected \"%s\"\n", callback, p,
               got ? got : "(unset)", e.str[p] ? e.str[p]->c_str() : "(unset)");
@@ -378,7 +378,7 @@ struct Received {
 // the reply path is found.
 void release(velmora_account_h account) {
   for (int p = VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN; p < kStrCount; ++p)
-    velmora_account_util_clear_property_str(account, p);
+    va_account_clear_str(account, p);
   velmora_account_destroy(account);
 }
 
@@ -407,7 +407,7 @@ int run(const uint8_t *data, size_t size) {
 
   // The request record as an app-control send leaves it.
   velmora_account_h clone = nullptr;
-  if (velmora_account_clone(g_handle, &clone) != 0) abort();
+  if (va_account_clone(g_handle, &clone) != 0) abort();
   Received rx;
   auto *request =
       static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
@@ -427,8 +427,15 @@ int run(const uint8_t *data, size_t size) {
       break;
   }
 
+  va_operation_s row = {};
+  row.name = "fuzz_operation";
+  row.app_control.reply_name = cb.name;
+  row.app_control.parser = cb.parser;
+  request->op = &row;
+
   g_watch.set(extras);
-  cb.cb(nullptr, reply, failed ? APP_CONTROL_RESULT_FAILED : APP_CONTROL_RESULT_SUCCEEDED, request);
+  va_reply_app_control_cb(
+      nullptr, reply, failed ? APP_CONTROL_RESULT_FAILED : APP_CONTROL_RESULT_SUCCEEDED, request);
   if (g_watch.leaked) fail(g_watch.leaked, cb.name);
 
   if (rx.calls != 1) fail("the caller's callback did not run exactly once", cb.name);

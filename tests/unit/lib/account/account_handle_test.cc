@@ -160,9 +160,9 @@ TEST_F(AccountHandle, CloneRefusesNullArguments) {
   Handle a;
   velmora_account_h c = nullptr;
   vtest::LogCapture log;
-  EXPECT_EQ(velmora_account_clone(nullptr, &c), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_clone(nullptr, &c), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(!handle)")) << log.dump();
-  EXPECT_EQ(velmora_account_clone(a.h, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_clone(a.h, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "(!clone)")) << log.dump();
   EXPECT_EQ(c, nullptr);
 }
@@ -184,7 +184,7 @@ TEST_F(AccountHandle, CloneCopiesTheFirstSixteenStringsAndTheTokenTimes) {
   Handle c;
   ASSERT_EQ(velmora_account_destroy(c.h), 0);  // reuse the holder for the clone
   c.h = nullptr;
-  ASSERT_EQ(velmora_account_clone(a.h, &c.h), 0);
+  ASSERT_EQ(va_account_clone(a.h, &c.h), 0);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[velmora_account_clone]")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[velmora_account_clone] <<<< ended")) << log.dump();
 
@@ -209,7 +209,7 @@ TEST_F(AccountHandle, CloneOfAHandleWithIdTokenHasNoIdToken) {
   Handle a;
   ASSERT_EQ(velmora_account_set_property_str(a.h, VELMORA_ACCOUNT_PROPERTY_ID_TOKEN, "id"), 0);
   velmora_account_h c = nullptr;
-  ASSERT_EQ(velmora_account_clone(a.h, &c), 0);
+  ASSERT_EQ(va_account_clone(a.h, &c), 0);
   char *value = nullptr;
   EXPECT_EQ(velmora_account_get_property_str(c, VELMORA_ACCOUNT_PROPERTY_ID_TOKEN, &value),
             VELMORA_ACCOUNT_ERROR_NO_DATA);
@@ -223,7 +223,7 @@ TEST_F(AccountHandle, CloneFlagsReadFalseNotUnset) {
       velmora_account_set_property_bool(a.h, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, true),
       0);
   velmora_account_h c = nullptr;
-  ASSERT_EQ(velmora_account_clone(a.h, &c), 0);
+  ASSERT_EQ(va_account_clone(a.h, &c), 0);
   for (int p = 0; p <= 4; ++p) {
     bool value = true;
     EXPECT_EQ(velmora_account_get_property_bool(c, p, &value), 0) << p;
@@ -238,7 +238,7 @@ TEST_F(AccountHandle, CloneCarriesNoConnectionAndNoProfile) {
   a.h->connection_user_data = &a;
   a.h->link = va_profile_list_new();
   velmora_account_h c = nullptr;
-  ASSERT_EQ(velmora_account_clone(a.h, &c), 0);
+  ASSERT_EQ(va_account_clone(a.h, &c), 0);
   EXPECT_FALSE(c->connected);
   EXPECT_EQ(c->proxy, nullptr);
   EXPECT_EQ(c->connection_cb, nullptr);
@@ -251,7 +251,7 @@ TEST_F(AccountHandle, CloneNeverChangesTheOriginal) {
   Handle a;
   ASSERT_EQ(velmora_account_set_property_str(a.h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me"), 0);
   velmora_account_h c = nullptr;
-  ASSERT_EQ(velmora_account_clone(a.h, &c), 0);
+  ASSERT_EQ(va_account_clone(a.h, &c), 0);
   ASSERT_EQ(velmora_account_set_property_str(c, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "other"), 0);
   EXPECT_EQ(str(a.h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID), "me");
   velmora_account_destroy(c);

@@ -355,18 +355,12 @@ TEST_F(AccountProperties, UtilFunctionsRefuseANullRecord) {
   char *s = nullptr;
   int i = 0;
   bool b = false;
-  EXPECT_EQ(velmora_account_util_get_property_str(nullptr, 0, &s),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_str(nullptr, 0, "x"),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_get_property_int(nullptr, 0, &i),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_int(nullptr, 0, 1),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_get_property_bool(nullptr, 0, &b),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(velmora_account_util_set_property_bool(nullptr, 0, true),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_get_str(nullptr, 0, &s), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_set_str(nullptr, 0, "x"), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_get_int(nullptr, 0, &i), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_set_int(nullptr, 0, 1), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_get_flag(nullptr, 0, &b), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_account_set_flag(nullptr, 0, true), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_EQ(log.count("(data == NULL)"), 6) << log.dump();
 }
 

@@ -15,7 +15,7 @@ TEST_F(ReplyCallback, SuccessfulReplyFillsTheCloneAndDeliversNone) {
   auto *request = app_control_request(as_request_cb(Received::response), &rx);
   app_control_h reply = make_reply({{"access_token", "AT"}});
   LogCapture log;
-  access_token_result_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+  reply_as("access_token_result_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, 0);
   ASSERT_NE(rx.account, nullptr);
@@ -37,7 +37,7 @@ TEST_F(ReplyCallback, FailedReplyWithExtrasStillFillsTheCloneAndDeliversTheError
   app_control_h reply = make_reply(
       {{"error_code", "-1073741830"}, {"error_msg", "sign in"}, {"api_server_url", "https://api"}});
   LogCapture log;
-  auth_code_result_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("auth_code_result_cb", reply, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
   EXPECT_EQ(str_of(rx.account, VELMORA_ACCOUNT_PROPERTY_API_SERVER_URL), "https://api");
@@ -50,7 +50,7 @@ TEST_F(ReplyCallback, AgentCodesOutsideTheLibrarysTablePassUnchanged) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::response), &rx);
   app_control_h reply = make_reply({{"error_code", "-1056964607"}});
-  effortless_result_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("effortless_result_cb", reply, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.result, -1056964607);
   app_control_destroy(reply);
 }
@@ -60,7 +60,7 @@ TEST_F(ReplyCallback, FailedReplyWithoutErrorCodeDeliversNone) {
   auto *request = app_control_request(as_request_cb(Received::response), &rx);
   app_control_h reply = make_reply({{"login_id", "x"}});
   LogCapture log;
-  last_access_token_result_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("last_access_token_result_cb", reply, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, 0);
   EXPECT_TRUE(log.has(kVaTag, 4, "ErrorCode is NULL [(null)], value set to 0")) << log.dump();
@@ -73,7 +73,7 @@ TEST_F(ReplyCallback, ErrorCodeIsReadAsADecimalPrefix) {
     Received rx;
     auto *request = app_control_request(as_request_cb(Received::response), &rx);
     app_control_h reply = make_reply({{"error_code", c.first}});
-    mcc_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, request);
+    reply_as("mcc_cb", reply, APP_CONTROL_RESULT_FAILED, request);
     EXPECT_EQ(rx.result, c.second) << c.first;
     app_control_destroy(reply);
   }
@@ -83,7 +83,7 @@ TEST_F(ReplyCallback, CanceledReplyCountsAsFailed) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::response), &rx);
   app_control_h reply = make_reply({{"error_code", "-16"}});
-  update_tnc_cb(nullptr, reply, APP_CONTROL_RESULT_CANCELED, request);
+  reply_as("update_tnc_cb", reply, APP_CONTROL_RESULT_CANCELED, request);
   EXPECT_EQ(rx.result, -16);
   app_control_destroy(reply);
 }
@@ -94,7 +94,7 @@ TEST_F(ReplyCallback, NoReplyAtAllDeliversNoneWithAnUntouchedClone) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::response), &rx);
   LogCapture log;
-  access_token_result_cb(nullptr, nullptr, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("access_token_result_cb", nullptr, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, 0);
   EXPECT_EQ(str_of(rx.account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "old");
@@ -103,25 +103,27 @@ TEST_F(ReplyCallback, NoReplyAtAllDeliversNoneWithAnUntouchedClone) {
 }
 
 TEST_F(ReplyCallback, EveryMemberOfTheFamilyLogsItsOwnName) {
-  const std::pair<app_control_reply_cb, const char *> family[] = {
-      {sign_in_result_cb, "sign_in_result_cb"},
-      {effortless_result_cb, "effortless_result_cb"},
-      {get_default_result_cb, "get_default_result_cb"},
-      {set_default_result_cb, "set_default_result_cb"},
-      {last_access_token_result_cb, "last_access_token_result_cb"},
-      {access_token_result_cb, "access_token_result_cb"},
-      {auth_code_result_cb, "auth_code_result_cb"},
-      {confirm_user_result_cb, "confirm_user_result_cb"},
-      {mcc_cb, "mcc_cb"},
-      {update_tnc_cb, "update_tnc_cb"},
-      {get_account_from_property_cb, "get_account_from_property_cb"},
+  // The reply names the rows of the response-callback family give (tokens, sign-in, queries,
+  // account services); one generic callback serves them all.
+  const std::pair<int, const char *> family[] = {
+      {0, "sign_in_result_cb"},
+      {0, "effortless_result_cb"},
+      {0, "get_default_result_cb"},
+      {0, "set_default_result_cb"},
+      {0, "last_access_token_result_cb"},
+      {0, "access_token_result_cb"},
+      {0, "auth_code_result_cb"},
+      {0, "confirm_user_result_cb"},
+      {0, "mcc_cb"},
+      {0, "update_tnc_cb"},
+      {0, "get_account_from_property_cb"},
   };
   for (const auto &member : family) {
     Received rx;
     auto *request = app_control_request(as_request_cb(Received::response), &rx);
     app_control_h reply = make_reply({{"mcc", "450"}});
     LogCapture log;
-    member.first(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+    reply_as(member.second, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
     EXPECT_EQ(rx.calls, 1) << member.second;
     EXPECT_EQ(str_of(rx.account, VELMORA_ACCOUNT_PROPERTY_MCC), "450") << member.second;
     const std::string name = member.second;
@@ -137,7 +139,7 @@ TEST_F(ReplyCallback, EveryMemberOfTheFamilyLogsItsOwnName) {
 TEST_F(ReplyCallback, MissingRequestIsLoggedAndNothingIsCalled) {
   LogCapture log;
   app_control_h reply = make_reply({});
-  access_token_result_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, nullptr);
+  reply_as("access_token_result_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, nullptr);
   EXPECT_TRUE(log.has(kVaTag, 6, "request is NULL")) << log.dump();
   app_control_destroy(reply);
 }

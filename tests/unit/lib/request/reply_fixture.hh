@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
+#include <deque>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +15,7 @@
 #include "app_control.h"
 #include "log_capture.hh"
 #include "platform_root.hh"
+#include "request_operation.h"
 #include "request_record.h"
 #include "request_reply.h"
 #include "velmora_account.h"
@@ -22,7 +25,7 @@ namespace vtest {
 // A string property of `account`, or "<unset>".
 inline std::string str_of(velmora_account_h account, int property) {
   char *value = nullptr;
-  if (velmora_account_util_get_property_str(account, property, &value) != 0) return "<unset>";
+  if (va_account_get_str(account, property, &value) != 0) return "<unset>";
   std::string out = value;
   free(value);
   return out;
@@ -90,7 +93,7 @@ class ReplyTest : public ::testing::Test {
   velmora_account_request_h app_control_request(velmora_account_request_cb callback, Received *rx,
                                                 void *holder = nullptr) {
     velmora_account_h clone = nullptr;
-    EXPECT_EQ(velmora_account_clone(handle_, &clone), 0);
+    EXPECT_EQ(va_account_clone(handle_, &clone), 0);
     auto *request =
         static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
     request->account = clone;
@@ -107,6 +110,41 @@ class ReplyTest : public ::testing::Test {
   PlatformRoot root_;
   velmora_account_h handle_ = nullptr;
 };
+
+// A row whose replies are logged as `name`, as an operation's row names its reply callback; the
+// reply parsers of the library's own rows go with their names (signed_in_status_cb,
+// account_list_cb, NidlAccountLinkingCb).
+inline const va_operation_s *reply_row(const std::string &name) {
+  static std::deque<std::string> names;
+  static std::deque<va_operation_s> rows;
+  for (const va_operation_s &row : rows)
+    if (name == row.app_control.reply_name) return &row;
+  names.push_back(name);
+  va_operation_s row = {};
+  row.name = "test_operation";
+  row.app_control.reply_name = names.back().c_str();
+  row.port.reply_name = names.back().c_str();
+  if (name == "signed_in_status_cb") row.app_control.parser = va_reply_parse_signed_in_status;
+  if (name == "account_list_cb") row.app_control.parser = va_reply_parse_account_list;
+  if (name == "NidlAccountLinkingCb") row.port.fill = set_response_handle_from_missing_nild_result;
+  rows.push_back(row);
+  return &rows.back();
+}
+
+// The app-control reply of an operation whose row names its reply callback `name`, as the
+// platform delivers it: the generic callback with the request record.
+inline void reply_as(const std::string &name, app_control_h reply, app_control_result_e result,
+                     velmora_account_request_h request) {
+  if (request != nullptr) request->op = reply_row(name);
+  va_reply_app_control_cb(nullptr, reply, result, request);
+}
+
+// The same for a ResponseCb delegate answer over the port.
+inline void port_reply_as(const std::string &name, velmora_account_request_h request, int result,
+                          rpc_port_AccountS_h s) {
+  if (request != nullptr) request->op = reply_row(name);
+  va_reply_port_cb(request, result, s);
+}
 
 template <typename F>
 velmora_account_request_cb as_request_cb(F f) {

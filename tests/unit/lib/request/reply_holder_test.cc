@@ -26,7 +26,7 @@ TEST_F(SignedInStatusReply, TrueOnlyForTheExactValueTrue) {
     Received rx;
     auto *request = app_control_request(as_request_cb(Received::status), &rx, new_status());
     app_control_h reply = make_reply({{"login_id", "u"}, {"is_signin", c.first}});
-    signed_in_status_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+    reply_as("signed_in_status_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, request);
     EXPECT_EQ(rx.calls, 1);
     EXPECT_EQ(rx.result, 0);
     EXPECT_EQ(rx.signed_in, c.second) << c.first;
@@ -40,7 +40,7 @@ TEST_F(SignedInStatusReply, WithoutTheKeyTheStatusIsFalse) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::status), &rx, new_status());
   app_control_h reply = make_reply({{"error_code", "-1073741830"}});
-  signed_in_status_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("signed_in_status_cb", reply, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.result, VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
   EXPECT_FALSE(rx.signed_in);
   app_control_destroy(reply);
@@ -64,7 +64,7 @@ TEST_F(AccountListReply, TwelveLoginIdsGiveTheFirstTen) {
   auto *request = app_control_request(as_request_cb(Received::list), &rx, new_ids());
   app_control_h reply = make_reply(extras);
   LogCapture log;
-  account_list_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+  reply_as("account_list_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, 0);
   ASSERT_EQ(rx.length, 10);
@@ -87,7 +87,7 @@ TEST_F(AccountListReply, AnyKeyContainingLoginIdCounts) {
                                     {"loginid", "no"},
                                     {"LOGIN_ID", "no"},
                                     {"user_id", "no"}});
-  account_list_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+  reply_as("account_list_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, request);
   ASSERT_EQ(rx.length, 4);
   EXPECT_EQ(rx.ids, (std::vector<std::string>{"a", "b", "c", "d"}));
   app_control_destroy(reply);
@@ -97,7 +97,7 @@ TEST_F(AccountListReply, NoLoginIdsGiveAnEmptyList) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::list), &rx, new_ids());
   app_control_h reply = make_reply({{"count", "0"}});
-  account_list_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, request);
+  reply_as("account_list_cb", reply, APP_CONTROL_RESULT_SUCCEEDED, request);
   EXPECT_EQ(rx.result, 0);
   EXPECT_EQ(rx.length, 0);
   app_control_destroy(reply);
@@ -108,7 +108,7 @@ TEST_F(AccountListReply, FailedWalkDeliversNoDataAndNoList) {
   Received rx;
   auto *request = app_control_request(as_request_cb(Received::list), &rx, new_ids());
   LogCapture log;
-  account_list_cb(nullptr, nullptr, APP_CONTROL_RESULT_FAILED, request);
+  reply_as("account_list_cb", nullptr, APP_CONTROL_RESULT_FAILED, request);
   EXPECT_EQ(rx.calls, 1);
   EXPECT_EQ(rx.result, VELMORA_ACCOUNT_ERROR_NO_DATA);
   EXPECT_TRUE(rx.list_null);

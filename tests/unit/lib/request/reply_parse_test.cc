@@ -10,7 +10,7 @@ using ReplyParse = ReplyTest;
 
 TEST_F(ReplyParse, CopiesEveryKnownKeyIntoTheAccount) {
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply = make_reply({
       {"access_token", "AT-SECRET-VALUE"},
       {"access_token_expires_in", "3600"},
@@ -48,23 +48,19 @@ TEST_F(ReplyParse, CopiesEveryKnownKeyIntoTheAccount) {
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ID_TOKEN), "IDT");
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN), "AUTHT");
   int n = 0;
-  EXPECT_EQ(velmora_account_util_get_property_int(
-                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &n),
+  EXPECT_EQ(va_account_get_int(account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN, &n),
             0);
   EXPECT_EQ(n, 3600);
-  EXPECT_EQ(velmora_account_util_get_property_int(
-                account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &n),
+  EXPECT_EQ(va_account_get_int(account, VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_ISSUE_TIME, &n),
             0);
   EXPECT_EQ(n, 1700000000);
   bool flag = false;
-  EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+  EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_TRUE(flag);
   flag = true;
-  EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag),
-            0);
+  EXPECT_EQ(
+      va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag), 0);
   EXPECT_FALSE(flag);
 
   // Every key read is logged by name; the values (tokens) are not.
@@ -79,7 +75,7 @@ TEST_F(ReplyParse, CopiesEveryKnownKeyIntoTheAccount) {
 TEST_F(ReplyParse, RefreshTokenMinusOneKeepsTheHandlesRefreshToken) {
   set(VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN, "caller-refresh");
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply = make_reply({{"refresh_token", "-1"}, {"access_token", "AT"}});
   LogCapture log;
   app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
@@ -93,29 +89,25 @@ TEST_F(ReplyParse, RefreshTokenMinusOneKeepsTheHandlesRefreshToken) {
 
 TEST_F(ReplyParse, RequestToServerLowerCaseYLeavesTheFlag) {
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
-  ASSERT_EQ(velmora_account_util_set_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false),
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_set_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false),
             0);
   app_control_h reply = make_reply({{"request_to_server", "y"}});
   app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
   bool flag = true;
-  EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+  EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_FALSE(flag);
 
   app_control_h yes = make_reply({{"request_to_server", "Y"}});
   app_control_foreach_extra_data(yes, __foreach_extra_cb, account);
-  EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+  EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_TRUE(flag);
 
   app_control_h other = make_reply({{"request_to_server", "yes"}, {"account_linking_status", "n"}});
   app_control_foreach_extra_data(other, __foreach_extra_cb, account);
-  EXPECT_EQ(velmora_account_util_get_property_bool(
-                account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
+  EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_TRUE(flag);
   app_control_destroy(reply);
@@ -126,7 +118,7 @@ TEST_F(ReplyParse, RequestToServerLowerCaseYLeavesTheFlag) {
 
 TEST_F(ReplyParse, BothDeviceCodeKeysFillTheDeviceUniqueCode) {
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h first = make_reply({{"device_physical_address", "aa:bb"}});
   app_control_foreach_extra_data(first, __foreach_extra_cb, account);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE), "aa:bb");
@@ -141,7 +133,7 @@ TEST_F(ReplyParse, BothDeviceCodeKeysFillTheDeviceUniqueCode) {
 TEST_F(ReplyParse, KeysAreComparedExactly) {
   set(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN, "mine");
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply =
       make_reply({{"Access_token", "X"}, {"access_token ", "Y"}, {"access_tokens", "Z"}});
   app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
@@ -152,7 +144,7 @@ TEST_F(ReplyParse, KeysAreComparedExactly) {
 
 TEST_F(ReplyParse, NullKeyIsLoggedAndTheWalkGoesOn) {
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   LogCapture log;
   EXPECT_TRUE(__foreach_extra_cb(nullptr, nullptr, account));
   EXPECT_TRUE(log.has(kVaTag, 4, "Error. key is null")) << log.dump();
@@ -161,7 +153,7 @@ TEST_F(ReplyParse, NullKeyIsLoggedAndTheWalkGoesOn) {
 
 TEST_F(ReplyParse, UnreadableKeyStopsTheWalk) {
   velmora_account_h account = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &account), 0);
+  ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply = make_reply({{"access_token", "AT"}});
   LogCapture log;
   // A key the reply does not hold cannot be read.

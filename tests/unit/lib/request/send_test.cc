@@ -6,7 +6,7 @@
 
 #include "account_svc_proxy.h"
 #include "reply_fixture.hh"
-#include "request_send.h"
+#include "request_operation.h"
 #include "velmora_account_request_op.h"
 
 #pragma GCC diagnostic ignored "-Wmissing-field-initializers"
@@ -32,8 +32,7 @@ std::string field(int (*get)(rpc_port_AccountS_h, char **), rpc_port_AccountS_h 
   return out;
 }
 
-int fake_invoke(rpc_port_proxy_AccountSvc_h, rpc_port_AccountS_h s,
-                rpc_port_AccountSvc_ResponseCb_h) {
+int fake_invoke(const va_op_call_s *, rpc_port_proxy_AccountSvc_h, rpc_port_AccountS_h s, void *) {
   ++g_call.calls;
   g_call.login_id = field(rpc_port_AccountS_get_LoginId, s);
   g_call.client_id = field(rpc_port_AccountS_get_ClientId, s);
@@ -74,50 +73,69 @@ constexpr va_extra_s kExtras[] = {
     {.key = "fixed", .source = VA_SOURCE_CONST, .value = "1"},
 };
 
-const va_request_op_s kOp = {
+const va_operation_s kOp = {
     .name = "test_operation",
-    .app_control_mode_log = "Request Test to [APP_CONTROL] Mode",
-    .app_id = "dev.velmora.account",
-    .operation = &REQUEST_OP_GETACCESSTOKEN,
-    .reply_cb = access_token_result_cb,
-    .required_check = VA_CHECK_AFTER_APP_ID,
-    .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
-    .nidl_mode_log = "Request Test to [NIDL] Mode",
-    .delegate_cb = NidlAccessTokenCb,
-    .invoke = fake_invoke,
-    .invoke_name = "rpc_port__Test",
     .extras = kExtras,
     .extra_count = sizeof(kExtras) / sizeof(kExtras[0]),
+    .check_at = VA_CHECK_AFTER_TARGET,
+    .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
+    .app_control = {.mode_log = "Request Test to [APP_CONTROL] Mode",
+                    .app_id = "dev.velmora.account",
+                    .operation = &REQUEST_OP_GETACCESSTOKEN,
+                    .reply_name = "access_token_result_cb"},
+    .port = {.invoke = fake_invoke,
+             .mode_log = "Request Test to [NIDL] Mode",
+             .fail_name = "rpc_port__Test",
+             .reply_name = "NidlAccessTokenCb"},
 };
 
 velmora_account_request_cb response_cb() { return as_request_cb(Received::response); }
 
+// A call of `op` on `handle` as va_operation_run makes it, with `clone` (and `holder`) made.
+va_op_call_s call_of(const va_operation_s *op, velmora_account_h handle, velmora_account_h clone,
+                     Received *rx, void *holder = nullptr) {
+  va_op_call_s call = {};
+  call.op = op;
+  call.handle = handle;
+  call.callback = response_cb();
+  call.user_data = rx;
+  call.clone = clone;
+  call.holder = holder;
+  return call;
+}
+
+// A call without a clone, for reading values.
+va_op_call_s values_of(velmora_account_h handle) { return call_of(&kOp, handle, nullptr, nullptr); }
+
 TEST_F(RequestSend, ValuesAreReadFromTheHandleBySource) {
   set(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me");
-  EXPECT_STREQ(va_extra_value(&kExtras[0], handle_), "me");
-  EXPECT_EQ(va_extra_value(&kExtras[1], handle_), nullptr);
+  const va_op_call_s call = values_of(handle_);
+  EXPECT_STREQ(va_extra_value(&kExtras[0], &call), "me");
+  EXPECT_EQ(va_extra_value(&kExtras[1], &call), nullptr);
   // Flags: "Y" only when true; "N" when false or never set.
-  EXPECT_STREQ(va_extra_value(&kExtras[4], handle_), "N");
+  EXPECT_STREQ(va_extra_value(&kExtras[4], &call), "N");
   ASSERT_EQ(velmora_account_set_property_bool(handle_, 1, false), 0);
-  EXPECT_STREQ(va_extra_value(&kExtras[4], handle_), "N");
+  EXPECT_STREQ(va_extra_value(&kExtras[4], &call), "N");
   ASSERT_EQ(velmora_account_set_property_bool(handle_, 1, true), 0);
-  EXPECT_STREQ(va_extra_value(&kExtras[4], handle_), "Y");
-  EXPECT_STREQ(va_extra_value(&kExtras[5], handle_), "1");
+  EXPECT_STREQ(va_extra_value(&kExtras[4], &call), "Y");
+  EXPECT_STREQ(va_extra_value(&kExtras[5], &call), "1");
 }
 
 TEST_F(RequestSend, MissingTellsRequiredFromOptional) {
-  EXPECT_TRUE(va_request_missing(&kOp, handle_, VA_EXTRA_REQUIRED));
-  EXPECT_TRUE(va_request_missing(&kOp, handle_, VA_EXTRA_REQUIRED_ON_TV));
+  const va_op_call_s call = values_of(handle_);
+  EXPECT_TRUE(va_operation_missing(&call, VA_EXTRA_REQUIRED));
+  EXPECT_TRUE(va_operation_missing(&call, VA_EXTRA_REQUIRED_ON_TV));
   set(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me");
   set(VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, "s");
-  EXPECT_FALSE(va_request_missing(&kOp, handle_, VA_EXTRA_REQUIRED));
-  EXPECT_FALSE(va_request_missing(&kOp, handle_, VA_EXTRA_REQUIRED_ON_TV));
+  EXPECT_FALSE(va_operation_missing(&call, VA_EXTRA_REQUIRED));
+  EXPECT_FALSE(va_operation_missing(&call, VA_EXTRA_REQUIRED_ON_TV));
 }
 
 TEST_F(RequestSend, AccountSHoldsOnlyTheSetValues) {
   set(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me");
   set(VELMORA_ACCOUNT_PROPERTY_PARTNER_CLIENT_ID, "partner");
-  rpc_port_AccountS_h s = va_request_account_s_from(&kOp, handle_);
+  const va_op_call_s call = values_of(handle_);
+  rpc_port_AccountS_h s = va_operation_account_s(&call);
   ASSERT_NE(s, nullptr);
   EXPECT_EQ(field(rpc_port_AccountS_get_LoginId, s), "me");
   EXPECT_EQ(field(rpc_port_AccountS_get_Password, s), "partner");
@@ -127,11 +145,11 @@ TEST_F(RequestSend, AccountSHoldsOnlyTheSetValues) {
 
 TEST_F(RequestSend, AppControlRequiredValueCheckedAfterTheTargetIsSet) {
   velmora_account_h clone = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &clone), 0);
+  ASSERT_EQ(va_account_clone(handle_, &clone), 0);
   Received rx;
   LogCapture log;
-  EXPECT_EQ(va_request_send_app_control(&kOp, handle_, clone, response_cb(), &rx, nullptr),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  va_op_call_s call = call_of(&kOp, handle_, clone, &rx);
+  EXPECT_EQ(va_send_app_control(&call), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, 4, "Request Test to [APP_CONTROL] Mode")) << log.dump();
   EXPECT_TRUE(
       log.has(kVaTag, 4, "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]"))
@@ -151,12 +169,12 @@ TEST_F(RequestSend, AppControlLaunchToAMissingAgentIsNotSupportedAndReleasesEver
   // The agent is known to be installed (cached) but its package is gone by now.
   root_.remove_package("dev.velmora.account");
   velmora_account_h clone = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &clone), 0);
+  ASSERT_EQ(va_account_clone(handle_, &clone), 0);
   Received rx;
   LogCapture log;
   void *holder = calloc(1, 16);  // freed with the failed request
-  EXPECT_EQ(va_request_send_app_control(&kOp, handle_, clone, response_cb(), &rx, holder),
-            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  va_op_call_s call = call_of(&kOp, handle_, clone, &rx, holder);
+  EXPECT_EQ(va_send_app_control(&call), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_TRUE(log.has(kVaTag, 4, "PROPERTY_CLIENT_SESRET is NULL")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "Set property, scope [read]")) << log.dump();
   EXPECT_TRUE(log.has(
@@ -174,12 +192,12 @@ TEST_F(RequestSend, NidlSendsTheSetValuesAndMapsMinusOneToOutOfMemory) {
   set(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me");
   set(VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, "s3cr3t");
   velmora_account_h clone = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &clone), 0);
+  ASSERT_EQ(va_account_clone(handle_, &clone), 0);
   g_call = FakeCall{.answer = -1};
   Received rx;
   LogCapture log;
-  EXPECT_EQ(va_request_send_nidl(&kOp, handle_, clone, response_cb(), &rx),
-            VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+  va_op_call_s call = call_of(&kOp, handle_, clone, &rx);
+  EXPECT_EQ(va_send_port(&call), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   EXPECT_EQ(g_call.calls, 1);
   EXPECT_EQ(g_call.login_id, "me");
   EXPECT_EQ(g_call.secret, "s3cr3t");
@@ -197,26 +215,29 @@ TEST_F(RequestSend, NidlSendsTheSetValuesAndMapsMinusOneToOutOfMemory) {
 TEST_F(RequestSend, NidlOtherFailureCodesPassUnchanged) {
   for (int code : {-13, -5, -22, 1, static_cast<int>(0xC1000001u)}) {
     velmora_account_h clone = nullptr;
-    ASSERT_EQ(velmora_account_clone(handle_, &clone), 0);
+    ASSERT_EQ(va_account_clone(handle_, &clone), 0);
     g_call = FakeCall{.answer = code};
     Received rx;
-    EXPECT_EQ(va_request_send_nidl(&kOp, handle_, clone, response_cb(), &rx), code);
+    va_op_call_s call = call_of(&kOp, handle_, clone, &rx);
+    EXPECT_EQ(va_send_port(&call), code);
     EXPECT_EQ(rx.calls, 0);
   }
 }
 
 TEST_F(RequestSend, NidlCommonAccountWithoutAProxyFails) {
-  va_request_op_s op = kOp;
-  op.invoke = nullptr;
-  op.common_type = 6;
+  va_operation_s op = kOp;
+  op.port.invoke = va_invoke_common_account;
+  op.port.request_type = 6;
+  op.port.fail_name = "rpc_port_CommonAccount";
+  op.port.fail_type = true;
   set(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, "me");
   velmora_account_h clone = nullptr;
-  ASSERT_EQ(velmora_account_clone(handle_, &clone), 0);
+  ASSERT_EQ(va_account_clone(handle_, &clone), 0);
   Received rx;
   LogCapture log;
   // A handle from velmora_account_create has no proxy: the method call cannot be made.
-  EXPECT_EQ(va_request_send_nidl(&op, handle_, clone, response_cb(), &rx),
-            VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+  va_op_call_s call = call_of(&op, handle_, clone, &rx);
+  EXPECT_EQ(va_send_port(&call), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   EXPECT_TRUE(log.has(kVaTag, 4, "Failed to rpc_port_CommonAccount[6]. err = -1")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "REQUEST_HANDLE_FREE")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "VELMORA_ACCOUNT_FREE")) << log.dump();

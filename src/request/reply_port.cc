@@ -1,0 +1,51 @@
+// Velmora Account client: the request record of a request over the AccountSvc port, and the
+// delegate callback of every request answered by a ResponseCb.
+//
+// The callback logs under the reply name of the operation's row ("NidlAccessTokenCb"). The AccountS
+// record it receives lives only for the call: its values are copied into the clone.
+#include <cstdlib>
+
+#include "request_operation.h"
+#include "request_reply.h"
+#include "va_log.h"
+
+extern "C" {
+
+velmora_account_request_h va_request_create_port(velmora_account_h account,
+                                                 velmora_account_request_cb callback,
+                                                 void *user_data) {
+  VA_LOG_NAME("__create_nidl_request");
+  VA_ENTRY();
+  auto *request =
+      static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
+  if (request == nullptr) {
+    VA_LOGE("Failed to create velmora_account_nidl_s");
+    return nullptr;
+  }
+  request->account = account;
+  request->nidl_cb = callback;
+  request->user_data = user_data;
+  VA_EXIT();
+  return request;
+}
+
+void va_reply_port_cb(void *user_data, int result, rpc_port_AccountS_h account) {
+  auto *request = static_cast<velmora_account_request_h>(user_data);
+  const char *name = va_reply_name(request, true);
+  VA_LOG_AS(DLOG_INFO, name, "[%s]", name);
+  if (request == nullptr) {
+    VA_LOG_AS(DLOG_ERROR, name, "request is NULL");
+    return;
+  }
+  va_port_fill_fn fill = request->op != nullptr && request->op->port.fill != nullptr
+                             ? request->op->port.fill
+                             : set_response_handle_from_nild_result;
+  fill(request->account, account);
+  auto callback = reinterpret_cast<velmora_account_response_cb>(request->nidl_cb);
+  if (callback != nullptr) callback(result, request->account, request->user_data);
+  // The delegate itself was made with once = true: the proxy frees it after this call.
+  free(request);
+  VA_LOG_AS(DLOG_INFO, name, "[%s] <<<< ended", name);
+}
+
+}  // extern "C"
