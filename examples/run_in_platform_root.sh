@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
 # Runs an example program in a fresh platform root that has the account agent package installed.
-#   run_in_platform_root.sh <velmora-platform program> <example program> [agent executable]
-# The agent executable need not exist: the examples that use this only look the agent up.
+#   run_in_platform_root.sh <velmora-platform program> <example program> <agent executable>
+# The examples that use this only look the agent up; it is not launched.
 set -euo pipefail
 platform=$1
 example=$2
-agent=${3:-/nonexistent/velmora-agent}
+agent=$3
 
 root=$(mktemp -d "${TMPDIR:-/tmp}/velmora-example-XXXXXX")
 trap 'rm -rf "$root"' EXIT

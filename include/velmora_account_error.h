@@ -11,6 +11,8 @@
 #ifndef VELMORA_ACCOUNT_ERROR_H
 #define VELMORA_ACCOUNT_ERROR_H
 
+#include "velmora_export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -42,6 +44,20 @@ typedef enum {
   /* The installed agent's API level is lower than the call requires (0xBFFFFFF3). */
   VELMORA_ACCOUNT_ERROR_LOWER_VERSION = -1073741837
 } velmora_account_error_e;
+
+/*
+ * The name of a result code: "VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER" for a code of this header,
+ * "AGENT_ERROR_UNKNOWN_USER" and the like for the account agent's own codes (0xC1000001 and up),
+ * which callbacks receive unchanged. A constant string, or NULL for a number no table names.
+ * Unlike the other functions it returns no result code.
+ */
+VELMORA_API const char *velmora_account_error_name(int code);
+
+/*
+ * What a result code means, in one line for people ("the account is not signed in on this device:
+ * sign in first"). A constant string, or NULL for a number no table names.
+ */
+VELMORA_API const char *velmora_account_error_message(int code);
 
 #ifdef __cplusplus
 }

@@ -73,7 +73,9 @@ grep -v '^client_secret=' "$ROOT/seed.txt" | sed 's/^/    /'
 SECRET=$(sed -n 's/^client_secret=//p' "$ROOT/seed.txt")
 [[ ${#SECRET} -eq 43 ]] || { echo "demo: the agent made no client secret" >&2; exit 1; }
 
-common=(--login-id "$LOGIN" --client-id "$CLIENT" --client-secret "$SECRET" --timeout 30)
+# Secrets never go on a command line: velmora-account reads the client secret from a file.
+printf '%s\n' "$SECRET" >"$ROOT/client-secret"
+common=(--login-id "$LOGIN" --client-id "$CLIENT" --client-secret-file "$ROOT/client-secret" --timeout 30)
 for transport in app-control nidl; do
   say "access token over $transport (the agent is launched on demand)"
   expect_key access_token token --transport "$transport" "${common[@]}" --scope read
@@ -92,7 +94,8 @@ run "$PLATFORM" logs "$APP_ID" | tail -n 3
 
 say "a refusal: a user that is not signed in"
 printf '$ velmora-account token --login-id nobody@velmora.dev ...\n'
-if "$ACCOUNT" token --login-id nobody@velmora.dev --client-id "$CLIENT" --client-secret "$SECRET"; then
+if "$ACCOUNT" token --login-id nobody@velmora.dev --client-id "$CLIENT" \
+  --client-secret-file "$ROOT/client-secret"; then
   echo "demo: the agent should have refused" >&2
   exit 1
 fi

@@ -6,7 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config
   clang libclang-rt-14-dev          # fuzz targets (libFuzzer) and their sanitizers
-  libglib2.0-dev libsqlite3-dev
+  libglib2.0-dev libsqlite3-dev libjson-glib-dev
   libsodium-dev                     # the agent: random, Argon2id, keyed hashes
   libgtest-dev libgmock-dev libbenchmark-dev
   valgrind

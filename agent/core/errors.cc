@@ -1,47 +1,35 @@
-// Velmora agent: the table of the agent's error codes.
+// Velmora agent: the agent's error codes, from the one table of result codes that the library,
+// the agent and the tools share (velmora_account_error_name; src/base's va_error_table). The
+// agent's names drop the library's "VELMORA_ACCOUNT_ERROR_" prefix ("NEED_SIGNIN"), as its
+// "error_msg" reply extra has always carried them.
 #include "errors.hh"
+
+#include <cstring>
+
+#include "va_error_table.h"
 
 namespace vagent {
 
+namespace {
+
+constexpr const char *kLibraryPrefix = "VELMORA_ACCOUNT_ERROR_";
+
+const char *agent_name(const char *name) {
+  const size_t n = strlen(kLibraryPrefix);
+  return strncmp(name, kLibraryPrefix, n) == 0 ? name + n : name;
+}
+
+}  // namespace
+
 const std::vector<ErrorInfo> &error_table() {
-  static const std::vector<ErrorInfo> table = {
-      {errc::kNone, "NONE", "success"},
-      {errc::kOutOfMemory, "OUT_OF_MEMORY", "the agent ran out of memory"},
-      {errc::kPermissionDenied, "PERMISSION_DENIED", "the caller may not use this operation"},
-      {errc::kResourceBusy, "RESOURCE_BUSY", "a database stayed busy past its time-out"},
-      {errc::kInvalidParameter, "INVALID_PARAMETER",
-       "a mandatory field is missing or a value is malformed"},
-      {errc::kNotSupported, "NOT_SUPPORTED", "not offered on this device profile"},
-      {errc::kDbFailed, "DB_FAILED", "the agent's state or the platform account store failed"},
-      {errc::kNeedSignIn, "NEED_SIGNIN", "the login id is not signed in on this device"},
-      {errc::kUnknownUser, "AGENT_ERROR_UNKNOWN_USER", "no user has this login id (or user id)"},
-      {errc::kWrongPassword, "AGENT_ERROR_WRONG_PASSWORD", "the password does not match"},
-      {errc::kUserExists, "AGENT_ERROR_USER_EXISTS", "a user with this login id exists already"},
-      {errc::kUnknownClient, "AGENT_ERROR_UNKNOWN_CLIENT", "the client id is not registered"},
-      {errc::kWrongClientSecret, "AGENT_ERROR_WRONG_CLIENT_SECRET",
-       "the client secret does not match (or is required and missing)"},
-      {errc::kScopeNotAllowed, "AGENT_ERROR_SCOPE_NOT_ALLOWED",
-       "a requested scope is not allowed for the client"},
-      {errc::kUnknownCode, "AGENT_ERROR_UNKNOWN_CODE", "the authorization code was never issued"},
-      {errc::kCodeExpired, "AGENT_ERROR_CODE_EXPIRED", "the authorization code has expired"},
-      {errc::kCodeAlreadyUsed, "AGENT_ERROR_CODE_ALREADY_USED",
-       "the authorization code was redeemed before"},
-      {errc::kCodeClientMismatch, "AGENT_ERROR_CODE_CLIENT_MISMATCH",
-       "the authorization code was issued to another client"},
-      {errc::kCodeAccountMismatch, "AGENT_ERROR_CODE_ACCOUNT_MISMATCH",
-       "the authorization code was issued for another login id"},
-      {errc::kUnknownToken, "AGENT_ERROR_UNKNOWN_TOKEN",
-       "the token was not issued to this account and client, or was revoked"},
-      {errc::kTokenExpired, "AGENT_ERROR_TOKEN_EXPIRED", "the token has expired"},
-      {errc::kNoToken, "AGENT_ERROR_NO_TOKEN",
-       "no access token was issued for this login id and client"},
-      {errc::kConsentRequired, "AGENT_ERROR_CONSENT_REQUIRED",
-       "the mandatory terms consents (bits 1 and 2) are missing"},
-      {errc::kUnknownFaultKey, "AGENT_ERROR_UNKNOWN_FAULT_KEY",
-       "fault injection: unknown key or bad value"},
-      {errc::kStateLost, "AGENT_ERROR_STATE_LOST",
-       "the agent's state does not match the platform account store or its identity record"},
-  };
+  static const std::vector<ErrorInfo> table = [] {
+    std::vector<ErrorInfo> out;
+    size_t count = 0;
+    const va_error_info *all = va_error_table(&count);
+    for (size_t i = 0; i < count; ++i)
+      if (all[i].agent_sends) out.push_back({all[i].code, agent_name(all[i].name), all[i].message});
+    return out;
+  }();
   return table;
 }
 

@@ -3,8 +3,9 @@
 // These are the numbers the agent sends as "error_code" (app-control replies) and as the result of
 // a reply delegate (AccountSvc port). Where a code of the client library fits, the agent uses it
 // (invalid parameter, need sign-in, not supported, ...); everything else is the agent's own, in the
-// range 0xC1000001.. (negative as int32), which no library code uses. The one table of all codes,
-// with names and meanings, is in errors.cc; `velmora-agent errors` prints it.
+// range 0xC1000001.. (negative as int32), which no library code uses. Names and meanings come from
+// the one table of result codes shared with the library and the tools (velmora_account_error_name);
+// `velmora-agent errors` prints the agent's part of it.
 #pragma once
 
 #include <cstdint>

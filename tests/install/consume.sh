@@ -31,6 +31,9 @@ echo "== the installed layout"
 libdir=lib
 [[ -d $P/$libdir/cmake ]] || libdir=$(cd "$P" && dirname "$(find . -path '*/cmake/VelmoraAccount' | head -1)" | sed 's|^\./||; s|/cmake$||')
 for f in bin/velmora-account bin/velmora-platform bin/velmora-agent \
+         share/man/man1/velmora-account.1 share/man/man1/velmora-platform.1 \
+         share/bash-completion/completions/velmora-account \
+         share/bash-completion/completions/velmora-platform \
          include/velmora-account/velmora_account.h include/velmora-platform/app_control.h \
          include/velmora-platform/velmora_host.h \
          "$libdir/pkgconfig/velmora-account.pc" "$libdir/pkgconfig/velmora-platform.pc" \
@@ -107,7 +110,8 @@ for exe in "$work/examples/example_token" "$work/token-pc"; do
 done
 echo "== and the installed command-line client"
 # Through a pipe: the agent launched on demand is detached, so the pipe ends with the command.
-"$P/bin/velmora-account" token --login-id consumer@velmora.dev --client-id consumer.client \
-  --client-secret "$secret" --json | cat >"$work/out.txt"
-grep -q '"access_token": ' "$work/out.txt" || fail "velmora-account: no access token"
+printf '%s\n' "$secret" |
+  "$P/bin/velmora-account" token --login-id consumer@velmora.dev --client-id consumer.client \
+    --client-secret-file - --json | cat >"$work/out.txt"
+grep -q '"access_token":"' "$work/out.txt" || fail "velmora-account: no access token"
 echo "consume.sh: ok"

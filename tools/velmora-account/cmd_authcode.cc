@@ -1,10 +1,10 @@
-// velmora-account authcode: an authorization code (velmora_account_request_auth_code).
-#include "cli.hh"
+// velmora-account authcode: velmora_account_request_auth_code; the answer must carry the property AUTHCODE.
+#include "account_cli.hh"
 
-namespace vcli {
+namespace vacc {
 
-int cmd_authcode(const Options &options) {
-  return run_request(options, "authcode", velmora_account_request_auth_code);
+int cmd_authcode(const Args &) {
+  return run_request("authcode", velmora_account_request_auth_code, VELMORA_ACCOUNT_PROPERTY_AUTHCODE);
 }
 
-}  // namespace vcli
+}  // namespace vacc

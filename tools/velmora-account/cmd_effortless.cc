@@ -1,11 +1,10 @@
-// velmora-account effortless: an authorization code for effortless login
-// (velmora_account_request_auth_code_for_effortless_login).
-#include "cli.hh"
+// velmora-account effortless: velmora_account_request_auth_code_for_effortless_login; the answer must carry the property AUTHCODE.
+#include "account_cli.hh"
 
-namespace vcli {
+namespace vacc {
 
-int cmd_effortless(const Options &options) {
-  return run_request(options, "effortless", velmora_account_request_auth_code_for_effortless_login);
+int cmd_effortless(const Args &) {
+  return run_request("effortless", velmora_account_request_auth_code_for_effortless_login, VELMORA_ACCOUNT_PROPERTY_AUTHCODE);
 }
 
-}  // namespace vcli
+}  // namespace vacc

@@ -1,10 +1,10 @@
-// velmora-account token: a new access token (velmora_account_request_access_token).
-#include "cli.hh"
+// velmora-account token: velmora_account_request_access_token; the answer must carry the property ACCESS_TOKEN.
+#include "account_cli.hh"
 
-namespace vcli {
+namespace vacc {
 
-int cmd_token(const Options &options) {
-  return run_request(options, "token", velmora_account_request_access_token);
+int cmd_token(const Args &) {
+  return run_request("token", velmora_account_request_access_token, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN);
 }
 
-}  // namespace vcli
+}  // namespace vacc

@@ -1,26 +1,122 @@
-// velmora-account: the table of commands (each in its own cmd_<name>.cc).
-#include "cli.hh"
+// velmora-account: the table of options and commands (each command in its own cmd_<name>.cc).
+#include <cstdio>
+#include <cstdlib>
+#include <string>
 
-namespace vcli {
+#include "account_cli.hh"
 
-int cmd_token(const Options &options);
-int cmd_last_token(const Options &options);
-int cmd_authcode(const Options &options);
-int cmd_effortless(const Options &options);
+namespace vacc {
 
-const std::vector<Command> &commands() {
-  static const std::vector<Command> table = {
-      {"token", "obtain a new access token", "  --expired-token TOKEN         a token to replace\n",
-       cmd_token},
-      {"last-token", "show the last access token the agent handed out",
-       "  --sync                        the blocking form (needs the nidl transport, which it\n"
-       "                                selects unless --transport is given)\n",
-       cmd_last_token},
-      {"authcode", "obtain an authorization code",
-       "  --device-code CODE            the device's unique code\n", cmd_authcode},
-      {"effortless", "obtain an authorization code for effortless login", "", cmd_effortless},
-  };
-  return table;
+int cmd_token(const Args &args);
+int cmd_last_token(const Args &args);
+int cmd_authcode(const Args &args);
+int cmd_effortless(const Args &args);
+
+Options &options() {
+  static Options o;
+  return o;
 }
 
-}  // namespace vcli
+Request &request() {
+  static Request r;
+  return r;
+}
+
+namespace {
+
+// Sets the environment the platform and the library read before the first call: the root, the
+// log level, waits no longer than --timeout; reads the secret.
+int prepare(const vcli::Command &) {
+  Options &o = options();
+  Request &r = request();
+  if (o.root) setenv("VELMORA_PLATFORM_ROOT", o.root, 1);
+  if (o.transport) {
+    const std::string t = o.transport;
+    if (t == "nidl")
+      r.transport = Transport::kNidl;
+    else if (t == "app-control")
+      r.transport = Transport::kAppControl;
+    else
+      return vcli::usage_error("--transport must be nidl or app-control, not '" + t + "'");
+    r.transport_given = true;
+  }
+  if (o.timeout_s < 1 || o.timeout_s > 3600)
+    return vcli::usage_error("--timeout must be 1 to 3600 seconds");
+  if (o.client_secret_file) {
+    std::string error;
+    if (!vcli::read_secret(o.client_secret_file, &r.client_secret, &error))
+      return vcli::usage_error("--client-secret-file: " + error);
+  }
+  // The library's waits (a method call's result, a launch) end within --timeout too.
+  const std::string ms = std::to_string(o.timeout_s * 1000);
+  for (const char *name : {"VELMORA_RPC_TIMEOUT_MS", "VELMORA_LAUNCH_TIMEOUT_MS"}) {
+    const char *set = getenv(name);
+    if (!set || atoll(set) <= 0 || atoll(set) > o.timeout_s * 1000LL) setenv(name, ms.c_str(), 1);
+  }
+  // The library logs every unset property it is asked for as an error; a command that prints
+  // whatever is set asks for all of them. Its lines go to stderr only when asked for (or when the
+  // caller chose a log level).
+  setenv("VELMORA_LOG_LEVEL", o.verbose ? "info" : "silent", o.verbose ? 1 : 0);
+  watch_platform_log();
+  return -1;
+}
+
+}  // namespace
+
+const vcli::Tool &tool() {
+  using vcli::Arg;
+  Options &o = options();
+  static const vcli::Tool kTool = {
+      "velmora-account",
+      "the Velmora account client from the command line",
+      "Asks the account agent for tokens and authorization codes through the library, in either "
+      "transport, and prints the properties of the answer that are set. A failure prints the "
+      "result code's name and what it means; with --json every outcome, failures and time-outs "
+      "included, is one JSON object on stdout. Secrets are read from a file or standard input, "
+      "never from the command line.",
+      {
+          {"root", Arg::kString, &o.root, "DIR", "the platform root (default $VELMORA_PLATFORM_ROOT)"},
+          {"transport", Arg::kString, &o.transport, "nidl|app-control",
+           "how requests travel (default app-control)"},
+          {"json", Arg::kFlag, &o.json, nullptr, "print the outcome as one JSON object"},
+          {"timeout", Arg::kInt, &o.timeout_s, "SECONDS",
+           "how long to wait for the agent, launch included (default 30)"},
+          {"verbose", Arg::kFlag, &o.verbose, nullptr, "show the library's log lines on stderr"},
+          {"login-id", Arg::kString, &o.login_id, "ID", "the account's login id"},
+          {"client-id", Arg::kString, &o.client_id, "ID", "the calling service's client id"},
+          {"client-secret-file", Arg::kString, &o.client_secret_file, "FILE",
+           "read the client's secret from FILE's first line ('-': standard input)"},
+          {"scope", Arg::kString, &o.scope, "SCOPE", "the requested scope (\"read write\")"},
+          {"expired-token", Arg::kString, &o.expired_token, "TOKEN", "a token to replace"},
+          {"device-code", Arg::kString, &o.device_code, "CODE", "the device's unique code"},
+          {"sync", Arg::kFlag, &o.sync, nullptr,
+           "the blocking form (needs the nidl transport, which it selects unless --transport is "
+           "given)"},
+      },
+      {"root", "transport", "json", "timeout", "verbose"},
+      {
+          {"token", "", "obtain a new access token",
+           {"login-id", "client-id", "client-secret-file", "scope", "expired-token"}, cmd_token, 0,
+           0},
+          {"last-token", "", "show the last access token the agent handed out",
+           {"login-id", "client-id", "client-secret-file", "scope", "sync"}, cmd_last_token, 0, 0},
+          {"authcode", "", "obtain an authorization code",
+           {"login-id", "client-id", "client-secret-file", "scope", "device-code"}, cmd_authcode,
+           0, 0},
+          {"effortless", "", "obtain an authorization code for effortless login",
+           {"login-id", "client-id", "client-secret-file", "scope"}, cmd_effortless, 0, 0},
+      },
+      {{vcli::kExitOk, "the answer carries what was asked for"},
+       {vcli::kExitFailed,
+        "the library or the agent reported a failure (its result code is printed), or the answer "
+        "lacks what was asked for"},
+       {vcli::kExitUsage, "bad command line"},
+       {vcli::kExitTimeout, "no answer within --timeout"}},
+      {{"VELMORA_PLATFORM_ROOT", "the platform root when --root is not given"},
+       {"VELMORA_LOG_LEVEL", "the lowest priority of log lines printed to stderr"}},
+      prepare,
+  };
+  return kTool;
+}
+
+}  // namespace vacc

@@ -1,16 +1,21 @@
-// velmora-account: printing a response handle (only the properties that are set) or a failure, as
-// text or as JSON.
+// velmora-account: printing an answer (only the properties that are set) or a failure, as text or
+// as one JSON object (json-glib), with the result code's name and explanation from the library's
+// table and, when the platform said why a launch or a connection failed, its reason.
 #include <glib.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "cli.hh"
+#include "account_cli.hh"
+#include "dlog.h"
+#include "json_out.hh"
+#include "velmora_host.h"
 
-namespace vcli {
+namespace vacc {
 
 namespace {
 
@@ -83,75 +88,125 @@ std::vector<Row> rows_of(velmora_account_h account) {
   return rows;
 }
 
-std::string json_string(const std::string &s) {
-  std::string out = "\"";
-  for (unsigned char c : s) {
-    switch (c) {
-      case '"':
-        out += "\\\"";
-        break;
-      case '\\':
-        out += "\\\\";
-        break;
-      case '\n':
-        out += "\\n";
-        break;
-      case '\r':
-        out += "\\r";
-        break;
-      case '\t':
-        out += "\\t";
-        break;
-      default:
-        if (c < 0x20) {
-          char buf[8];
-          snprintf(buf, sizeof buf, "\\u%04x", c);
-          out += buf;
-        } else {
-          out += static_cast<char>(c);
-        }
-    }
-  }
-  return out + "\"";
+// The platform's error lines of this run (why a launch or a connection failed), the last few.
+constexpr size_t kKeptReasons = 4;
+std::mutex g_reasons_mutex;
+std::vector<std::string> g_reasons;
+
+void on_log_line(int priority, const char *tag, const char *, const char *line, void *) {
+  // The platform's own tags (VELMORA_IPC, VELMORA_HOST, VELMORA_STORE ...), errors only.
+  if (priority < DLOG_ERROR || !g_str_has_prefix(tag, "VELMORA_")) return;
+  std::lock_guard<std::mutex> lock(g_reasons_mutex);
+  if (g_reasons.size() == kKeptReasons) g_reasons.erase(g_reasons.begin());
+  g_reasons.emplace_back(line);
 }
 
+std::string platform_reason() {
+  std::lock_guard<std::mutex> lock(g_reasons_mutex);
+  std::string text;
+  for (const std::string &r : g_reasons) text += (text.empty() ? "" : "; ") + r;
+  return text;
+}
+
+std::string hex(int code) {
+  char text[16];
+  snprintf(text, sizeof text, "0x%08X", static_cast<unsigned>(code));
+  return text;
+}
+
+// "VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER (-22)", "AGENT_ERROR_UNKNOWN_USER (-1056964607,
+// 0xC1000001)" or just the number for a code nobody named.
 std::string code_text(int code) {
-  const char *name = error_name(code);
-  char hex[16];
-  snprintf(hex, sizeof hex, "0x%08X", static_cast<unsigned>(code));
-  const std::string number = std::to_string(code) + (code < -4096 ? std::string(", ") + hex : "");
-  return name[0] ? std::string(name) + " (" + number + ")" : number;
+  const char *name = velmora_account_error_name(code);
+  const std::string number = std::to_string(code) + (code < -4096 ? ", " + hex(code) : "");
+  return name ? std::string(name) + " (" + number + ")" : number;
+}
+
+const char *explanation(int code) {
+  const char *message = velmora_account_error_message(code);
+  return message ? message : "a code no table names (an agent's own, or set by fault injection)";
+}
+
+const char *name_of_property(int id) {
+  for (const Named &p : kStrProperties)
+    if (p.id == id) return p.name;
+  return "the value asked for";
+}
+
+// A failure as one JSON object, or as text on stderr. `error` and `message` describe it; `result`
+// is the code when there is one.
+int report_failure(const char *what, const int *result, const std::string &error,
+                   const std::string &message, int status) {
+  const std::string reason = platform_reason();
+  if (options().json) {
+    vcli::JsonOut json;
+    json.str("operation", what);
+    if (result)
+      json.integer("result", *result);
+    else
+      json.null("result");
+    json.str("error", error).str("message", message);
+    if (!reason.empty()) json.str("platform_reason", reason);
+    json.integer("exit_status", status).print();
+  } else {
+    const char *name = result ? velmora_account_error_name(*result) : nullptr;
+    const std::string headline =
+        !result ? error
+        : name && error == name ? code_text(*result)
+                                : error + " (result " + code_text(*result) + ")";
+    fprintf(stderr, "velmora-account: %s failed: %s\n  %s\n", what, headline.c_str(),
+            message.c_str());
+    if (!reason.empty()) fprintf(stderr, "  the platform said: %s\n", reason.c_str());
+  }
+  return status;
 }
 
 }  // namespace
 
-int print_failure(const Options &options, const char *what, int result) {
-  if (options.json) {
-    printf("{\"operation\": %s, \"result\": %d, \"error\": %s, \"explanation\": %s}\n",
-           json_string(what).c_str(), result, json_string(error_name(result)).c_str(),
-           json_string(error_explanation(result)).c_str());
-  } else {
-    fprintf(stderr, "velmora-account: %s failed: %s\n  %s\n", what, code_text(result).c_str(),
-            error_explanation(result));
-  }
-  return kExitFailed;
+void watch_platform_log() { velmora_host_set_log_hook(on_log_line, nullptr); }
+
+int print_failure(const char *what, int result) {
+  const char *name = velmora_account_error_name(result);
+  return report_failure(what, &result, name ? name : std::to_string(result), explanation(result),
+                        vcli::kExitFailed);
 }
 
-int print_result(const Options &options, const char *what, int result, velmora_account_h account) {
-  if (result != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(options, what, result);
+int print_timeout(const char *what, const std::string &waiting_for) {
+  return report_failure(what, nullptr, "TIMED_OUT",
+                        "waited " + std::to_string(options().timeout_s) + " s for " + waiting_for +
+                            " (--timeout)",
+                        vcli::kExitTimeout);
+}
+
+int print_result(const char *what, int result, velmora_account_h account, int required) {
+  if (result != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(what, result);
   const std::vector<Row> rows = account ? rows_of(account) : std::vector<Row>{};
-  if (options.json) {
-    std::string out = "{\"operation\": " + json_string(what) + ", \"result\": 0, \"account\": {";
-    for (size_t i = 0; i < rows.size(); ++i) {
-      const auto &[name, value] = rows[i];
-      out += (i ? ", " : "") + json_string(name) + ": " +
-             (value.second ? json_string(value.first) : value.first);
+  const char *required_name = name_of_property(required);
+  bool complete = false;
+  for (const auto &[name, value] : rows)
+    if (name == required_name && !value.first.empty()) complete = true;
+  if (!complete)
+    return report_failure(what, &result, "INCOMPLETE_ANSWER",
+                          std::string("the agent reported success but its answer has no ") +
+                              required_name,
+                          kExitIncomplete);
+  if (options().json) {
+    vcli::JsonOut json;
+    json.str("operation", what).integer("result", 0).str("error", "VELMORA_ACCOUNT_ERROR_NONE");
+    json.begin_object("account");
+    for (const auto &[name, value] : rows) {
+      if (value.second)
+        json.str(name.c_str(), value.first);
+      else if (value.first == "true")
+        json.boolean(name.c_str(), true);
+      else
+        json.integer(name.c_str(), atoll(value.first.c_str()));
     }
-    printf("%s}}\n", out.c_str());
+    json.end_object().integer("exit_status", vcli::kExitOk).print();
   } else {
     for (const auto &[name, value] : rows) printf("%s: %s\n", name.c_str(), value.first.c_str());
   }
-  return kExitOk;
+  return vcli::kExitOk;
 }
 
-}  // namespace vcli
+}  // namespace vacc

@@ -3,10 +3,12 @@
 #include <glib.h>
 
 #include <cstdio>
+#include <string>
+#include <utility>
 
-#include "cli.hh"
+#include "account_cli.hh"
 
-namespace vcli {
+namespace vacc {
 
 namespace {
 
@@ -58,18 +60,22 @@ void on_connection(int result, int state, void *user_data) {
 // The connection callback's data lives as long as the handle, which may report later events.
 Connecting g_connecting;
 
-int set_properties(const Options &o, velmora_account_h h) {
-  const std::pair<int, const std::string *> values[] = {
-      {VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, &o.login_id},
-      {VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, &o.client_id},
-      {VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, &o.client_secret},
-      {VELMORA_ACCOUNT_PROPERTY_SCOPE, &o.scope},
-      {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, &o.expired_token},
-      {VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, &o.device_code},
+// A string option, or "" when not given.
+std::string text(const gchar *value) { return value ? value : ""; }
+
+int set_properties(velmora_account_h h) {
+  const Options &o = options();
+  const std::pair<int, std::string> props[] = {
+      {VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, text(o.login_id)},
+      {VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, text(o.client_id)},
+      {VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, request().client_secret},
+      {VELMORA_ACCOUNT_PROPERTY_SCOPE, text(o.scope)},
+      {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, text(o.expired_token)},
+      {VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, text(o.device_code)},
   };
-  for (const auto &[property, value] : values) {
-    if (value->empty()) continue;
-    const int ret = velmora_account_set_property_str(h, property, value->c_str());
+  for (const auto &[property, value] : props) {
+    if (value.empty()) continue;
+    const int ret = velmora_account_set_property_str(h, property, value.c_str());
     if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
   }
   return VELMORA_ACCOUNT_ERROR_NONE;
@@ -90,62 +96,59 @@ void on_answer(int result, velmora_account_h account, void *user_data) {
 
 }  // namespace
 
-int open_handle(const Options &options, velmora_account_h *handle) {
+int open_handle(const char *, velmora_account_h *handle) {
   velmora_account_h h = nullptr;
-  if (options.transport == Transport::kAppControl) {
+  const int timeout_s = options().timeout_s;
+  if (request().transport == Transport::kAppControl) {
     const int ret = velmora_account_create(&h);
-    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(options, "create", ret);
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure("create", ret);
   } else {
     const int ret = velmora_account_connect(&h, on_connection, &g_connecting);
-    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(options, "connect", ret);
-    if (!run_loop(&g_connecting.wait, options.timeout_s)) {
-      fprintf(stderr, "velmora-account: the agent did not accept the connection within %d s\n",
-              options.timeout_s);
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure("connect", ret);
+    if (!run_loop(&g_connecting.wait, timeout_s)) {
       velmora_account_disconnect(h);
-      return kExitTimeout;
+      return print_timeout("connect", "the agent to accept the connection");
     }
     if (g_connecting.state != VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED) {
       velmora_account_disconnect(h);
       return print_failure(
-          options, "connect",
+          "connect",
           g_connecting.result != 0 ? g_connecting.result : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
     }
   }
-  const int ret = set_properties(options, h);
+  const int ret = set_properties(h);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
-    close_handle(options, h);
-    return print_failure(options, "set property", ret);
+    close_handle(h);
+    return print_failure("set property", ret);
   }
   *handle = h;
-  return kExitOk;
+  return vcli::kExitOk;
 }
 
-void close_handle(const Options &options, velmora_account_h handle) {
-  if (options.transport == Transport::kNidl)
+void close_handle(velmora_account_h handle) {
+  if (request().transport == Transport::kNidl)
     velmora_account_disconnect(handle);
   else
     velmora_account_destroy(handle);
 }
 
-int run_request(const Options &options, const char *what, AsyncRequest send) {
+int run_request(const char *what, AsyncRequest send, int required) {
   velmora_account_h h = nullptr;
-  int status = open_handle(options, &h);
-  if (status != kExitOk) return status;
+  int status = open_handle(what, &h);
+  if (status != vcli::kExitOk) return status;
 
   Answer answer;
   const int ret = send(h, on_answer, &answer);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
-    status = print_failure(options, what, ret);
-  } else if (!run_loop(&answer.wait, options.timeout_s)) {
-    fprintf(stderr, "velmora-account: %s: no answer from the agent within %d s\n", what,
-            options.timeout_s);
-    status = kExitTimeout;
+    status = print_failure(what, ret);
+  } else if (!run_loop(&answer.wait, options().timeout_s)) {
+    status = print_timeout(what, "an answer from the agent");
   } else {
-    status = print_result(options, what, answer.result, answer.account);
+    status = print_result(what, answer.result, answer.account, required);
   }
   if (answer.account) velmora_account_destroy(answer.account);
-  close_handle(options, h);
+  close_handle(h);
   return status;
 }
 
-}  // namespace vcli
+}  // namespace vacc

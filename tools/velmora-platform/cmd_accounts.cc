@@ -1,6 +1,7 @@
 // velmora-platform accounts [package-id]: the platform account store's records, one per line:
 //   <package-id> <user name> [<key>=<value> ...]
-// in insertion order (all packages when none is given, ordered by package).
+// in insertion order (all packages when none is given, ordered by package); with --json
+// {"accounts": [{"package_id": ..., "user_name": ..., "custom": {...}}]}.
 #include <cstdio>
 #include <string>
 
@@ -12,8 +13,26 @@ namespace vplat {
 
 namespace {
 
+struct Listing {
+  vcli::JsonOut json;
+  size_t records = 0;
+};
+
 bool print_record(const char *package, const char *user_name, const char *const *keys,
-                  const char *const *values, size_t n, void *) {
+                  const char *const *values, size_t n, void *data) {
+  auto *listing = static_cast<Listing *>(data);
+  ++listing->records;
+  if (options().json) {
+    listing->json.begin_object(nullptr).str("package_id", package);
+    if (user_name)
+      listing->json.str("user_name", user_name);
+    else
+      listing->json.null("user_name");
+    listing->json.begin_object("custom");
+    for (size_t i = 0; i < n; ++i) listing->json.str(keys[i], values[i]);
+    listing->json.end_object().end_object();
+    return true;
+  }
   std::string line = std::string(package) + " " + (user_name ? user_name : "(no user name)");
   for (size_t i = 0; i < n; ++i) line += std::string(" ") + keys[i] + "=" + values[i];
   printf("%s\n", line.c_str());
@@ -23,11 +42,17 @@ bool print_record(const char *package, const char *user_name, const char *const 
 }  // namespace
 
 int run_accounts(const Args &args) {
-  if (args.size() > 1) return usage_error("accounts", "too many arguments");
   const char *package = args.empty() ? nullptr : args[0].c_str();
-  int err = velmora_host_store_foreach(package, print_record, nullptr);
+  Listing listing;
+  listing.json.begin_array("accounts");
+  const int err = velmora_host_store_foreach(package, print_record, &listing);
   if (err != ACCOUNT_ERROR_NONE)
     return fail("cannot read the account store (error " + std::to_string(err) + ")");
+  listing.json.end_array();
+  if (options().json)
+    listing.json.print();
+  else if (listing.records == 0)
+    printf("no account is stored%s\n", package ? (" for " + args[0]).c_str() : "");
   return kExitOk;
 }
 

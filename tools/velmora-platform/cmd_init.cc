@@ -8,29 +8,20 @@
 
 namespace vplat {
 
-int run_init(const Args &args) {
-  std::string profile;
-  for (size_t i = 0; i < args.size(); ++i) {
-    if (args[i] == "--profile" && i + 1 < args.size()) {
-      profile = args[++i];
-    } else if (args[i].rfind("--profile=", 0) == 0) {
-      profile = args[i].substr(10);
-    } else if (args[i] == "--profile") {
-      return usage_error("init", "--profile needs a value");
-    } else {
-      return usage_error("init", "unexpected argument '" + args[i] + "'");
-    }
-  }
+int run_init(const Args &) {
+  const std::string profile = options().profile ? options().profile : "";
   if (!profile.empty() && !known_profile(profile))
-    return usage_error("init", "unknown profile '" + profile + "' (mobile, wearable or tv)");
-
+    return usage_error("unknown profile '" + profile + "' (mobile, wearable or tv)");
   char *error = nullptr;
   if (velmora_host_init_root(profile.empty() ? nullptr : profile.c_str(), &error) != 0)
     return fail_with(error, "cannot create the platform root");
   char *current = nullptr;
   if (velmora_host_get_profile(&current, &error) != 0)
     return fail_with(error, "cannot read the device profile");
-  printf("platform root %s (profile %s)\n", velmora_host_root(), current);
+  if (options().json)
+    vcli::JsonOut().str("root", velmora_host_root()).str("profile", current).print();
+  else
+    printf("platform root %s (profile %s)\n", velmora_host_root(), current);
   free(current);
   return kExitOk;
 }

@@ -1,6 +1,7 @@
 // velmora-platform install <package-id> --app <app-id>:<service|ui>:<exec> ...
 //                                       [--meta <app-id>:<key>=<value> ...]
 #include <glib.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -21,7 +22,7 @@ struct Meta {
 };
 
 // "<app-id>:<type>:<exec>"; the executable may itself contain ':'. A relative path is taken from
-// the current directory; the file need not exist yet.
+// the current directory; it must name an executable file.
 bool parse_app(const std::string &text, App *app, std::string *why) {
   const size_t first = text.find(':');
   const size_t second = first == std::string::npos ? first : text.find(':', first + 1);
@@ -43,6 +44,13 @@ bool parse_app(const std::string &text, App *app, std::string *why) {
   gchar *absolute = g_canonicalize_filename(exec.c_str(), nullptr);
   app->exec = absolute;
   g_free(absolute);
+  if (!g_file_test(app->exec.c_str(), G_FILE_TEST_IS_REGULAR) ||
+      access(app->exec.c_str(), X_OK) != 0) {
+    *why = "--app '" + text + "': " + app->exec +
+           " is not an executable file (give the full path of the program, for the agent the "
+           "output of `command -v velmora-agent`)";
+    return false;
+  }
   return true;
 }
 
@@ -63,34 +71,21 @@ bool parse_meta(const std::string &text, Meta *meta, std::string *why) {
 }  // namespace
 
 int run_install(const Args &args) {
-  std::string package_id;
+  const std::string &package_id = args[0];
   std::vector<App> apps;
   std::vector<Meta> metadata;
   std::string why;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string &arg = args[i];
-    if (arg == "--app" || arg == "--meta") {
-      if (i + 1 >= args.size()) return usage_error("install", arg + " needs a value");
-      const std::string &value = args[++i];
-      if (arg == "--app") {
-        App app;
-        if (!parse_app(value, &app, &why)) return usage_error("install", why);
-        apps.push_back(app);
-      } else {
-        Meta meta;
-        if (!parse_meta(value, &meta, &why)) return usage_error("install", why);
-        metadata.push_back(meta);
-      }
-    } else if (!arg.empty() && arg[0] == '-') {
-      return usage_error("install", "unknown option '" + arg + "'");
-    } else if (package_id.empty()) {
-      package_id = arg;
-    } else {
-      return usage_error("install", "unexpected argument '" + arg + "'");
-    }
+  for (gchar **a = options().apps; a && *a; ++a) {
+    App app;
+    if (!parse_app(*a, &app, &why)) return usage_error(why);
+    apps.push_back(app);
   }
-  if (package_id.empty()) return usage_error("install", "no package id given");
-  if (apps.empty()) return usage_error("install", "a package needs at least one --app");
+  for (gchar **m = options().metadata; m && *m; ++m) {
+    Meta meta;
+    if (!parse_meta(*m, &meta, &why)) return usage_error(why);
+    metadata.push_back(meta);
+  }
+  if (apps.empty()) return usage_error("a package needs at least one --app");
 
   std::vector<velmora_host_app_s> c_apps;
   for (const App &a : apps) c_apps.push_back({a.id.c_str(), a.type.c_str(), a.exec.c_str()});
@@ -101,8 +96,11 @@ int run_install(const Args &args) {
   if (velmora_host_install_package(package_id.c_str(), c_apps.data(), c_apps.size(), c_meta.data(),
                                    c_meta.size(), &error) != 0)
     return fail_with(error, "cannot install " + package_id);
-  printf("installed %s (%zu application%s)\n", package_id.c_str(), apps.size(),
-         apps.size() == 1 ? "" : "s");
+  if (options().json)
+    vcli::JsonOut().str("installed", package_id).integer("apps", static_cast<long long>(apps.size())).print();
+  else
+    printf("installed %s (%zu application%s)\n", package_id.c_str(), apps.size(),
+           apps.size() == 1 ? "" : "s");
   return kExitOk;
 }
 

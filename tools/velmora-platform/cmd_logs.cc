@@ -12,22 +12,26 @@
 namespace vplat {
 
 int run_logs(const Args &args) {
-  if (args.empty()) return usage_error("logs", "no app id given");
-  if (args.size() > 1) return usage_error("logs", "too many arguments");
   char *path = velmora_host_app_log_path(args[0].c_str());
-  if (!path) return usage_error("logs", "'" + args[0] + "' is no app id");
+  if (!path) return usage_error("'" + args[0] + "' is no app id");
   const std::string current = path;
   free(path);
+  std::string text;
   bool any = false;
   for (const std::string &file : {current + ".1", current}) {
     gchar *contents = nullptr;
     gsize length = 0;
     if (!g_file_get_contents(file.c_str(), &contents, &length, nullptr)) continue;
-    fwrite(contents, 1, length, stdout);
+    text.append(contents, length);
     g_free(contents);
     any = true;
   }
-  if (!any) printf("%s has no log yet (it was not launched in this root)\n", args[0].c_str());
+  if (options().json)
+    vcli::JsonOut().str("app_id", args[0]).str("log", text).print();
+  else if (!any)
+    printf("%s has no log yet (it was not launched in this root)\n", args[0].c_str());
+  else
+    fwrite(text.data(), 1, text.size(), stdout);
   return kExitOk;
 }
 

@@ -8,21 +8,26 @@
 namespace vplat {
 
 int run_profile(const Args &args) {
-  if (args.size() > 1) return usage_error("profile", "too many arguments");
   char *error = nullptr;
   if (args.empty()) {
     char *profile = nullptr;
     if (velmora_host_get_profile(&profile, &error) != 0)
       return fail_with(error, "cannot read the device profile");
-    printf("%s\n", profile);
+    if (options().json)
+      vcli::JsonOut().str("profile", profile).print();
+    else
+      printf("%s\n", profile);
     free(profile);
     return kExitOk;
   }
   if (!known_profile(args[0]))
-    return usage_error("profile", "unknown profile '" + args[0] + "' (mobile, wearable or tv)");
+    return usage_error("unknown profile '" + args[0] + "' (mobile, wearable or tv)");
   if (velmora_host_set_profile(args[0].c_str(), &error) != 0)
     return fail_with(error, "cannot set the device profile");
-  printf("profile %s\n", args[0].c_str());
+  if (options().json)
+    vcli::JsonOut().str("profile", args[0]).print();
+  else
+    printf("profile %s\n", args[0].c_str());
   return kExitOk;
 }
 

@@ -9,11 +9,21 @@
 namespace vplat {
 
 int run_show(const Args &args) {
-  if (args.empty()) return usage_error("show", "no package id given");
-  if (args.size() > 1) return usage_error("show", "too many arguments");
   std::vector<AppView> apps;
   std::string error;
   if (!read_package(args[0], &apps, &error)) return fail(error);
+  if (options().json) {
+    vcli::JsonOut json;
+    json.str("package_id", args[0]).begin_array("apps");
+    for (const AppView &app : apps) {
+      json.begin_object(nullptr).str("app_id", app.id).str("type", app.type).str("exec", app.exec);
+      json.begin_object("metadata");
+      for (const auto &[key, value] : app.metadata) json.str(key.c_str(), value);
+      json.end_object().end_object();
+    }
+    json.end_array().print();
+    return kExitOk;
+  }
   printf("package %s\n", args[0].c_str());
   for (const AppView &app : apps) {
     printf("app %s\n  type %s\n  exec %s\n", app.id.c_str(), app.type.c_str(), app.exec.c_str());

@@ -1,52 +1,94 @@
-// velmora-platform: the table of subcommands and the helpers they share.
+// velmora-platform: the table of options and subcommands, and the helpers they share.
 #include "commands.hh"
+
+#include <glib.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 namespace vplat {
 
-const std::vector<Command> &commands() {
-  static const std::vector<Command> kCommands = {
-      {"init", "[--profile mobile|wearable|tv]",
-       "create the platform root (device profile: mobile unless given)", run_init, false},
-      {"profile", "[mobile|wearable|tv]", "show the device profile, or set it", run_profile, true},
-      {"install",
-       "<package-id> --app <app-id>:<service|ui>:<exec> ... [--meta <app-id>:<key>=<value> ...]",
-       "install (or replace) a package with its applications and their metadata", run_install,
-       true},
-      {"remove", "<package-id>", "remove an installed package", run_remove, true},
-      {"list", "", "list the installed packages and their applications", run_list, true},
-      {"show", "<package-id>", "show a package: its applications, executables and metadata",
-       run_show, true},
-      {"accounts", "[package-id]",
-       "list the account store's records (user name, custom values), of one package or all",
-       run_accounts, true},
-      {"ps", "", "list the applications that run now (launched on demand)", run_ps, true},
-      {"stop", "<app-id>", "stop a running application", run_stop, true},
-      {"logs", "<app-id>", "show what a launched application wrote to stdout and stderr", run_logs,
-       true},
+Options &options() {
+  static Options o;
+  return o;
+}
+
+namespace {
+
+// Chooses the platform root before a subcommand runs: --root, else VELMORA_PLATFORM_ROOT. Every
+// subcommand but init needs the root to exist.
+int choose_root(const vcli::Command &command) {
+  std::string root;
+  if (vplat::options().root)
+    root = vplat::options().root;
+  else if (const char *env = getenv("VELMORA_PLATFORM_ROOT"))
+    root = env;
+  if (root.empty())
+    return vplat::usage_error("no platform root: give --root DIR or set VELMORA_PLATFORM_ROOT");
+  gchar *absolute = g_canonicalize_filename(root.c_str(), nullptr);
+  root = absolute;
+  g_free(absolute);
+  setenv("VELMORA_PLATFORM_ROOT", root.c_str(), 1);
+  if (std::string(command.name) != "init" && !g_file_test(root.c_str(), G_FILE_TEST_IS_DIR))
+    return vplat::fail("platform root " + root +
+                       " does not exist (create it with: velmora-platform init --root " + root + ")");
+  return -1;
+}
+
+}  // namespace
+
+const vcli::Tool &tool() {
+  using vcli::Arg;
+  Options &o = options();
+  static const vcli::Tool kTool = {
+      "velmora-platform",
+      "the admin command of the Velmora host platform",
+      "Creates a platform root, chooses the device profile, installs and removes application "
+      "packages with their metadata, shows what is installed and which applications run, and "
+      "stops them. The platform root is --root DIR, else $VELMORA_PLATFORM_ROOT.",
+      {
+          {"root", Arg::kString, &o.root, "DIR", "the platform root (default $VELMORA_PLATFORM_ROOT)"},
+          {"json", Arg::kFlag, &o.json, nullptr, "print the result as one JSON object"},
+          {"profile", Arg::kString, &o.profile, "PROFILE", "the device profile: mobile, wearable or tv"},
+          {"app", Arg::kStrings, &o.apps, "APP-ID:TYPE:EXEC",
+           "an application of the package: its id, service or ui, its executable (repeatable)"},
+          {"meta", Arg::kStrings, &o.metadata, "APP-ID:KEY=VALUE",
+           "a metadata entry of one of the package's applications (repeatable)"},
+      },
+      {"root", "json"},
+      {
+          {"init", "", "create the platform root (device profile: mobile unless given)",
+           {"profile"}, run_init, 0, 0},
+          {"profile", "[PROFILE]", "show the device profile, or set it", {}, run_profile, 0, 1},
+          {"install", "<package-id>",
+           "install (or replace) a package with its applications and their metadata",
+           {"app", "meta"}, run_install, 1, 1},
+          {"remove", "<package-id>", "remove an installed package", {}, run_remove, 1, 1},
+          {"list", "", "list the installed packages and their applications", {}, run_list, 0, 0},
+          {"show", "<package-id>", "show a package: its applications, executables and metadata",
+           {}, run_show, 1, 1},
+          {"accounts", "[package-id]",
+           "list the account store's records (user name, custom values), of one package or all",
+           {}, run_accounts, 0, 1},
+          {"ps", "", "list the applications that run now (launched on demand)", {}, run_ps, 0, 0},
+          {"stop", "<app-id>", "stop a running application", {}, run_stop, 1, 1},
+          {"logs", "<app-id>", "show what a launched application wrote to stdout and stderr", {},
+           run_logs, 1, 1},
+      },
+      {{vcli::kExitOk, "done"},
+       {vcli::kExitFailed, "refused by the platform, or a malformed file"},
+       {vcli::kExitUsage, "bad command line"}},
+      {{"VELMORA_PLATFORM_ROOT", "the platform root when --root is not given"},
+       {"VELMORA_LOG_LEVEL", "the lowest priority of platform log lines printed to stderr"}},
+      choose_root,
   };
-  return kCommands;
+  return kTool;
 }
 
-const Command *find_command(const std::string &name) {
-  for (const Command &c : commands())
-    if (name == c.name) return &c;
-  return nullptr;
-}
+int fail(const std::string &message) { return vcli::fail(message); }
 
-int fail(const std::string &message) {
-  fprintf(stderr, "velmora-platform: %s\n", message.c_str());
-  return kExitFailure;
-}
-
-int usage_error(const char *command, const std::string &message) {
-  const Command *c = find_command(command);
-  fprintf(stderr, "velmora-platform %s: %s\n", command, message.c_str());
-  if (c) fprintf(stderr, "usage: velmora-platform %s %s\n", c->name, c->usage);
-  return kExitUsage;
-}
+int usage_error(const std::string &message) { return vcli::usage_error(message); }
 
 int fail_with(char *platform_message, const std::string &fallback) {
   const int status = fail(platform_message ? platform_message : fallback);

@@ -1,41 +1,43 @@
 // velmora-platform: the subcommands and what they share.
 //
-// Every subcommand is one file (cmd_<name>.cc) with one entry in the table of commands.cc. A
-// subcommand receives its own arguments (after the global options were taken out) and returns the
-// process exit status.
+// Every subcommand is one file (cmd_<name>.cc) with one row in the command table of commands.cc
+// (see tools/common/cli.hh for how a row becomes help, manual page and completion). A subcommand
+// gets its positional arguments; its options are in options().
 #pragma once
 
+#include <glib.h>
+
 #include <string>
-#include <vector>
+
+#include "cli.hh"
+#include "json_out.hh"
 
 namespace vplat {
 
-// Exit statuses.
-inline constexpr int kExitOk = 0;
-inline constexpr int kExitFailure = 1;  // the platform refused or a file is malformed
-inline constexpr int kExitUsage = 2;    // bad arguments
+using vcli::Args;
+using vcli::kExitFailed;
+using vcli::kExitOk;
+using vcli::kExitUsage;
 
-using Args = std::vector<std::string>;
-
-struct Command {
-  const char *name;
-  const char *usage;    // the arguments after the name
-  const char *summary;  // one line for --help
-  int (*run)(const Args &args);
-  bool needs_root;  // the platform root must exist already
+// The parsed options of all subcommands.
+struct Options {
+  gchar *root = nullptr;
+  gboolean json = FALSE;
+  gchar *profile = nullptr;
+  gchar **apps = nullptr;
+  gchar **metadata = nullptr;
 };
+Options &options();
 
-// The table of subcommands (commands.cc).
-const std::vector<Command> &commands();
-const Command *find_command(const std::string &name);
+// The tool: its options, subcommands and exit statuses.
+const vcli::Tool &tool();
 
-// Prints "velmora-platform: <message>" to stderr and returns kExitFailure.
+// Prints "velmora-platform: <message>" to stderr and returns kExitFailed.
 int fail(const std::string &message);
-// Prints "velmora-platform <name>: <message>" and the command's usage to stderr; returns
-// kExitUsage.
-int usage_error(const char *command, const std::string &message);
 // Takes a platform message handed out by velmora_host_* (freed here) and fails with it.
 int fail_with(char *platform_message, const std::string &fallback);
+// Usage error of the running subcommand.
+int usage_error(const std::string &message);
 
 // The profiles a device can have.
 bool known_profile(const std::string &profile);

@@ -1,6 +1,7 @@
 // Velmora tests: the velmora-platform command, run as a separate program.
 #include <glib.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -79,21 +80,26 @@ class PlatformCli : public ::testing::Test {
 TEST_F(PlatformCli, HelpListsEveryCommand) {
   const CliRun r = run({"--help"}, root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(contains(r.out, "usage: velmora-platform [--root DIR] <command>")) << r.out;
-  for (const char *c : {"init", "profile", "install", "remove", "list", "show"})
+  EXPECT_TRUE(contains(r.out, "velmora-platform [OPTION…] <command>")) << r.out;
+  EXPECT_TRUE(contains(r.out, "Exit status:\n  0  done\n")) << r.out;
+  for (const char *c : {"init", "profile", "install", "remove", "list", "show", "accounts", "ps",
+                        "stop", "logs"})
     EXPECT_TRUE(contains(r.out, std::string("  ") + c + " ")) << c << "\n" << r.out;
 }
 
 TEST_F(PlatformCli, CommandHelpShowsItsUsage) {
   const CliRun r = run({"install", "--help"}, "");
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(contains(r.out, "usage: velmora-platform install <package-id> --app")) << r.out;
+  EXPECT_TRUE(contains(r.out, "velmora-platform [OPTION…] install <package-id>")) << r.out;
+  EXPECT_TRUE(contains(r.out, "--app=APP-ID:TYPE:EXEC")) << r.out;
+  EXPECT_TRUE(contains(r.out, "--root=DIR")) << r.out;
 }
 
 TEST_F(PlatformCli, NoCommandIsAUsageError) {
   const CliRun r = run({}, root_.path());
   EXPECT_EQ(r.status, 2);
-  EXPECT_TRUE(contains(r.err, "usage: velmora-platform")) << r.err;
+  EXPECT_TRUE(contains(r.err, "velmora-platform: no command given\n(see velmora-platform --help)"))
+      << r.err;
 }
 
 TEST_F(PlatformCli, UnknownCommandAndOptionAreUsageErrors) {
@@ -102,7 +108,7 @@ TEST_F(PlatformCli, UnknownCommandAndOptionAreUsageErrors) {
   EXPECT_TRUE(contains(r.err, "unknown command 'frobnicate'")) << r.err;
   r = run({"--verbose", "list"}, root_.path());
   EXPECT_EQ(r.status, 2);
-  EXPECT_TRUE(contains(r.err, "unknown option '--verbose'")) << r.err;
+  EXPECT_TRUE(contains(r.err, "Unknown option --verbose")) << r.err;
   r = run({"list", "extra"}, root_.path());
   EXPECT_EQ(r.status, 2);
 }
@@ -114,7 +120,7 @@ TEST_F(PlatformCli, MissingRootIsAClearError) {
       << r.err;
   const CliRun dangling = run({"list", "--root"}, "");
   EXPECT_EQ(dangling.status, 2);
-  EXPECT_TRUE(contains(dangling.err, "--root needs a directory")) << dangling.err;
+  EXPECT_TRUE(contains(dangling.err, "Missing argument for --root")) << dangling.err;
 }
 
 TEST_F(PlatformCli, RootThatDoesNotExistIsRefused) {
@@ -197,8 +203,8 @@ TEST_F(PlatformCli, ProfileOfAMalformedConfigurationIsAClearError) {
 
 TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
   const CliRun r =
-      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent",
-           "--app", "dev.velmora.account.ui:ui:/opt/agent", "--meta",
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/bin/true",
+           "--app", "dev.velmora.account.ui:ui:/bin/true", "--meta",
            "dev.velmora.account:velmora-experience-service-api-level=3"},
           root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
@@ -210,7 +216,7 @@ TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
 
 TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
   const CliRun r =
-      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/opt/agent"},
+      run({"install", "dev.velmora.account", "--app", "dev.velmora.account:service:/bin/true"},
           root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "installed dev.velmora.account (1 application)\n");
@@ -219,8 +225,11 @@ TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
 }
 
 TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
+  g_mkdir_with_parents(root_.path_of("bin").c_str(), 0700);
+  ASSERT_TRUE(g_file_set_contents(root_.path_of("bin/app").c_str(), "#!/bin/sh\n", -1, nullptr));
+  ASSERT_EQ(chmod(root_.path_of("bin/app").c_str(), 0700), 0);
   ASSERT_EQ(run({"install", "dev.example.app", "--app", "dev.example.app:service:bin/app", "--app",
-                 "dev.example.app.ui:ui:/usr/bin/app-ui", "--meta",
+                 "dev.example.app.ui:ui:/bin/true", "--meta",
                  "dev.example.app:url=http://x/y?a=b", "--meta", "dev.example.app:empty="},
                 root_.path(), root_.path())
                 .status,
@@ -238,7 +247,7 @@ TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
                 "  metadata empty=\n"
                 "app dev.example.app.ui\n"
                 "  type ui\n"
-                "  exec /usr/bin/app-ui\n");
+                "  exec /bin/true\n");
 }
 
 TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
@@ -246,42 +255,49 @@ TEST_F(PlatformCli, InstallRefusesMalformedArguments) {
     std::vector<std::string> args;
     const char *complaint;
   } cases[] = {
-      {{"install"}, "no package id given"},
+      {{"install"}, "needs <package-id>"},
       {{"install", "dev.example.a"}, "a package needs at least one --app"},
-      {{"install", "dev.example.a", "--app"}, "--app needs a value"},
+      {{"install", "dev.example.a", "--app"}, "Missing argument for --app"},
       {{"install", "dev.example.a", "--app", "dev.example.a"},
        "is not <app-id>:<service|ui>:<exec>"},
       {{"install", "dev.example.a", "--app", "dev.example.a:daemon:/x"},
        "the type is service or ui"},
       {{"install", "dev.example.a", "--app", "dev.example.a:service:"},
        "needs an application id and an executable"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", "a:novalue"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:service:/nonexistent/app"},
+       "/nonexistent/app is not an executable file (give the full path of the program"},
+      {{"install", "dev.example.a", "--app", "dev.example.a:service:not-executable"},
+       "/not-executable is not an executable file"},
+      {{"install", "dev.example.a", "--app", "a:service:/bin/true", "--meta", "a:novalue"},
        "is not <app-id>:<key>=<value>"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--meta", ":k=v"},
+      {{"install", "dev.example.a", "--app", "a:service:/bin/true", "--meta", ":k=v"},
        "is not <app-id>:<key>=<value>"},
-      {{"install", "dev.example.a", "--app", "a:service:/x", "--force"},
-       "unknown option '--force'"},
-      {{"install", "dev.example.a", "dev.example.b", "--app", "a:service:/x"},
+      {{"install", "dev.example.a", "--app", "a:service:/bin/true", "--force"},
+       "Unknown option --force"},
+      {{"install", "dev.example.a", "dev.example.b", "--app", "a:service:/bin/true"},
        "unexpected argument 'dev.example.b'"},
   };
+  // A file that exists but may not be executed.
+  ASSERT_TRUE(g_file_set_contents(root_.path_of("not-executable").c_str(), "x", -1, nullptr));
+  ASSERT_EQ(chmod(root_.path_of("not-executable").c_str(), 0600), 0);
   for (const auto &c : cases) {
-    const CliRun r = run(c.args, root_.path());
+    const CliRun r = run(c.args, root_.path(), root_.path());
     EXPECT_EQ(r.status, 2) << c.complaint << "\n" << r.err;
     EXPECT_TRUE(contains(r.err, c.complaint)) << r.err;
-    EXPECT_TRUE(contains(r.err, "usage: velmora-platform install")) << r.err;
+    EXPECT_TRUE(contains(r.err, "(see velmora-platform install --help)")) << r.err;
   }
-  EXPECT_EQ(run({"list"}, root_.path()).out, "");
+  EXPECT_EQ(run({"list"}, root_.path()).out, "no package is installed\n");
 }
 
 TEST_F(PlatformCli, InstallReportsWhatThePlatformRefuses) {
-  CliRun r = run({"install", "dev.example.a", "--app", "dev.example.a:service:/x", "--meta",
+  CliRun r = run({"install", "dev.example.a", "--app", "dev.example.a:service:/bin/true", "--meta",
                   "dev.example.other:k=v"},
                  root_.path());
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(contains(
       r.err, "metadata for 'dev.example.other', which is not an application of dev.example.a"))
       << r.err;
-  r = run({"install", "bad/id", "--app", "x:service:/x"}, root_.path());
+  r = run({"install", "bad/id", "--app", "x:service:/bin/true"}, root_.path());
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(contains(r.err, "invalid package id 'bad/id'")) << r.err;
 }
@@ -372,4 +388,49 @@ TEST_F(PlatformCli, PsLogsAndStopShowAndEndALaunchedApplication) {
   r = run({"stop", "dev.velmora.account"}, root_.path());
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(contains(r.err, "dev.velmora.account is not running")) << r.err;
+}
+
+// --json: listings and answers are one JSON object; empty listings say so in text.
+TEST_F(PlatformCli, ListingsAsJsonAndEmptyListingsSaySo) {
+  CliRun r = run({"list"}, root_.path());
+  EXPECT_EQ(r.out, "no package is installed\n");
+  r = run({"accounts"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "no account is stored\n");
+  r = run({"list", "--json"}, root_.path());
+  EXPECT_EQ(r.out, "{\"packages\":[]}\n");
+  r = run({"ps", "--json"}, root_.path());
+  EXPECT_EQ(r.out, "{\"running\":[]}\n");
+  r = run({"accounts", "--json"}, root_.path());
+  EXPECT_EQ(r.out, "{\"accounts\":[]}\n");
+
+  root_.install_package("dev.example.a", {{"dev.example.a", "service", "/bin/true"}},
+                        {{"dev.example.a", "level", "5"}});
+  r = run({"list", "--json"}, root_.path());
+  EXPECT_EQ(r.out,
+            "{\"packages\":[{\"package_id\":\"dev.example.a\",\"apps\":[{\"app_id\":\"dev."
+            "example.a\",\"type\":\"service\"}]}]}\n");
+  r = run({"show", "dev.example.a", "--json"}, root_.path());
+  EXPECT_EQ(r.out,
+            "{\"package_id\":\"dev.example.a\",\"apps\":[{\"app_id\":\"dev.example.a\",\"type\":"
+            "\"service\",\"exec\":\"/bin/true\",\"metadata\":{\"level\":\"5\"}}]}\n");
+  r = run({"profile", "--json"}, root_.path());
+  EXPECT_EQ(r.out, "{\"profile\":\"mobile\"}\n");
+  r = run({"--json", "remove", "dev.example.a"}, root_.path());
+  EXPECT_EQ(r.out, "{\"removed\":\"dev.example.a\"}\n");
+}
+
+TEST_F(PlatformCli, VersionManualPageAndCompletion) {
+  CliRun r = run({"--version"}, root_.path());
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(g_str_has_prefix(r.out.c_str(), "velmora-platform ")) << r.out;
+  r = run({"--man"}, root_.path());
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(contains(r.out, ".TH VELMORA-PLATFORM 1")) << r.out;
+  EXPECT_TRUE(contains(r.out, "\\fBstop\\fR <app\\-id>")) << r.out;
+  r = run({"--bash-completion"}, root_.path());
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(contains(r.out, "complete -F _velmora_platform velmora-platform")) << r.out;
+  // --root DIR before the command is skipped when completing the command's options.
+  EXPECT_TRUE(contains(r.out, "--root|--profile|--app|--meta) ((i++)) ;;")) << r.out;
 }

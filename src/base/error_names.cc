@@ -1,0 +1,96 @@
+// Velmora Account client: the one table of result codes with their names and explanations: the
+// library's codes and the account agent's own (velmora_account_error_name,
+// velmora_account_error_message; the agent and the tools read the same table through
+// va_error_table).
+#include <cstddef>
+
+#include "va_error_table.h"
+#include "velmora_account_error.h"
+
+namespace {
+
+constexpr int agent_code(unsigned n) { return static_cast<int>(0xC1000000u + n); }
+
+constexpr va_error_info kErrors[] = {
+    // The library's codes; the agent answers with those marked true as well.
+    {VELMORA_ACCOUNT_ERROR_NONE, "VELMORA_ACCOUNT_ERROR_NONE", "success", true},
+    {VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY, "VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY",
+     "out of memory, or the request could not be handed to the agent (its launch or its port "
+     "failed)",
+     false},
+    {VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED, "VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED",
+     "the platform or the agent refused this caller", true},
+    {VELMORA_ACCOUNT_ERROR_RESOURCE_BUSY, "VELMORA_ACCOUNT_ERROR_RESOURCE_BUSY",
+     "the agent rejected the launch request, or a database stayed busy: try again later", true},
+    {VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER, "VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER",
+     "a required value is missing or malformed (login id, client id, client secret on a TV ...)",
+     true},
+    {VELMORA_ACCOUNT_ERROR_NO_DATA, "VELMORA_ACCOUNT_ERROR_NO_DATA",
+     "the value asked for is not set, or the result is empty", false},
+    {VELMORA_ACCOUNT_ERROR_UNKNOWN, "VELMORA_ACCOUNT_ERROR_UNKNOWN",
+     "the account store failed without a more precise reason", false},
+    {VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED, "VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED",
+     "the account agent is not installed or could not be launched, or the call is not offered "
+     "on this device profile or with this kind of handle",
+     true},
+    {VELMORA_ACCOUNT_ERROR_DB_FAILED, "VELMORA_ACCOUNT_ERROR_DB_FAILED",
+     "the agent's state or the platform account store failed", true},
+    {VELMORA_ACCOUNT_ERROR_NEED_SIGNIN, "VELMORA_ACCOUNT_ERROR_NEED_SIGNIN",
+     "the account is not signed in on this device: sign in first", true},
+    {VELMORA_ACCOUNT_ERROR_LOWER_VERSION, "VELMORA_ACCOUNT_ERROR_LOWER_VERSION",
+     "the installed account agent is too old for this call", false},
+    // The account agent's own codes (0xC1000001 ..): the agent sends them, the library passes
+    // them through unchanged.
+    {agent_code(0x01), "AGENT_ERROR_UNKNOWN_USER", "no user has this login id (or user id)", true},
+    {agent_code(0x02), "AGENT_ERROR_WRONG_PASSWORD", "the password does not match", true},
+    {agent_code(0x03), "AGENT_ERROR_USER_EXISTS", "a user with this login id exists already", true},
+    {agent_code(0x04), "AGENT_ERROR_UNKNOWN_CLIENT", "the client id is not registered", true},
+    {agent_code(0x05), "AGENT_ERROR_WRONG_CLIENT_SECRET",
+     "the client secret does not match (or is required and missing)", true},
+    {agent_code(0x06), "AGENT_ERROR_SCOPE_NOT_ALLOWED",
+     "a requested scope is not allowed for the client", true},
+    {agent_code(0x07), "AGENT_ERROR_UNKNOWN_CODE", "the authorization code was never issued", true},
+    {agent_code(0x08), "AGENT_ERROR_CODE_EXPIRED", "the authorization code has expired", true},
+    {agent_code(0x09), "AGENT_ERROR_CODE_ALREADY_USED", "the authorization code was redeemed before",
+     true},
+    {agent_code(0x0A), "AGENT_ERROR_CODE_CLIENT_MISMATCH",
+     "the authorization code was issued to another client", true},
+    {agent_code(0x0B), "AGENT_ERROR_CODE_ACCOUNT_MISMATCH",
+     "the authorization code was issued for another login id", true},
+    {agent_code(0x0C), "AGENT_ERROR_UNKNOWN_TOKEN",
+     "the token was not issued to this account and client, or was revoked", true},
+    {agent_code(0x0D), "AGENT_ERROR_TOKEN_EXPIRED", "the token has expired", true},
+    {agent_code(0x0E), "AGENT_ERROR_NO_TOKEN",
+     "no access token was issued for this login id and client", true},
+    {agent_code(0x0F), "AGENT_ERROR_CONSENT_REQUIRED",
+     "the mandatory terms consents (bits 1 and 2) are missing", true},
+    {agent_code(0x10), "AGENT_ERROR_UNKNOWN_FAULT_KEY", "fault injection: unknown key or bad value",
+     true},
+};
+
+const va_error_info *find(int code) {
+  for (const va_error_info &e : kErrors)
+    if (e.code == code) return &e;
+  return nullptr;
+}
+
+}  // namespace
+
+extern "C" {
+
+const va_error_info *va_error_table(size_t *count) {
+  *count = sizeof kErrors / sizeof kErrors[0];
+  return kErrors;
+}
+
+const char *velmora_account_error_name(int code) {
+  const va_error_info *e = find(code);
+  return e ? e->name : nullptr;
+}
+
+const char *velmora_account_error_message(int code) {
+  const va_error_info *e = find(code);
+  return e ? e->message : nullptr;
+}
+
+}  // extern "C"

@@ -1,0 +1,277 @@
+// Velmora command-line tools: parsing with GOptionContext, help, secrets (see cli.hh).
+#include "cli.hh"
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "velmora_account_version.h"
+
+namespace vcli {
+
+namespace {
+
+const Tool *g_tool = nullptr;
+const Command *g_command = nullptr;
+
+const Option *find_option(const Tool &tool, const char *name) {
+  for (const Option &o : tool.options)
+    if (strcmp(o.name, name) == 0) return &o;
+  return nullptr;
+}
+
+const Command *find_command(const Tool &tool, const std::string &name) {
+  for (const Command &c : tool.commands)
+    if (name == c.name) return &c;
+  return nullptr;
+}
+
+// The options a subcommand takes: the tool's global ones, then its own.
+std::vector<const Option *> options_of(const Tool &tool, const Command *command) {
+  std::vector<const Option *> out;
+  for (const char *name : tool.global)
+    if (const Option *o = find_option(tool, name)) out.push_back(o);
+  if (command)
+    for (const char *name : command->options)
+      if (const Option *o = find_option(tool, name)) out.push_back(o);
+  return out;
+}
+
+GOptionArg goption_arg(Arg arg) {
+  switch (arg) {
+    case Arg::kFlag:
+      return G_OPTION_ARG_NONE;
+    case Arg::kString:
+      return G_OPTION_ARG_STRING;
+    case Arg::kInt:
+      return G_OPTION_ARG_INT;
+    case Arg::kStrings:
+      return G_OPTION_ARG_STRING_ARRAY;
+  }
+  return G_OPTION_ARG_NONE;
+}
+
+bool takes_value(const Option &o) { return o.arg != Arg::kFlag; }
+
+// Releases what GOptionContext stored, so that the tools end with nothing allocated.
+void free_option_values(const Tool &tool) {
+  for (const Option &o : tool.options) {
+    if (o.arg == Arg::kString) {
+      auto *p = static_cast<gchar **>(o.data);
+      g_free(*p);
+      *p = nullptr;
+    } else if (o.arg == Arg::kStrings) {
+      auto *p = static_cast<gchar ***>(o.data);
+      g_strfreev(*p);
+      *p = nullptr;
+    }
+  }
+}
+
+std::string exit_text(const Tool &tool) {
+  std::string text = "Exit status:\n";
+  for (const auto &[code, meaning] : tool.exit_statuses)
+    text += "  " + std::to_string(code) + "  " + meaning + "\n";
+  if (!tool.environment.empty()) {
+    text += "\nEnvironment:\n";
+    for (const auto &[name, meaning] : tool.environment)
+      text += std::string("  ") + name + "  " + meaning + "\n";
+  }
+  return text;
+}
+
+std::string commands_text(const Tool &tool) {
+  std::string text = "Commands:\n";
+  for (const Command &c : tool.commands) {
+    char line[256];
+    snprintf(line, sizeof line, "  %-12s %s\n", c.name, c.summary);
+    text += line;
+  }
+  return text + "\n`" + tool.name + " <command> --help` shows a command's options.\n";
+}
+
+// Parses `argv` (the subcommand's words, argv[0] being the program) with the options of
+// `command` (or the tool's global ones when it is nullptr). Positional words go to *positional.
+// Returns -1 when parsing succeeded, else an exit status (help and version printed, or an error).
+int parse(const Tool &tool, const Command *command, std::vector<char *> words, Args *positional,
+          gboolean *version, gboolean *man, gboolean *completion) {
+  std::vector<GOptionEntry> entries;
+  std::vector<std::string> arg_names;  // keep the strings alive
+  for (const Option *o : options_of(tool, command)) {
+    entries.push_back(GOptionEntry{o->name, 0, 0, goption_arg(o->arg), o->data, o->description,
+                                   o->arg_name});
+  }
+  gboolean help = FALSE;
+  entries.push_back(GOptionEntry{"help", 'h', 0, G_OPTION_ARG_NONE, &help,
+                                 "Show this help and exit", nullptr});
+  if (!command) {
+    entries.push_back(GOptionEntry{"version", 0, 0, G_OPTION_ARG_NONE, version,
+                                   "Print the version and exit", nullptr});
+    entries.push_back(GOptionEntry{"man", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE, man,
+                                   "Print the manual page (troff)", nullptr});
+    entries.push_back(GOptionEntry{"bash-completion", 0, G_OPTION_FLAG_HIDDEN, G_OPTION_ARG_NONE,
+                                   completion, "Print the bash completion script", nullptr});
+  }
+  entries.push_back(GOptionEntry{nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr});
+
+  std::string parameter = command ? std::string(command->name) + (command->args[0] ? " " : "") +
+                                        command->args
+                                  : "<command> [options] [arguments]";
+  GOptionContext *context = g_option_context_new(parameter.c_str());
+  g_option_context_set_help_enabled(context, FALSE);
+  g_option_context_add_main_entries(context, entries.data(), nullptr);
+  g_option_context_set_summary(context, command ? command->summary : tool.summary);
+  const std::string description =
+      (command ? std::string() : std::string(tool.description) + "\n\n" + commands_text(tool) + "\n") +
+      exit_text(tool);
+  g_option_context_set_description(context, description.c_str());
+
+  int argc = static_cast<int>(words.size());
+  words.push_back(nullptr);
+  char **argv = words.data();
+  GError *error = nullptr;
+  const bool ok = g_option_context_parse(context, &argc, &argv, &error);
+  if (ok && help) {
+    gchar *text = g_option_context_get_help(context, TRUE, nullptr);
+    fputs(text, stdout);
+    g_free(text);
+    g_option_context_free(context);
+    return kExitOk;
+  }
+  g_option_context_free(context);
+  if (!ok) {
+    std::string message = error ? error->message : "cannot parse the command line";
+    g_clear_error(&error);
+    return usage_error(message);
+  }
+  bool options_ended = false;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--" && !options_ended) {
+      options_ended = true;
+      continue;
+    }
+    positional->push_back(word);
+  }
+  return -1;
+}
+
+}  // namespace
+
+const Command *current_command() { return g_command; }
+
+int usage_error(const std::string &message) {
+  const char *tool = g_tool ? g_tool->name : "velmora";
+  if (g_command)
+    fprintf(stderr, "%s %s: %s\n(see %s %s --help)\n", tool, g_command->name, message.c_str(),
+            tool, g_command->name);
+  else
+    fprintf(stderr, "%s: %s\n(see %s --help)\n", tool, message.c_str(), tool);
+  return kExitUsage;
+}
+
+int fail(const std::string &message) {
+  fprintf(stderr, "%s: %s\n", g_tool ? g_tool->name : "velmora", message.c_str());
+  return kExitFailed;
+}
+
+bool read_secret(const std::string &source, std::string *secret, std::string *error) {
+  gchar *contents = nullptr;
+  gsize length = 0;
+  GError *err = nullptr;
+  if (source == "-") {
+    GString *text = g_string_new(nullptr);
+    char buf[4096];
+    size_t n;
+    while ((n = fread(buf, 1, sizeof buf, stdin)) > 0 && text->len < 65536) g_string_append_len(text, buf, n);
+    length = text->len;
+    contents = g_string_free(text, FALSE);
+  } else if (!g_file_get_contents(source.c_str(), &contents, &length, &err)) {
+    *error = err ? err->message : "cannot read " + source;
+    g_clear_error(&err);
+    return false;
+  }
+  std::string text(contents, length);
+  g_free(contents);
+  text = text.substr(0, text.find('\n'));
+  if (!text.empty() && text.back() == '\r') text.pop_back();
+  if (text.empty()) {
+    *error = (source == "-" ? std::string("standard input") : source) + " holds no secret";
+    return false;
+  }
+  *secret = text;
+  return true;
+}
+
+int run(const Tool &tool, int argc, char **argv) {
+  g_tool = &tool;
+  g_command = nullptr;
+  g_set_prgname(tool.name);
+  // The subcommand is the first word that is neither an option nor an option's value.
+  int at = -1;
+  for (int i = 1; i < argc; ++i) {
+    const std::string word = argv[i];
+    if (word == "--") break;
+    if (word.rfind("-", 0) == 0) {
+      const std::string name = word.substr(word.rfind('-', 1) + 1);
+      const Option *o = word.rfind("--", 0) == 0 && word.find('=') == std::string::npos
+                            ? find_option(tool, name.c_str())
+                            : nullptr;
+      if (o && takes_value(*o)) ++i;
+      continue;
+    }
+    at = i;
+    break;
+  }
+
+  Args positional;
+  gboolean version = FALSE, man = FALSE, completion = FALSE;
+  int status;
+  if (at < 0 && tool.default_command) {
+    g_command = find_command(tool, tool.default_command);
+  } else if (at >= 0) {
+    g_command = find_command(tool, argv[at]);
+    if (!g_command) {
+      status = usage_error(std::string("unknown command '") + argv[at] + "'");
+      return status;
+    }
+  }
+  std::vector<char *> words;
+  for (int i = 0; i < argc; ++i)
+    if (i != at) words.push_back(argv[i]);
+  if (!g_command) {
+    status = parse(tool, nullptr, words, &positional, &version, &man, &completion);
+    if (status < 0) {
+      if (version) {
+        printf("%s %s\n", tool.name, VELMORA_ACCOUNT_VERSION_STRING);
+        status = kExitOk;
+      } else if (man) {
+        fputs(man_page(tool).c_str(), stdout);
+        status = kExitOk;
+      } else if (completion) {
+        fputs(bash_completion(tool).c_str(), stdout);
+        status = kExitOk;
+      } else if (!positional.empty()) {
+        status = usage_error("unknown command '" + positional[0] + "'");
+      } else {
+        status = usage_error("no command given");
+      }
+    }
+    free_option_values(tool);
+    return status;
+  }
+  status = parse(tool, g_command, words, &positional, &version, &man, &completion);
+  if (status < 0) {
+    if (positional.size() < g_command->min_args)
+      status = usage_error(std::string("needs ") + g_command->args);
+    else if (g_command->max_args != kAnyNumber && positional.size() > g_command->max_args)
+      status = usage_error("unexpected argument '" + positional[g_command->max_args] + "'");
+    else if (!tool.before || (status = tool.before(*g_command)) < 0)
+      status = g_command->run(positional);
+  }
+  free_option_values(tool);
+  return status;
+}
+
+}  // namespace vcli
