@@ -14,9 +14,9 @@ extern "C" {
 
 typedef struct {
   int code;
-  const char *name;     /* "VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER", "AGENT_ERROR_UNKNOWN_USER" */
-  const char *message;  /* one line, for people */
-  bool agent_sends;     /* the account agent answers with this code */
+  const char *name;    /* "VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER", "AGENT_ERROR_UNKNOWN_USER" */
+  const char *message; /* one line, for people */
+  bool agent_sends;    /* the account agent answers with this code */
 } va_error_info;
 
 /* The whole table, in order; *count entries. */

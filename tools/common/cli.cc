@@ -99,12 +99,12 @@ int parse(const Tool &tool, const Command *command, std::vector<char *> words, A
   std::vector<GOptionEntry> entries;
   std::vector<std::string> arg_names;  // keep the strings alive
   for (const Option *o : options_of(tool, command)) {
-    entries.push_back(GOptionEntry{o->name, 0, 0, goption_arg(o->arg), o->data, o->description,
-                                   o->arg_name});
+    entries.push_back(
+        GOptionEntry{o->name, 0, 0, goption_arg(o->arg), o->data, o->description, o->arg_name});
   }
   gboolean help = FALSE;
-  entries.push_back(GOptionEntry{"help", 'h', 0, G_OPTION_ARG_NONE, &help,
-                                 "Show this help and exit", nullptr});
+  entries.push_back(
+      GOptionEntry{"help", 'h', 0, G_OPTION_ARG_NONE, &help, "Show this help and exit", nullptr});
   if (!command) {
     entries.push_back(GOptionEntry{"version", 0, 0, G_OPTION_ARG_NONE, version,
                                    "Print the version and exit", nullptr});
@@ -115,15 +115,16 @@ int parse(const Tool &tool, const Command *command, std::vector<char *> words, A
   }
   entries.push_back(GOptionEntry{nullptr, 0, 0, G_OPTION_ARG_NONE, nullptr, nullptr, nullptr});
 
-  std::string parameter = command ? std::string(command->name) + (command->args[0] ? " " : "") +
-                                        command->args
-                                  : "<command> [options] [arguments]";
+  std::string parameter =
+      command ? std::string(command->name) + (command->args[0] ? " " : "") + command->args
+              : "<command> [options] [arguments]";
   GOptionContext *context = g_option_context_new(parameter.c_str());
   g_option_context_set_help_enabled(context, FALSE);
   g_option_context_add_main_entries(context, entries.data(), nullptr);
   g_option_context_set_summary(context, command ? command->summary : tool.summary);
   const std::string description =
-      (command ? std::string() : std::string(tool.description) + "\n\n" + commands_text(tool) + "\n") +
+      (command ? std::string()
+               : std::string(tool.description) + "\n\n" + commands_text(tool) + "\n") +
       exit_text(tool);
   g_option_context_set_description(context, description.c_str());
 
@@ -164,8 +165,8 @@ const Command *current_command() { return g_command; }
 int usage_error(const std::string &message) {
   const char *tool = g_tool ? g_tool->name : "velmora";
   if (g_command)
-    fprintf(stderr, "%s %s: %s\n(see %s %s --help)\n", tool, g_command->name, message.c_str(),
-            tool, g_command->name);
+    fprintf(stderr, "%s %s: %s\n(see %s %s --help)\n", tool, g_command->name, message.c_str(), tool,
+            g_command->name);
   else
     fprintf(stderr, "%s: %s\n(see %s --help)\n", tool, message.c_str(), tool);
   return kExitUsage;
@@ -184,7 +185,8 @@ bool read_secret(const std::string &source, std::string *secret, std::string *er
     GString *text = g_string_new(nullptr);
     char buf[4096];
     size_t n;
-    while ((n = fread(buf, 1, sizeof buf, stdin)) > 0 && text->len < 65536) g_string_append_len(text, buf, n);
+    while ((n = fread(buf, 1, sizeof buf, stdin)) > 0 && text->len < 65536)
+      g_string_append_len(text, buf, n);
     length = text->len;
     contents = g_string_free(text, FALSE);
   } else if (!g_file_get_contents(source.c_str(), &contents, &length, &err)) {

@@ -35,7 +35,7 @@ enum class Arg { kFlag, kString, kInt, kStrings };
 
 // One option. `data` is where the parsed value goes: gboolean*, gchar**, gint* or gchar***.
 struct Option {
-  const char *name;         // --name
+  const char *name;  // --name
   Arg arg;
   void *data;
   const char *arg_name;     // "ID", "SECONDS" (nullptr for a flag)
@@ -46,8 +46,8 @@ inline constexpr size_t kAnyNumber = static_cast<size_t>(-1);
 
 struct Command {
   const char *name;
-  const char *args;       // the positional arguments, for the synopsis ("<package-id>")
-  const char *summary;    // one line
+  const char *args;                   // the positional arguments, for the synopsis ("<package-id>")
+  const char *summary;                // one line
   std::vector<const char *> options;  // the options it takes besides the tool's global ones
   int (*run)(const Args &args);
   size_t min_args = 0;  // positional arguments it needs
@@ -56,10 +56,10 @@ struct Command {
 
 struct Tool {
   const char *name;
-  const char *summary;      // one line: what the tool is
-  const char *description;  // a paragraph, for --help and the manual page
-  std::vector<Option> options;         // every option of every subcommand
-  std::vector<const char *> global;    // options every subcommand takes (--root, --json, ...)
+  const char *summary;               // one line: what the tool is
+  const char *description;           // a paragraph, for --help and the manual page
+  std::vector<Option> options;       // every option of every subcommand
+  std::vector<const char *> global;  // options every subcommand takes (--root, --json, ...)
   std::vector<Command> commands;
   std::vector<std::pair<int, const char *>> exit_statuses;
   std::vector<std::pair<const char *, const char *>> environment;  // variable, meaning

@@ -47,12 +47,13 @@ std::string upper(const char *s) {
 
 std::string man_page(const Tool &tool) {
   std::string m;
-  m += ".TH " + upper(tool.name) + " 1 \"\" \"Velmora Account " VELMORA_ACCOUNT_VERSION_STRING
-       "\" \"User Commands\"\n";
+  m += ".TH " + upper(tool.name) +
+       " 1 \"\" \"Velmora Account " VELMORA_ACCOUNT_VERSION_STRING "\" \"User Commands\"\n";
   m += ".SH NAME\n" + roff(tool.name) + " \\- " + roff(tool.summary) + "\n";
-  m += ".SH SYNOPSIS\n.B " + roff(tool.name) + "\n[\\fIoptions\\fR] \\fIcommand\\fR "
-       "[\\fIoptions\\fR] [\\fIarguments\\fR]\n.br\n.B " + roff(tool.name) +
-       "\n\\fB\\-\\-help\\fR | \\fB\\-\\-version\\fR\n";
+  m += ".SH SYNOPSIS\n.B " + roff(tool.name) +
+       "\n[\\fIoptions\\fR] \\fIcommand\\fR "
+       "[\\fIoptions\\fR] [\\fIarguments\\fR]\n.br\n.B " +
+       roff(tool.name) + "\n\\fB\\-\\-help\\fR | \\fB\\-\\-version\\fR\n";
   m += ".SH DESCRIPTION\n" + roff(tool.description) + "\n";
   m += ".PP\nEvery command takes \\fB\\-\\-help\\fR; \\fB\\-\\-\\fR ends the options.\n";
   m += ".SH COMMANDS\n";
@@ -114,7 +115,8 @@ std::string bash_completion(const Tool &tool) {
     std::string words = "--help";
     for (const char *g : tool.global) words += std::string(" --") + g;
     for (const char *o : c.options) words += std::string(" --") + o;
-    s += std::string("    ") + c.name + ") COMPREPLY=($(compgen -W \"" + words + "\" -- \"$cur\")) ;;\n";
+    s += std::string("    ") + c.name + ") COMPREPLY=($(compgen -W \"" + words +
+         "\" -- \"$cur\")) ;;\n";
   }
   s += "  esac\n}\ncomplete -F " + fn + " " + tool.name + "\n";
   return s;

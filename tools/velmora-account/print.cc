@@ -150,10 +150,10 @@ int report_failure(const char *what, const int *result, const std::string &error
     json.integer("exit_status", status).print();
   } else {
     const char *name = result ? velmora_account_error_name(*result) : nullptr;
-    const std::string headline =
-        !result ? error
-        : name && error == name ? code_text(*result)
-                                : error + " (result " + code_text(*result) + ")";
+    const std::string headline = !result ? error
+                                 : name && error == name
+                                     ? code_text(*result)
+                                     : error + " (result " + code_text(*result) + ")";
     fprintf(stderr, "velmora-account: %s failed: %s\n  %s\n", what, headline.c_str(),
             message.c_str());
     if (!reason.empty()) fprintf(stderr, "  the platform said: %s\n", reason.c_str());
@@ -172,10 +172,10 @@ int print_failure(const char *what, int result) {
 }
 
 int print_timeout(const char *what, const std::string &waiting_for) {
-  return report_failure(what, nullptr, "TIMED_OUT",
-                        "waited " + std::to_string(options().timeout_s) + " s for " + waiting_for +
-                            " (--timeout)",
-                        vcli::kExitTimeout);
+  return report_failure(
+      what, nullptr, "TIMED_OUT",
+      "waited " + std::to_string(options().timeout_s) + " s for " + waiting_for + " (--timeout)",
+      vcli::kExitTimeout);
 }
 
 int print_result(const char *what, int result, velmora_account_h account, int required) {
@@ -186,10 +186,10 @@ int print_result(const char *what, int result, velmora_account_h account, int re
   for (const auto &[name, value] : rows)
     if (name == required_name && !value.first.empty()) complete = true;
   if (!complete)
-    return report_failure(what, &result, "INCOMPLETE_ANSWER",
-                          std::string("the agent reported success but its answer has no ") +
-                              required_name,
-                          kExitIncomplete);
+    return report_failure(
+        what, &result, "INCOMPLETE_ANSWER",
+        std::string("the agent reported success but its answer has no ") + required_name,
+        kExitIncomplete);
   if (options().json) {
     vcli::JsonOut json;
     json.str("operation", what).integer("result", 0).str("error", "VELMORA_ACCOUNT_ERROR_NONE");

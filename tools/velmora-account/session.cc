@@ -111,9 +111,9 @@ int open_handle(const char *, velmora_account_h *handle) {
     }
     if (g_connecting.state != VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED) {
       velmora_account_disconnect(h);
-      return print_failure(
-          "connect",
-          g_connecting.result != 0 ? g_connecting.result : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+      return print_failure("connect", g_connecting.result != 0
+                                          ? g_connecting.result
+                                          : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
     }
   }
   const int ret = set_properties(h);

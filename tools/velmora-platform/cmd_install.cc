@@ -97,7 +97,10 @@ int run_install(const Args &args) {
                                    c_meta.size(), &error) != 0)
     return fail_with(error, "cannot install " + package_id);
   if (options().json)
-    vcli::JsonOut().str("installed", package_id).integer("apps", static_cast<long long>(apps.size())).print();
+    vcli::JsonOut()
+        .str("installed", package_id)
+        .integer("apps", static_cast<long long>(apps.size()))
+        .print();
   else
     printf("installed %s (%zu application%s)\n", package_id.c_str(), apps.size(),
            apps.size() == 1 ? "" : "s");

@@ -17,12 +17,16 @@ int run_ps(const Args &) {
     vcli::JsonOut json;
     json.begin_array("running");
     for (size_t i = 0; i < count; ++i)
-      json.begin_object(nullptr).str("app_id", apps[i].app_id).integer("pid", apps[i].pid).end_object();
+      json.begin_object(nullptr)
+          .str("app_id", apps[i].app_id)
+          .integer("pid", apps[i].pid)
+          .end_object();
     json.end_array().print();
   } else if (count == 0) {
     printf("no application is running\n");
   }
-  for (size_t i = 0; i < count && !options().json; ++i) printf("%s %d\n", apps[i].app_id, apps[i].pid);
+  for (size_t i = 0; i < count && !options().json; ++i)
+    printf("%s %d\n", apps[i].app_id, apps[i].pid);
   velmora_host_running_free(apps, count);
   return kExitOk;
 }

@@ -1,6 +1,4 @@
 // velmora-platform: the admin command of the host platform (see commands.cc for its commands).
 #include "commands.hh"
 
-int main(int argc, char **argv) {
-  return vcli::run(vplat::tool(), argc, argv);
-}
+int main(int argc, char **argv) { return vcli::run(vplat::tool(), argc, argv); }

@@ -63,7 +63,7 @@ class AccountCli : public TokensTest {
     return path;
   }
   std::vector<std::string> who(const std::vector<std::string> &more = {}) {
-    std::vector<std::string> args = {"--login-id", kLogin, "--client-id", kClient,
+    std::vector<std::string> args = {"--login-id",           kLogin,       "--client-id", kClient,
                                      "--client-secret-file", secret_file()};
     args.insert(args.end(), more.begin(), more.end());
     return args;
@@ -201,8 +201,8 @@ TEST_F(AccountCli, SuccessWithoutWhatWasAskedForFailsAndShowsThePlatformsReason)
 
 TEST_F(AccountCli, SecretComesFromAFileOrStandardInputNeverTheCommandLine) {
   prepare();
-  ProgramRun r = account({"token", "--login-id", kLogin, "--client-id", kClient,
-                          "--client-secret", secret_});
+  ProgramRun r =
+      account({"token", "--login-id", kLogin, "--client-id", kClient, "--client-secret", secret_});
   EXPECT_EQ(r.exit_code, 2);
   EXPECT_NE(r.err.find("Unknown option --client-secret"), std::string::npos) << r.err;
   r = account({"token", "--login-id", kLogin, "--client-id", kClient, "--client-secret-file",
@@ -211,7 +211,8 @@ TEST_F(AccountCli, SecretComesFromAFileOrStandardInputNeverTheCommandLine) {
   EXPECT_NE(r.err.find("--client-secret-file: "), std::string::npos) << r.err;
   const std::string empty = root_.path_of("empty");
   g_file_set_contents(empty.c_str(), "\n", -1, nullptr);
-  r = account({"token", "--login-id", kLogin, "--client-id", kClient, "--client-secret-file", empty});
+  r = account(
+      {"token", "--login-id", kLogin, "--client-id", kClient, "--client-secret-file", empty});
   EXPECT_EQ(r.exit_code, 2);
   EXPECT_NE(r.err.find(empty + " holds no secret"), std::string::npos) << r.err;
 }
@@ -223,7 +224,8 @@ TEST_F(AccountCli, BadCommandLinesAreUsageErrorsWithAHint) {
   } cases[] = {
       {{}, "velmora-account: no command given\n(see velmora-account --help)"},
       {{"frobnicate"}, "velmora-account: unknown command 'frobnicate'"},
-      {{"token", "--bogus"}, "velmora-account token: Unknown option --bogus\n(see velmora-account token --help)"},
+      {{"token", "--bogus"},
+       "velmora-account token: Unknown option --bogus\n(see velmora-account token --help)"},
       {{"token", "--login-id"}, "Missing argument for --login-id"},
       {{"token", "--transport", "carrier-pigeon"}, "--transport must be nidl or app-control"},
       {{"token", "--timeout", "0"}, "--timeout must be 1 to 3600 seconds"},
@@ -252,13 +254,14 @@ TEST_F(AccountCli, DoubleDashEndsTheOptions) {
 TEST_F(AccountCli, HelpOfEveryCommandVersionManualAndCompletion) {
   ProgramRun r = account({"--help"});
   EXPECT_EQ(r.exit_code, 0);
-  for (const char *part : {"token", "last-token", "authcode", "effortless", "Exit status:",
-                           "  3  no answer within --timeout"})
+  for (const char *part : {"token", "last-token", "authcode", "effortless",
+                           "Exit status:", "  3  no answer within --timeout"})
     EXPECT_NE(r.out.find(part), std::string::npos) << part << "\n" << r.out;
   for (const char *c : {"token", "last-token", "authcode", "effortless"}) {
     r = account({c, "--help"});
     EXPECT_EQ(r.exit_code, 0) << c;
-    EXPECT_NE(r.out.find(std::string("velmora-account [OPTION…] ") + c), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find(std::string("velmora-account [OPTION…] ") + c), std::string::npos)
+        << r.out;
     EXPECT_NE(r.out.find("--client-secret-file=FILE"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("--root=DIR"), std::string::npos) << r.out;
   }
@@ -267,8 +270,8 @@ TEST_F(AccountCli, HelpOfEveryCommandVersionManualAndCompletion) {
   EXPECT_EQ(r.out, "velmora-account " VELMORA_ACCOUNT_VERSION_STRING "\n");
   r = account({"--man"});
   EXPECT_EQ(r.exit_code, 0);
-  for (const char *part : {".TH VELMORA-ACCOUNT 1", ".SH EXIT STATUS", "\\fB\\-\\-timeout\\fR",
-                           ".SH ENVIRONMENT"})
+  for (const char *part :
+       {".TH VELMORA-ACCOUNT 1", ".SH EXIT STATUS", "\\fB\\-\\-timeout\\fR", ".SH ENVIRONMENT"})
     EXPECT_NE(r.out.find(part), std::string::npos) << part;
   r = account({"--bash-completion"});
   EXPECT_EQ(r.exit_code, 0);

@@ -74,10 +74,10 @@ TEST(ErrorNames, TheAgentsTableIsThePartOfTheOneTableItSends) {
         << name << " / " << e.name;
     EXPECT_STREQ(velmora_account_error_message(e.code), e.meaning);
   }
-  for (int code : {vagent::errc::kNone, vagent::errc::kPermissionDenied, vagent::errc::kResourceBusy,
-                   vagent::errc::kInvalidParameter, vagent::errc::kNotSupported,
-                   vagent::errc::kDbFailed, vagent::errc::kNeedSignIn, vagent::errc::kUnknownUser,
-                   vagent::errc::kUnknownFaultKey})
+  for (int code :
+       {vagent::errc::kNone, vagent::errc::kPermissionDenied, vagent::errc::kResourceBusy,
+        vagent::errc::kInvalidParameter, vagent::errc::kNotSupported, vagent::errc::kDbFailed,
+        vagent::errc::kNeedSignIn, vagent::errc::kUnknownUser, vagent::errc::kUnknownFaultKey})
     EXPECT_NE(vagent::find_error(code), nullptr) << code;
   EXPECT_EQ(vagent::error_name(vagent::errc::kNeedSignIn), "NEED_SIGNIN");
   EXPECT_EQ(vagent::find_error(VELMORA_ACCOUNT_ERROR_LOWER_VERSION), nullptr);

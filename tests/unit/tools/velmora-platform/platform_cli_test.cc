@@ -82,8 +82,8 @@ TEST_F(PlatformCli, HelpListsEveryCommand) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_TRUE(contains(r.out, "velmora-platform [OPTION…] <command>")) << r.out;
   EXPECT_TRUE(contains(r.out, "Exit status:\n  0  done\n")) << r.out;
-  for (const char *c : {"init", "profile", "install", "remove", "list", "show", "accounts", "ps",
-                        "stop", "logs"})
+  for (const char *c :
+       {"init", "profile", "install", "remove", "list", "show", "accounts", "ps", "stop", "logs"})
     EXPECT_TRUE(contains(r.out, std::string("  ") + c + " ")) << c << "\n" << r.out;
 }
 
@@ -229,8 +229,8 @@ TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
   ASSERT_TRUE(g_file_set_contents(root_.path_of("bin/app").c_str(), "#!/bin/sh\n", -1, nullptr));
   ASSERT_EQ(chmod(root_.path_of("bin/app").c_str(), 0700), 0);
   ASSERT_EQ(run({"install", "dev.example.app", "--app", "dev.example.app:service:bin/app", "--app",
-                 "dev.example.app.ui:ui:/bin/true", "--meta",
-                 "dev.example.app:url=http://x/y?a=b", "--meta", "dev.example.app:empty="},
+                 "dev.example.app.ui:ui:/bin/true", "--meta", "dev.example.app:url=http://x/y?a=b",
+                 "--meta", "dev.example.app:empty="},
                 root_.path(), root_.path())
                 .status,
             0);
