@@ -5,17 +5,26 @@ RELEASE_DIR ?= build/release
 FUZZ_DIR ?= build/fuzz
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps check build-check demo build-release fuzz fuzz-smoke bench valgrind clean
+.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke bench valgrind clean
 
 all: build-release
 
 deps:
 	@scripts/install-deps.sh
 
-# The whole suite, with AddressSanitizer and UndefinedBehaviorSanitizer, then a short fuzz run.
+# The whole suite, with AddressSanitizer and UndefinedBehaviorSanitizer, the format and clang-tidy
+# checks (run beside the tests, which mostly wait), then a short fuzz run.
 check: deps build-check
-	ctest --test-dir $(CHECK_DIR) -j $(JOBS) --output-on-failure --timeout 120
+	@scripts/lint.sh $(CHECK_DIR) $(JOBS) > $(CHECK_DIR)/lint.log 2>&1 & lint=$$!; \
+	ctest --test-dir $(CHECK_DIR) -j $(JOBS) --output-on-failure --timeout 120; tests=$$?; \
+	wait $$lint; linted=$$?; cat $(CHECK_DIR)/lint.log; \
+	[ $$tests -eq 0 ] && [ $$linted -eq 0 ]
 	$(MAKE) --no-print-directory fuzz-smoke
+
+# The format of the whole tree and the clang-tidy checks of the library (scripts/lint.sh).
+lint: deps
+	cmake -S . -B $(CHECK_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=ON > /dev/null
+	scripts/lint.sh $(CHECK_DIR) $(JOBS)
 
 build-check:
 	cmake -S . -B $(CHECK_DIR) -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=ON

@@ -267,18 +267,18 @@ rpc_port_ProfileS_h profile_record(const Profile &p) {
 // ---- the Velmora round trip ----
 
 // Writes `src`, copies the bytes as a port would, reads them into a fresh record of type d.
-void *velmora_round_trip(const vrec::RecordDesc &d, void *src) {
+void *velmora_round_trip(const va::rec::RecordDesc &d, void *src) {
   rpc_port_parcel_h out = nullptr;
   rpc_port_parcel_create(&out);
-  rpc_port_parcel_write(out, vrec::parcelable_of(src), src);
+  rpc_port_parcel_write(out, va::rec::parcelable_of(src), src);
   const void *raw = nullptr;
   unsigned int size = 0;
   velmora_host_parcel_get_raw(out, &raw, &size);
   rpc_port_parcel_h in = nullptr;
   velmora_host_parcel_create_from_raw(&in, raw, size);
   rpc_port_parcel_destroy(out);
-  void *dst = vrec::create(d, "bench");
-  rpc_port_parcel_read(in, vrec::parcelable_of(dst), dst);
+  void *dst = va::rec::create(d, "bench");
+  rpc_port_parcel_read(in, va::rec::parcelable_of(dst), dst);
   rpc_port_parcel_destroy(in);
   return dst;
 }
@@ -286,7 +286,7 @@ void *velmora_round_trip(const vrec::RecordDesc &d, void *src) {
 std::string bytes_of(void *h) {
   rpc_port_parcel_h p = nullptr;
   rpc_port_parcel_create(&p);
-  rpc_port_parcel_write(p, vrec::parcelable_of(h), h);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(h), h);
   const void *raw = nullptr;
   unsigned int size = 0;
   velmora_host_parcel_get_raw(p, &raw, &size);
@@ -464,7 +464,7 @@ void check_round_trips(const Account &account, const Profile &profile) {
   free_profile(p);
 
   rpc_port_AccountS_h ra = account_record(account);
-  auto *ba = static_cast<rpc_port_AccountS_h>(velmora_round_trip(vrec::kDesc_AccountS, ra));
+  auto *ba = static_cast<rpc_port_AccountS_h>(velmora_round_trip(va::rec::kDesc_AccountS, ra));
   if (bytes_of(ba) != bytes_of(ra) || !same(ba->Reserved, account.s[19]) ||
       ba->LongIssueTime != account.long_issue_time)
     fail("Velmora AccountS differs");
@@ -472,7 +472,7 @@ void check_round_trips(const Account &account, const Profile &profile) {
   rpc_port_AccountS_destroy(ra);
 
   rpc_port_ProfileS_h rp = profile_record(profile);
-  auto *bp = static_cast<rpc_port_ProfileS_h>(velmora_round_trip(vrec::kDesc_ProfileS, rp));
+  auto *bp = static_cast<rpc_port_ProfileS_h>(velmora_round_trip(va::rec::kDesc_ProfileS, rp));
   if (bytes_of(bp) != bytes_of(rp) || g_list_length(bp->PhoneList) != 50 ||
       !same(bp->Health->Verified, profile.health.s[3]))
     fail("Velmora ProfileS differs");
@@ -496,7 +496,7 @@ Data &data() {
 
 void BM_AccountS_velmora(benchmark::State &state) {
   for (auto _ : state) {
-    void *back = velmora_round_trip(vrec::kDesc_AccountS, data().account_record);
+    void *back = velmora_round_trip(va::rec::kDesc_AccountS, data().account_record);
     benchmark::DoNotOptimize(back);
     rpc_port_AccountS_destroy(static_cast<rpc_port_AccountS_h>(back));
   }
@@ -512,7 +512,7 @@ void BM_AccountS_gvariant(benchmark::State &state) {
 
 void BM_ProfileS_velmora(benchmark::State &state) {
   for (auto _ : state) {
-    void *back = velmora_round_trip(vrec::kDesc_ProfileS, data().profile_record);
+    void *back = velmora_round_trip(va::rec::kDesc_ProfileS, data().profile_record);
     benchmark::DoNotOptimize(back);
     rpc_port_ProfileS_destroy(static_cast<rpc_port_ProfileS_h>(back));
   }

@@ -27,6 +27,8 @@ function(velmora_test_dir)
   endif()
   add_executable(${T_NAME} ${_srcs})
   target_link_libraries(${T_NAME} PRIVATE velmora_test_support ${T_LIBS} GTest::gtest GTest::gmock)
+  # Tests that read the tree (the naming test scans src/) find it here.
+  target_compile_definitions(${T_NAME} PRIVATE VELMORA_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   target_compile_definitions(${T_NAME} PRIVATE VELMORA_PROJECT_VERSION="${PROJECT_VERSION}")
   gtest_discover_tests(${T_NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES ENVIRONMENT "VELMORA_BUILD_DIR=${PROJECT_BINARY_DIR}"

@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config
   clang libclang-rt-14-dev          # fuzz targets (libFuzzer) and their sanitizers
+  clang-format clang-tidy           # make lint (part of make check)
   libglib2.0-dev libsqlite3-dev libjson-glib-dev
   libsodium-dev                     # the agent: random, Argon2id, keyed hashes
   libgtest-dev libgmock-dev libbenchmark-dev

@@ -14,7 +14,7 @@ template <typename H, int (*Create)(H *), int (*Destroy)(H)>
 bool skip_record(rpc_port_parcel_h parcel) {
   H h = nullptr;
   if (Create(&h) != 0) return false;
-  rpc_port_parcel_read(parcel, vrec::parcelable_of(h), h);
+  rpc_port_parcel_read(parcel, va::rec::parcelable_of(h), h);
   Destroy(h);
   return true;
 }
@@ -23,7 +23,7 @@ template <typename H, int (*Create)(H *), int (*Destroy)(H)>
 void write_empty_record(rpc_port_parcel_h parcel) {
   H h = nullptr;
   if (Create(&h) != 0) return;
-  rpc_port_parcel_write(parcel, vrec::parcelable_of(h), h);
+  rpc_port_parcel_write(parcel, va::rec::parcelable_of(h), h);
   Destroy(h);
 }
 
@@ -75,7 +75,8 @@ bool read_request(rpc_port_parcel_h parcel, const std::vector<ArgKind> &args, Ni
       case ArgKind::kAccount: {
         out->account = new_account();
         if (!out->account) return false;
-        rpc_port_parcel_read(parcel, vrec::parcelable_of(out->account.get()), out->account.get());
+        rpc_port_parcel_read(parcel, va::rec::parcelable_of(out->account.get()),
+                             out->account.get());
         break;
       }
       case ArgKind::kProfile:
@@ -122,7 +123,7 @@ Parcel result_parcel(OutKind kind, const Output &output, int result) {
       break;
     case OutKind::kAccount:
       if (output.account)
-        rpc_port_parcel_write(p.get(), vrec::parcelable_of(output.account.get()),
+        rpc_port_parcel_write(p.get(), va::rec::parcelable_of(output.account.get()),
                               output.account.get());
       else
         write_empty_record<rpc_port_AccountS_h, rpc_port_AccountS_create,
@@ -154,7 +155,7 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
   switch (delegate.id) {
     case kResponseCb:
       if (account)
-        rpc_port_parcel_write(p.get(), vrec::parcelable_of(account), account);
+        rpc_port_parcel_write(p.get(), va::rec::parcelable_of(account), account);
       else
         write_empty_record<rpc_port_AccountS_h, rpc_port_AccountS_create,
                            rpc_port_AccountS_destroy>(p.get());

@@ -21,9 +21,9 @@ void release_strings(velmora_account_s *data) {
 
 extern "C" {
 
-int velmora_account_create(velmora_account_h *handle) {
+VELMORA_API int velmora_account_create(velmora_account_h *handle) {
   VA_LOGI("[velmora_account_create] %s", VELMORA_ACCOUNT_VERSION);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
   auto *data = static_cast<velmora_account_s *>(calloc(1, sizeof(velmora_account_s)));
@@ -34,9 +34,9 @@ int velmora_account_create(velmora_account_h *handle) {
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_destroy(velmora_account_h handle) {
+VELMORA_API int velmora_account_destroy(velmora_account_h handle) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   velmora_account_s *data = handle;
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 

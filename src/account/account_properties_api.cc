@@ -16,26 +16,28 @@ constexpr int kLoginIdProperty = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID;
 
 extern "C" {
 
-int velmora_account_get_property_str(velmora_account_h handle, int property, char **value) {
+VELMORA_API int velmora_account_get_property_str(velmora_account_h handle, int property,
+                                                 char **value) {
   VA_LOGI("[velmora_account_get_property_str] property : %d", property);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_get_str(handle, property, value);
 }
 
-int velmora_account_set_property_str(velmora_account_h handle, int property, const char *value) {
+VELMORA_API int velmora_account_set_property_str(velmora_account_h handle, int property,
+                                                 const char *value) {
   VA_LOGI("[velmora_account_set_property_str] property : %d", property);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_set_str(handle, property, value);
 }
 
-int velmora_account_unset_property_str(velmora_account_h handle, int property) {
+VELMORA_API int velmora_account_unset_property_str(velmora_account_h handle, int property) {
   VA_ENTRY();
   VA_LOGI("[velmora_account_unset_property_str] property : %d", property);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
   if (!va_account_clear_str(handle, property)) {
@@ -46,32 +48,36 @@ int velmora_account_unset_property_str(velmora_account_h handle, int property) {
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_get_property_int(velmora_account_h handle, int property, int *value) {
+VELMORA_API int velmora_account_get_property_int(velmora_account_h handle, int property,
+                                                 int *value) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_get_int(handle, property, value);
 }
 
-int velmora_account_set_property_int(velmora_account_h handle, int property, int value) {
+VELMORA_API int velmora_account_set_property_int(velmora_account_h handle, int property,
+                                                 int value) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_set_int(handle, property, value);
 }
 
-int velmora_account_get_property_bool(velmora_account_h handle, int property, bool *value) {
+VELMORA_API int velmora_account_get_property_bool(velmora_account_h handle, int property,
+                                                  bool *value) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_get_flag(handle, property, value);
 }
 
-int velmora_account_set_property_bool(velmora_account_h handle, int property, bool value) {
+VELMORA_API int velmora_account_set_property_bool(velmora_account_h handle, int property,
+                                                  bool value) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   return va_account_set_flag(handle, property, value);
 }

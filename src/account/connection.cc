@@ -13,7 +13,8 @@
 
 namespace {
 
-void __on_connected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+void on_connected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  VA_LOG_NAME("__on_connected");
   auto *svc = static_cast<velmora_account_h>(user_data);
   if (svc == NULL) {
     VA_LOGE("user_data is NULL");
@@ -25,7 +26,8 @@ void __on_connected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
                        svc->connection_user_data);
 }
 
-void __on_disconnected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+void on_disconnected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  VA_LOG_NAME("__on_disconnected");
   auto *svc = static_cast<velmora_account_h>(user_data);
   if (svc == NULL) {
     VA_LOGE("user_data is NULL");
@@ -41,7 +43,8 @@ void __on_disconnected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
                        svc->connection_user_data);
 }
 
-void __on_rejected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+void on_rejected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
+  VA_LOG_NAME("__on_rejected");
   auto *svc = static_cast<velmora_account_h>(user_data);
   if (svc == NULL) {
     VA_LOGE("user_data is NULL");
@@ -55,28 +58,28 @@ void __on_rejected(rpc_port_proxy_AccountSvc_h h, void *user_data) {
 
 }  // namespace
 
-int velmora_account_connect(velmora_account_h *handle, velmora_account_connection_cb callback,
-                            void *user_data) {
+VELMORA_API int velmora_account_connect(velmora_account_h *handle,
+                                        velmora_account_connection_cb callback, void *user_data) {
   VA_LOGI("[velmora_account_connect] %s", VELMORA_ACCOUNT_VERSION);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
-  VA_RETV_IF(is_lower_agent(3) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  VA_RETV_IF_NO_AGENT();
+  VA_RETV_IF_LOWER_AGENT(3);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(callback == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  VA_RETV_IF(is_tv_profile(), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_TV(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
 
   auto *svc = static_cast<velmora_account_h>(calloc(1, sizeof(struct velmora_account_s)));
   VA_RETV_IF(svc == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   svc->connection_cb = callback;
   svc->connection_user_data = user_data;
 
-  rpc_port_proxy_AccountSvc_callback_s events = {__on_connected, __on_disconnected, __on_rejected};
+  rpc_port_proxy_AccountSvc_callback_s events = {on_connected, on_disconnected, on_rejected};
   int ret = rpc_port_proxy_AccountSvc_create(AGENT_APP_ID, &events, svc, &svc->proxy);
   if (ret != 0) {
     // The record is not released here: the handle's long-standing behaviour, kept as it is.
     VA_LOGI("Failed to create rpc port. err = %d", ret);
     return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
-  ret = _velmora_account_convert_connect_error(rpc_port_proxy_AccountSvc_connect(svc->proxy));
+  ret = va_convert_connect_error(rpc_port_proxy_AccountSvc_connect(svc->proxy));
   if (ret != 0) {
     // Neither the record nor the proxy is released here (kept as the handle always behaved).
     VA_LOGI("Failed to connect rpc port. err = %d", ret);
@@ -90,12 +93,12 @@ int velmora_account_connect(velmora_account_h *handle, velmora_account_connectio
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int velmora_account_disconnect(velmora_account_h handle) {
+VELMORA_API int velmora_account_disconnect(velmora_account_h handle) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
-  VA_RETV_IF(is_lower_agent(3) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  VA_RETV_IF_NO_AGENT();
+  VA_RETV_IF_LOWER_AGENT(3);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  VA_RETV_IF(is_tv_profile(), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_TV(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
 
   if (handle->proxy) {
     int ret = rpc_port_proxy_AccountSvc_destroy(handle->proxy);

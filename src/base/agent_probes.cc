@@ -25,11 +25,9 @@ int g_lower_agent[kLevelCacheSize] = {-1, -1, -1, -1, -1, -1, -1, -1, -1};
 // Levels below this are never lower: every agent offers them.
 constexpr int kLowestGatedLevel = 2;
 
-}  // namespace
-
-// The visitors below keep their names: they appear in the log lines.
-static bool _app_info_metadata_cb(const char *metadata_key, const char *metadata_value,
-                                  void *user_data) {
+// The visitors' lines keep the names the service's tools know.
+bool app_info_metadata_cb(const char *metadata_key, const char *metadata_value, void *user_data) {
+  VA_LOG_NAME("_app_info_metadata_cb");
   VA_LOGI("[_app_info_metadata_cb] %s", metadata_key ? metadata_key : "(null)");
   VA_ENTRY();
   if (metadata_key == NULL) {
@@ -46,8 +44,9 @@ static bool _app_info_metadata_cb(const char *metadata_key, const char *metadata
 }
 
 // Only the first application whose metadata could be read is consulted.
-static bool _package_info_foreach_cb(package_info_app_component_type_e comp_type,
-                                     const char *app_id, void *user_data) {
+bool package_info_foreach_cb(package_info_app_component_type_e comp_type, const char *app_id,
+                             void *user_data) {
+  VA_LOG_NAME("_package_info_foreach_cb");
   VA_ENTRY();
   app_info_h app_info = NULL;
   int ret = app_info_create(app_id, &app_info);
@@ -55,7 +54,7 @@ static bool _package_info_foreach_cb(package_info_app_component_type_e comp_type
     VA_LOGE("app_info_create() Fail(%d)", ret);
     return true;
   }
-  ret = app_info_foreach_metadata(app_info, _app_info_metadata_cb, user_data);
+  ret = app_info_foreach_metadata(app_info, app_info_metadata_cb, user_data);
   if (ret != APP_MANAGER_ERROR_NONE) {
     VA_LOGE("app_info_foreach_metadata() Fail(%d)", ret);
     app_info_destroy(app_info);
@@ -66,9 +65,12 @@ static bool _package_info_foreach_cb(package_info_app_component_type_e comp_type
   return false;
 }
 
+}  // namespace
+
 extern "C" {
 
-bool is_agent_installed(void) {
+bool va_is_agent_installed(void) {
+  VA_LOG_NAME("is_agent_installed");
   if (g_agent_installed > 0) return true;
 
   VA_ENTRY();
@@ -81,7 +83,8 @@ bool is_agent_installed(void) {
   return g_agent_installed == 1;
 }
 
-bool is_lower_agent(int api_level) {
+bool va_is_lower_agent(int api_level) {
+  VA_LOG_NAME("is_lower_agent");
   VA_LOGI("[is_lower_agent] api_level : %d", api_level);
   if (api_level < kLowestGatedLevel) return false;
 
@@ -99,7 +102,7 @@ bool is_lower_agent(int api_level) {
   // An agent without the metadata key has level 0: lower than every gated level.
   int agent_level = 0;
   package_info_foreach_app_from_package(package_info, PACKAGE_INFO_APP_COMPONENT_TYPE_SERVICE,
-                                        _package_info_foreach_cb, &agent_level);
+                                        package_info_foreach_cb, &agent_level);
 
   int lower;
   if (agent_level < api_level) {

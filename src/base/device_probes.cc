@@ -31,7 +31,8 @@ char *read_profile() {
 
 extern "C" {
 
-bool is_tv_profile(void) {
+bool va_is_tv_profile(void) {
+  VA_LOG_NAME("is_tv_profile");
   if (g_tv_profile == 0 || g_tv_profile == 1) return g_tv_profile == 1;
 
   VA_ENTRY();
@@ -49,7 +50,8 @@ bool is_tv_profile(void) {
   return g_tv_profile == 1;
 }
 
-bool is_wearable_profile(void) {
+bool va_is_wearable_profile(void) {
+  VA_LOG_NAME("is_wearable_profile");
   VA_ENTRY();
   char *profile = read_profile();
   if (profile == NULL) return false;

@@ -84,7 +84,8 @@ static_assert(sizeof(kConnectErrors) / sizeof(kConnectErrors[0]) == kConnectErro
 
 extern "C" {
 
-int _velmora_account_convert_error(const char *error_code) {
+int va_convert_error(const char *error_code) {
+  VA_LOG_NAME("_velmora_account_convert_error");
   VA_ENTRY();
   if (error_code == NULL) {
     // A failed reply without an error code reaches the caller as success.
@@ -97,18 +98,20 @@ int _velmora_account_convert_error(const char *error_code) {
   return converted;
 }
 
-const char *__app_control_error(int err) {
+const char *va_app_control_error_name(int err) {
+  VA_LOG_NAME("__app_control_error");
   for (const NamedError &e : kAppControlErrors)
     if (e.value == err) return e.name;
   return "UNKNOWN__Error";
 }
 
-int __convert_app_control_error(int err, velmora_account_request_h request,
-                                velmora_account_h account) {
+int va_convert_app_control_error(int err, velmora_account_request_h request,
+                                 velmora_account_h account) {
+  VA_LOG_NAME("__convert_app_control_error");
   VA_ENTRY();
   if (err == APP_CONTROL_ERROR_NONE) return VELMORA_ACCOUNT_ERROR_NONE;
 
-  VA_LOGI("app_control_send_launch_request failed [%d][%s]", err, __app_control_error(err));
+  VA_LOGI("app_control_send_launch_request failed [%d][%s]", err, va_app_control_error_name(err));
   const int result = map_error(kLaunchErrors, err, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   if (request != NULL) {
     VA_LOGI("REQUEST_HANDLE_FREE");
@@ -122,13 +125,15 @@ int __convert_app_control_error(int err, velmora_account_request_h request,
   return result;
 }
 
-int __convert_account_manager_error(int err, const char *func) {
+int va_convert_account_manager_error(int err, const char *func) {
+  VA_LOG_NAME("__convert_account_manager_error");
   const int result = map_error(kAccountStoreErrors, err, VELMORA_ACCOUNT_ERROR_UNKNOWN);
   VA_LOGI("[%s] error [%d], convert to [%d]", func ? func : "(null)", err, result);
   return result;
 }
 
-int _velmora_account_convert_connect_error(int err) {
+int va_convert_connect_error(int err) {
+  VA_LOG_NAME("_velmora_account_convert_connect_error");
   if (err < -kConnectErrorBase || err > 0) return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   return kConnectErrors[err + kConnectErrorBase];
 }

@@ -29,7 +29,7 @@ struct velmora_account_profile_list_s;
  * the property counts are all read from it: adding a property is one line here (and its id in
  * velmora_account.h).
  *
- *   X(member, type, property id, cloned by velmora_account_clone, released by destroy)
+ *   X(member, type, property id, cloned by va_account_clone, released by destroy)
  *
  *   type      STR   char *, a heap copy owned by the record; NULL: not set
  *             INT   int; below 1: not set

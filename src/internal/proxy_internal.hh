@@ -33,7 +33,7 @@ struct rpc_port_proxy_AccountSvc_s {
   bool destroy_requested;
 };
 
-namespace vproxy {
+namespace va::proxy {
 
 // What all four delegate types share; the typed handles below are this record under their names.
 // The fields are in this order: parcelable pair, id, sequence number, callback, once, user data.
@@ -46,14 +46,14 @@ struct Delegate {
   void *user_data;
 };
 
-}  // namespace vproxy
+}  // namespace va::proxy
 
-struct rpc_port_AccountSvc_ResponseCb_s : vproxy::Delegate {};
-struct rpc_port_AccountSvc_ResponseErrorCb_s : vproxy::Delegate {};
-struct rpc_port_AccountSvc_ResponsePlaceCb_s : vproxy::Delegate {};
-struct rpc_port_AccountSvc_ResponseProfileCb_s : vproxy::Delegate {};
+struct rpc_port_AccountSvc_ResponseCb_s : va::proxy::Delegate {};
+struct rpc_port_AccountSvc_ResponseErrorCb_s : va::proxy::Delegate {};
+struct rpc_port_AccountSvc_ResponsePlaceCb_s : va::proxy::Delegate {};
+struct rpc_port_AccountSvc_ResponseProfileCb_s : va::proxy::Delegate {};
 
-namespace vproxy {
+namespace va::proxy {
 
 // Fixed delegate ids, as they appear in every parcel.
 enum DelegateId : int {
@@ -68,7 +68,7 @@ enum DelegateId : int {
 struct DelegateType {
   int id;
   const char *name;  // "ResponseCb"
-  const vrec::RecordDesc *record;
+  const va::rec::RecordDesc *record;
   void (*call)(const Delegate &d, int result, void *record);
 };
 
@@ -91,4 +91,4 @@ void dispatch_callback(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h parcel,
 // Frees a delegate record of any type (no log).
 void free_delegate(void *delegate);
 
-}  // namespace vproxy
+}  // namespace va::proxy

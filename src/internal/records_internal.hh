@@ -3,7 +3,7 @@
 // The layouts of every record and list (expanded from account_svc_records.def.h), their
 // descriptors, and the few generic entry points that the proxy, the tests, the fuzzers and the
 // benchmarks need. Each record begins with its parcelable pair, so
-// rpc_port_parcel_write(parcel, vrec::parcelable_of(h), h) writes any record, list or delegate.
+// rpc_port_parcel_write(parcel, va::rec::parcelable_of(h), h) writes any record, list or delegate.
 #pragma once
 
 #include <glib.h>
@@ -32,7 +32,7 @@ RPC_PORT_RECORDS(VREC_STRUCT_)
 RPC_PORT_LISTS(VREC_STRUCT_)
 #undef VREC_STRUCT_
 
-namespace vrec {
+namespace va::rec {
 
 enum class FieldKind { STRING, INT, LLONG, DOUBLE, RECORD, LIST, STRLIST };
 
@@ -59,7 +59,7 @@ struct RecordDesc {
   std::span<const FieldDesc> field_span() const { return {fields, field_count}; }
 };
 
-// One descriptor per type: vrec::kDesc_AccountS, vrec::kDesc_list_string, ...
+// One descriptor per type: va::rec::kDesc_AccountS, va::rec::kDesc_list_string, ...
 #define VREC_DECLARE_DESC_(T) extern const RecordDesc kDesc_##T;
 RPC_PORT_RECORDS(VREC_DECLARE_DESC_)
 RPC_PORT_LISTS(VREC_DECLARE_DESC_)
@@ -87,4 +87,4 @@ void *clone(const RecordDesc &d, const void *h, const char *func);
 // a stream that decodes back to it: the item is counted but not written.
 bool has_null_items(const RecordDesc &d, const void *h);
 
-}  // namespace vrec
+}  // namespace va::rec

@@ -32,7 +32,7 @@
  * Replies reach one generic callback per transport (src/request/reply_*.cc), which finds the row
  * in the request record and logs under the row's reply name ("access_token_result_cb",
  * "NidlAccessTokenCb"). Without a parser of its own, a reply's values go into the clone (the keys
- * of __foreach_extra_cb, the fields of set_response_handle_from_nild_result) and the caller's
+ * of va_foreach_extra_cb, the fields of va_fill_from_account_s) and the caller's
  * callback gets (result, clone, user data). An area whose reply is something else (a status, a
  * list, places, a companion handle, a profile) names its parser in the row.
  *
@@ -149,8 +149,8 @@ typedef int (*va_op_prepare_fn)(va_op_call_s *call, app_control_h app_control,
 typedef void (*va_reply_parser_fn)(velmora_account_request_h request, app_control_h reply,
                                    int result);
 
-/* How a ResponseCb delegate's AccountS fills the clone (set_response_handle_from_nild_result and
- * set_response_handle_from_missing_nild_result). */
+/* How a ResponseCb delegate's AccountS fills the clone (va_fill_from_account_s and
+ * va_fill_linking_from_account_s). */
 typedef int (*va_port_fill_fn)(velmora_account_h account, rpc_port_AccountS_h s);
 
 /* The delegate type of a port method. */
@@ -196,7 +196,7 @@ struct va_operation_s {
     bool fail_type;
     va_delegate_kind_e delegate;
     const char *reply_name; /* VA_DELEGATE_ACCOUNT: the callback's name: "NidlAccessTokenCb" */
-    va_port_fill_fn fill;   /* VA_DELEGATE_ACCOUNT: NULL is set_response_handle_from_nild_result */
+    va_port_fill_fn fill;   /* VA_DELEGATE_ACCOUNT: NULL is va_fill_from_account_s */
     union {                 /* the other delegates: the area's delegate callback */
       rpc_port_AccountSvc_ResponsePlaceCb_cb place;
       rpc_port_AccountSvc_ResponseProfileCb_cb profile;

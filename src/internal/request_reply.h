@@ -58,7 +58,7 @@ void va_reply_app_control_cb(app_control_h request, app_control_h reply,
 
 /* The ResponseCb delegate callback of every request over the port (user_data: the request
  * record): entry line under the row's port.reply_name, the clone filled by the row's port.fill
- * (set_response_handle_from_nild_result when NULL), the caller's velmora_account_response_cb, the
+ * (va_fill_from_account_s when NULL), the caller's velmora_account_response_cb, the
  * record freed, exit line. */
 void va_reply_port_cb(void *user_data, int result, rpc_port_AccountS_h account);
 
@@ -72,7 +72,7 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
 
 /* ---- app-control reply parsers (va_reply_parser_fn) ---- */
 
-/* The default: the reply's extras into the clone (__foreach_extra_cb), then the caller's
+/* The default: the reply's extras into the clone (va_foreach_extra_cb), then the caller's
  * velmora_account_response_cb with (result, clone, user data). */
 void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result);
 /* The pieces of va_reply_parse_account, for parsers that do something in between (sign-out clears
@@ -91,19 +91,19 @@ void va_reply_parse_account_list(velmora_account_request_h request, app_control_
 /* ---- extra-data visitors ---- */
 
 /* Copies the extra `key` of `app_control` into the account `user_data` (known keys only). */
-bool __foreach_extra_cb(app_control_h app_control, const char *key, void *user_data);
+bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data);
 /* Sets the va_signed_in_status_s `user_data` from the extra "is_signin". */
-bool foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data);
+bool va_foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data);
 /* Adds the value of every extra whose key contains "login_id" to the va_account_id_list_s
  * `user_data` (at most VA_ACCOUNT_LIST_MAX). */
-bool foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data);
+bool va_foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data);
 
 /* Copies every non-empty string of `s` and its non-zero token times into `account`.
  * Returns NONE, or INVALID_PARAMETER for a NULL argument. */
-int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_AccountS_h s);
+int va_fill_from_account_s(velmora_account_h account, rpc_port_AccountS_h s);
 /* Sets the account-linking flag of `account` from the Password field of `s` ("Y" / "N").
  * Returns NONE, or INVALID_PARAMETER for a NULL argument. */
-int set_response_handle_from_missing_nild_result(velmora_account_h account, rpc_port_AccountS_h s);
+int va_fill_linking_from_account_s(velmora_account_h account, rpc_port_AccountS_h s);
 
 #ifdef __cplusplus
 }

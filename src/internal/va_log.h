@@ -43,6 +43,16 @@ inline constexpr const char *va_log_name_ = nullptr;
     }                         \
   } while (0)
 
+// The same with the condition's text given, where the line must show a text other than the code's
+// own ("is_agent_installed() == false").
+#define VA_RETV_IF_TEXT(cond, text, ret) \
+  do {                                   \
+    if (cond) {                          \
+      VA_LOGE("(%s)", text);             \
+      return ret;                        \
+    }                                    \
+  } while (0)
+
 // The generated layer's lines. RPC_LOG_AT names the function explicitly, for code that serves many
 // generated functions from one body.
 #define RPC_LOG_AT(prio, func, fmt, ...) \

@@ -180,11 +180,11 @@ VELMORA_API int velmora_account_request_auth_code_for_effortless_login(
 VELMORA_API int velmora_account_get_last_access_token_sync(velmora_account_h handle,
                                                            velmora_account_h *response) {
   VA_ENTRY();
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
-  VA_RETV_IF(is_lower_agent(3) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
+  VA_RETV_IF_NO_AGENT();
+  VA_RETV_IF_LOWER_AGENT(3);
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(response == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  VA_RETV_IF(is_tv_profile(), VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_TV(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   if (!handle->connected) return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
 
   // The values of the asynchronous row, each only when set; nothing is required here.
@@ -209,7 +209,7 @@ VELMORA_API int velmora_account_get_last_access_token_sync(velmora_account_h han
     if (result != NULL) rpc_port_AccountS_destroy(result);
     return created;
   }
-  set_response_handle_from_nild_result(account, result);
+  va_fill_from_account_s(account, result);
   *response = account;
   if (result != NULL) rpc_port_AccountS_destroy(result);
   VA_EXIT();

@@ -58,7 +58,8 @@ constexpr IntField kIntFields[] = {
 
 extern "C" {
 
-int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_AccountS_h s) {
+int va_fill_from_account_s(velmora_account_h account, rpc_port_AccountS_h s) {
+  VA_LOG_NAME("set_response_handle_from_nild_result");
   VA_ENTRY();
   VA_RETV_IF(account == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(s == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
@@ -82,7 +83,8 @@ int set_response_handle_from_nild_result(velmora_account_h account, rpc_port_Acc
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-int set_response_handle_from_missing_nild_result(velmora_account_h account, rpc_port_AccountS_h s) {
+int va_fill_linking_from_account_s(velmora_account_h account, rpc_port_AccountS_h s) {
+  VA_LOG_NAME("set_response_handle_from_missing_nild_result");
   VA_ENTRY();
   // The condition texts name the original arguments of this conversion.
   if (account == NULL) {

@@ -26,11 +26,11 @@ extern "C" {
 int va_operation_check(const va_op_call_s *call) {
   const char *name = call->op->name;
   VA_LOG_AS(DLOG_INFO, name, "[%s]", name);
-  if (is_agent_installed() == false) {
+  if (va_is_agent_installed() == false) {
     VA_LOG_AS(DLOG_ERROR, name, "(%s)", "is_agent_installed() == false");
     return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
   }
-  if (call->op->api_level > 0 && is_lower_agent(call->op->api_level) == true) {
+  if (call->op->api_level > 0 && va_is_lower_agent(call->op->api_level) == true) {
     char condition[48];
     snprintf(condition, sizeof(condition), "is_lower_agent(%d) == true", call->op->api_level);
     VA_LOG_AS(DLOG_ERROR, name, "(%s)", condition);
@@ -54,7 +54,7 @@ int va_operation_check_values(const va_op_call_s *call) {
     return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   }
   // Only a row with a value required on a TV (the access token's client secret) asks the probe.
-  if (has_need(op, VA_EXTRA_REQUIRED_ON_TV) && is_tv_profile() &&
+  if (has_need(op, VA_EXTRA_REQUIRED_ON_TV) && va_is_tv_profile() &&
       va_operation_missing(call, VA_EXTRA_REQUIRED_ON_TV)) {
     VA_LOG_AS(DLOG_INFO, op->name,
               "Invalid Property, client_secret is not set. [VA_ERROR_INVALID_PARAMETER]");

@@ -29,13 +29,13 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
   char *error_code = nullptr;
   // No reply (the agent went away) or no "error_code" extra: NULL, which converts to 0.
   if (reply != nullptr) app_control_get_extra_data(reply, "error_code", &error_code);
-  const int converted = _velmora_account_convert_error(error_code);
+  const int converted = va_convert_error(error_code);
   free(error_code);
   return converted;
 }
 
 void va_reply_fill_account(velmora_account_request_h request, app_control_h reply) {
-  if (app_control_foreach_extra_data(reply, __foreach_extra_cb, request->account) !=
+  if (app_control_foreach_extra_data(reply, va_foreach_extra_cb, request->account) !=
       APP_CONTROL_ERROR_NONE)
     VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
 }

@@ -1,6 +1,6 @@
 // Velmora Account client: reading the extras of an app-control reply.
 //
-// __foreach_extra_cb copies the values the library knows (the key table below) into the request's
+// va_foreach_extra_cb copies the values the library knows (the key table below) into the request's
 // account clone; the two other visitors collect the signed-in status and the list of login ids.
 #include <cstdlib>
 #include <cstring>
@@ -84,7 +84,8 @@ void store_value(velmora_account_h account, const ReplyKey &k, const char *value
 
 extern "C" {
 
-bool __foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+  VA_LOG_NAME("__foreach_extra_cb");
   if (key == nullptr) {
     VA_LOGI("Error. key is null");
     return true;
@@ -92,7 +93,7 @@ bool __foreach_extra_cb(app_control_h app_control, const char *key, void *user_d
   char *value = nullptr;
   const int ret = app_control_get_extra_data(app_control, key, &value);
   if (ret != APP_CONTROL_ERROR_NONE) {
-    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", __app_control_error(ret), key);
+    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", va_app_control_error_name(ret), key);
     free(value);
     return false;
   }
@@ -104,12 +105,13 @@ bool __foreach_extra_cb(app_control_h app_control, const char *key, void *user_d
   return true;
 }
 
-bool foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data) {
+bool va_foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data) {
+  VA_LOG_NAME("foreach_signed_in_status_cb");
   if (key == nullptr || strcmp(key, "is_signin") != 0) return true;
   char *value = nullptr;
   const int ret = app_control_get_extra_data(app_control, key, &value);
   if (ret != APP_CONTROL_ERROR_NONE) {
-    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", __app_control_error(ret), key);
+    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", va_app_control_error_name(ret), key);
     free(value);
     return false;
   }
@@ -119,7 +121,8 @@ bool foreach_signed_in_status_cb(app_control_h app_control, const char *key, voi
   return false;  // the status is known: the walk ends here
 }
 
-bool foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data) {
+bool va_foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data) {
+  VA_LOG_NAME("foreach_signed_in_account_cb");
   // Any key that contains "login_id" counts ("login_id0", "x_login_id", ...).
   if (key == nullptr || strstr(key, "login_id") == nullptr) return true;
   auto *ids = static_cast<va_account_id_list_s *>(user_data);
@@ -131,7 +134,7 @@ bool foreach_signed_in_account_cb(app_control_h app_control, const char *key, vo
   char *value = nullptr;
   const int ret = app_control_get_extra_data(app_control, key, &value);
   if (ret != APP_CONTROL_ERROR_NONE) {
-    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", __app_control_error(ret), key);
+    VA_LOGI("foreach_extra_cb failed.%s [key : %s]", va_app_control_error_name(ret), key);
     free(value);
     return false;
   }

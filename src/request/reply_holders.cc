@@ -29,7 +29,7 @@ void va_reply_parse_signed_in_status(velmora_account_request_h request, app_cont
   va_signed_in_status_s local = {};
   auto *status =
       request->data != nullptr ? static_cast<va_signed_in_status_s *>(request->data) : &local;
-  if (app_control_foreach_extra_data(reply, foreach_signed_in_status_cb, status) !=
+  if (app_control_foreach_extra_data(reply, va_foreach_signed_in_status_cb, status) !=
       APP_CONTROL_ERROR_NONE)
     VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
 
@@ -49,7 +49,7 @@ void va_reply_parse_account_list(velmora_account_request_h request, app_control_
       request->data != nullptr ? static_cast<va_account_id_list_s *>(request->data) : &local;
   ids->length = 0;
   ids->list = static_cast<char **>(calloc(VA_ACCOUNT_LIST_MAX, sizeof(char *)));
-  if (ids->list == nullptr || app_control_foreach_extra_data(reply, foreach_signed_in_account_cb,
+  if (ids->list == nullptr || app_control_foreach_extra_data(reply, va_foreach_signed_in_account_cb,
                                                              ids) != APP_CONTROL_ERROR_NONE) {
     VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
     free_ids(ids);

@@ -39,7 +39,7 @@ void va_reply_port_cb(void *user_data, int result, rpc_port_AccountS_h account) 
   }
   va_port_fill_fn fill = request->op != nullptr && request->op->port.fill != nullptr
                              ? request->op->port.fill
-                             : set_response_handle_from_nild_result;
+                             : va_fill_from_account_s;
   fill(request->account, account);
   auto callback = reinterpret_cast<velmora_account_response_cb>(request->nidl_cb);
   if (callback != nullptr) callback(result, request->account, request->user_data);

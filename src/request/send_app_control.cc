@@ -2,7 +2,7 @@
 //
 // The reply reaches va_reply_app_control_cb with the request record as its user data; a launch
 // that fails at once releases the record, the clone and the holder here (through
-// __convert_app_control_error).
+// va_convert_app_control_error).
 #include <cstdlib>
 
 #include "account_record.h"
@@ -94,7 +94,7 @@ int va_send_app_control(va_op_call_s *call) {
   const int err = app_control_send_launch_request(app_control, va_reply_app_control_cb, request);
   if (err != APP_CONTROL_ERROR_NONE) free(call->holder);  // the record goes below, not its holder
   // On success this touches nothing; on failure it frees the record and destroys the clone.
-  const int ret = __convert_app_control_error(err, request, call->clone);
+  const int ret = va_convert_app_control_error(err, request, call->clone);
   call->clone = nullptr;  // the request's now, or released
   call->holder = nullptr;
 

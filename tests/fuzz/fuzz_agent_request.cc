@@ -62,7 +62,7 @@ template <typename H, int (*Create)(H *), int (*Destroy)(H)>
 void write_empty(rpc_port_parcel_h p) {
   H h = nullptr;
   if (Create(&h) != 0) abort();
-  rpc_port_parcel_write(p, vrec::parcelable_of(h), h);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(h), h);
   Destroy(h);
 }
 
@@ -82,7 +82,7 @@ Bytes write_request(const Method &m, const NidlRequest &req) {
         break;
       case ArgKind::kAccount:
         if (!req.account) fail(m, "an accepted request without its account");
-        rpc_port_parcel_write(p, vrec::parcelable_of(req.account.get()), req.account.get());
+        rpc_port_parcel_write(p, va::rec::parcelable_of(req.account.get()), req.account.get());
         break;
       case ArgKind::kProfile:
         write_empty<rpc_port_ProfileS_h, rpc_port_ProfileS_create, rpc_port_ProfileS_destroy>(p);
@@ -92,13 +92,13 @@ Bytes write_request(const Method &m, const NidlRequest &req) {
         break;
       case ArgKind::kDelegate: {
         // Any delegate writes the same header; the fields take what the request carried.
-        auto *d = static_cast<vproxy::Delegate *>(
+        auto *d = static_cast<va::proxy::Delegate *>(
             rpc_port_AccountSvc_ResponseCb_create(response_cb, req.delegate.once, nullptr));
         if (!d) abort();
         d->id = req.delegate.id;
         d->seq = req.delegate.seq;
-        rpc_port_parcel_write(p, vrec::parcelable_of(d), d);
-        vproxy::free_delegate(d);
+        rpc_port_parcel_write(p, va::rec::parcelable_of(d), d);
+        va::proxy::free_delegate(d);
         break;
       }
     }
@@ -189,7 +189,7 @@ void maybe_write_seeds() {
     rpc_port_AccountS_set_Scope(req.account.get(), "openid");
     rpc_port_AccountS_set_TokenExpiresIn(req.account.get(), 3600);
     rpc_port_AccountS_set_LongIssueTime(req.account.get(), 1700000000);
-    req.delegate = {vproxy::kResponseCb, 7, true};
+    req.delegate = {va::proxy::kResponseCb, 7, true};
     const Bytes bytes = write_request(m, req);
     const std::string path = std::string(dir) + "/" + m.name;
     FILE *f = fopen(path.c_str(), "wb");

@@ -447,7 +447,7 @@ int run(const uint8_t *data, size_t size) {
     const char *code = nullptr;
     for (const auto &kv : extras)
       if (kv.first == "error_code") code = kv.second.c_str();
-    expected_result = _velmora_account_convert_error(code);
+    expected_result = va_convert_error(code);
   }
   if (rx.result != expected_result) fail("wrong result", cb.name);
 

@@ -33,19 +33,19 @@ constexpr size_t kMaxInput = 64 * 1024;
 
 inline rtest::Bytes encode(void *h) { return rtest::encode(h); }
 
-inline void *decode(const vrec::RecordDesc &d, const uint8_t *data, size_t size) {
-  void *h = vrec::create(d, "fuzz");
+inline void *decode(const va::rec::RecordDesc &d, const uint8_t *data, size_t size) {
+  void *h = va::rec::create(d, "fuzz");
   if (!h) abort();
   rpc_port_parcel_h p = nullptr;
   if (velmora_host_parcel_create_from_raw(&p, data, (unsigned int)size) != 0) abort();
-  rpc_port_parcel_read(p, vrec::parcelable_of(h), h);
+  rpc_port_parcel_read(p, va::rec::parcelable_of(h), h);
   rpc_port_parcel_destroy(p);
   return h;
 }
 
-inline void check(const vrec::RecordDesc &d, const uint8_t *data, size_t size) {
+inline void check(const va::rec::RecordDesc &d, const uint8_t *data, size_t size) {
   void *first = decode(d, data, size);
-  const bool unstable = vrec::has_null_items(d, first);
+  const bool unstable = va::rec::has_null_items(d, first);
   rtest::Bytes e1 = encode(first);
   void *second = decode(d, e1.data(), e1.size());
   rtest::Bytes e2 = encode(second);
@@ -53,7 +53,7 @@ inline void check(const vrec::RecordDesc &d, const uint8_t *data, size_t size) {
     fprintf(stderr, "%s: re-encoding differs (%zu vs %zu bytes)\n", d.name, e1.size(), e2.size());
     abort();
   }
-  void *copy = vrec::clone(d, first, "fuzz");
+  void *copy = va::rec::clone(d, first, "fuzz");
   if (unstable != (copy == nullptr)) {
     fprintf(stderr, "%s: clone %s\n", d.name, copy ? "accepted a NULL item" : "failed");
     abort();
@@ -63,17 +63,17 @@ inline void check(const vrec::RecordDesc &d, const uint8_t *data, size_t size) {
       fprintf(stderr, "%s: clone encodes differently\n", d.name);
       abort();
     }
-    vrec::destroy(d, copy);
+    va::rec::destroy(d, copy);
   }
-  vrec::destroy(d, second);
-  vrec::destroy(d, first);
+  va::rec::destroy(d, second);
+  va::rec::destroy(d, first);
 }
 
 // Runs one input against the types [first, first + count) of the library's type list.
 inline int run(const uint8_t *data, size_t size, size_t first, size_t count) {
-  if (vrec::all_types().size() < first + count) abort();  // the targets' split is out of date
+  if (va::rec::all_types().size() < first + count) abort();  // the targets' split is out of date
   if (size < 1 || size > kMaxInput + 1) return 0;
-  auto types = vrec::all_types().subspan(first, count);
+  auto types = va::rec::all_types().subspan(first, count);
   check(*types[data[0] % types.size()], data + 1, size - 1);
   return 0;
 }
@@ -95,8 +95,8 @@ inline void write_seed(const std::string &dir, const std::string &name, uint8_t 
 inline void maybe_write_seeds(size_t first, size_t count) {
   const char *dir = getenv("VELMORA_FUZZ_WRITE_SEEDS");
   if (!dir) return;
-  if (vrec::all_types().size() < first + count) abort();
-  auto types = vrec::all_types().subspan(first, count);
+  if (va::rec::all_types().size() < first + count) abort();
+  auto types = va::rec::all_types().subspan(first, count);
   for (size_t i = 0; i < types.size(); ++i) {
     const rtest::TypeOps &t = rtest::type(types[i]->name);
     void *h = rtest::make(t);

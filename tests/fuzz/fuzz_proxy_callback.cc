@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   // the others, so that inputs can name each of them.
   int seqs[8];
   for (int i = 0; i < 8; ++i) {
-    static_cast<vproxy::Delegate *>(delegates[i])->seq = seqs[i] = i % 2 + 1;
+    static_cast<va::proxy::Delegate *>(delegates[i])->seq = seqs[i] = i % 2 + 1;
     proxy->delegates = g_list_append(proxy->delegates, delegates[i]);
   }
 
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     memcpy(&id, data + 4, 4);
     memcpy(&seq, data + 8, 4);
   }
-  vproxy::dispatch_callback(proxy, parcel, "dev.velmora.account", "AccountSvc");
+  va::proxy::dispatch_callback(proxy, parcel, "dev.velmora.account", "AccountSvc");
 
   int calls = 0;
   for (int i = 0; i < 8; ++i) {

@@ -12,38 +12,21 @@
 #include <string>
 #include <vector>
 
+#include "library_symbols.hh"
 #include "platform_root.hh"
 
 namespace {
 
 std::string library() { return vtest::PlatformRoot::build_dir() + "/src/libvelmora-account.so"; }
 
-// The defined dynamic symbols of the library, without version suffixes.
+// The defined dynamic symbols of the library.
 std::set<std::string> exported_symbols() {
-  std::set<std::string> names;
-  const std::string command = "nm -D --defined-only '" + library() + "' 2>&1";
-  FILE *pipe = popen(command.c_str(), "r");
-  if (!pipe) return names;
-  char line[1024];
-  while (fgets(line, sizeof line, pipe)) {
-    std::istringstream fields(line);
-    std::string address, type, name;
-    if (!(fields >> address >> type >> name)) continue;
-    if (const size_t at = name.find('@'); at != std::string::npos) name.resize(at);
-    names.insert(name);
-  }
-  pclose(pipe);
-  return names;
+  const std::vector<std::string> names = vtest::nm_symbols("-D", library());
+  return std::set<std::string>(names.begin(), names.end());
 }
 
-bool starts_with(const std::string &s, const std::string &prefix) {
-  return s.rfind(prefix, 0) == 0;
-}
-
-bool public_name(const std::string &name) {
-  return starts_with(name, "velmora_account_") || starts_with(name, "rpc_port_") ||
-         starts_with(name, "REQUEST_OP_");
-}
+using vtest::public_name;
+using vtest::starts_with;
 
 bool allowed(const std::string &name) {
   static const std::set<std::string> kLinkerSymbols = {"_init", "_fini", "_edata", "_end",
@@ -76,8 +59,7 @@ TEST_F(ExportedSymbols, OnlyThePublicInterfaceIsExported) {
 }
 
 TEST_F(ExportedSymbols, InternalFunctionsAreHidden) {
-  for (const char *internal : {"velmora_account_clone",
-                               "va_account_clone",
+  for (const char *internal : {"va_account_clone",
                                "va_account_get_str",
                                "va_account_set_str",
                                "va_account_get_int",
@@ -86,16 +68,18 @@ TEST_F(ExportedSymbols, InternalFunctionsAreHidden) {
                                "va_account_set_flag",
                                "va_account_str_field",
                                "va_account_clear_str",
-                               "is_agent_installed",
-                               "is_lower_agent",
-                               "is_tv_profile",
-                               "is_wearable_profile",
-                               "_velmora_account_convert_error",
-                               "__convert_app_control_error",
-                               "__app_control_error",
-                               "__convert_account_manager_error",
-                               "_velmora_account_convert_connect_error",
+                               "va_is_agent_installed",
+                               "va_is_lower_agent",
+                               "va_is_tv_profile",
+                               "va_is_wearable_profile",
+                               "va_convert_error",
+                               "va_convert_app_control_error",
+                               "va_app_control_error_name",
+                               "va_convert_account_manager_error",
+                               "va_convert_connect_error",
                                "va_dup_field_not_released_by_destroy",
+                               "va_operation_run",
+                               "va_reply_app_control_cb",
                                "va_profile_list_new",
                                "va_profile_list_release",
                                "va_profile_category"})

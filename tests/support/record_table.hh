@@ -324,7 +324,7 @@ inline Bytes parcel_bytes(rpc_port_parcel_h p) {
 inline Bytes encode(void *h) {
   rpc_port_parcel_h p = nullptr;
   rpc_port_parcel_create(&p);
-  rpc_port_parcel_write(p, vrec::parcelable_of(h), h);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(h), h);
   Bytes out = parcel_bytes(p);
   rpc_port_parcel_destroy(p);
   return out;
@@ -334,7 +334,7 @@ inline Bytes encode(void *h) {
 inline size_t decode_into(void *h, const Bytes &bytes) {
   rpc_port_parcel_h p = nullptr;
   velmora_host_parcel_create_from_raw(&p, bytes.data(), (unsigned int)bytes.size());
-  rpc_port_parcel_read(p, vrec::parcelable_of(h), h);
+  rpc_port_parcel_read(p, va::rec::parcelable_of(h), h);
   size_t left = 0;
   char b;
   while (rpc_port_parcel_read_byte(p, &b) == 0) ++left;

@@ -1,7 +1,7 @@
 // Velmora Account client: the four reply delegate types of the AccountSvc proxy.
 //
 // A delegate is the client's record of an awaited callback. All four types are one record layout
-// (vproxy::Delegate) and one implementation driven by a small table; the exported functions of
+// (va::proxy::Delegate) and one implementation driven by a small table; the exported functions of
 // each type are thin wrappers expanded from a list of the type names.
 #include <atomic>
 #include <cstdlib>
@@ -9,7 +9,7 @@
 #include "proxy_internal.hh"
 #include "va_log.h"
 
-namespace vproxy {
+namespace va::proxy {
 
 namespace {
 
@@ -31,10 +31,10 @@ void call_profile(const Delegate &d, int result, void *record) {
 }
 
 const DelegateType kTypes[] = {
-    {kResponseCb, "ResponseCb", &vrec::kDesc_AccountS, call_response},
+    {kResponseCb, "ResponseCb", &va::rec::kDesc_AccountS, call_response},
     {kResponseErrorCb, "ResponseErrorCb", nullptr, call_error},
-    {kResponsePlaceCb, "ResponsePlaceCb", &vrec::kDesc_PlaceInfoS, call_place},
-    {kResponseProfileCb, "ResponseProfileCb", &vrec::kDesc_ProfileS, call_profile},
+    {kResponsePlaceCb, "ResponsePlaceCb", &va::rec::kDesc_PlaceInfoS, call_place},
+    {kResponseProfileCb, "ResponseProfileCb", &va::rec::kDesc_ProfileS, call_profile},
 };
 
 // One process-wide counter per type, indexed by id - 1. A new delegate takes the incremented
@@ -127,9 +127,9 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
 
   void *record = nullptr;
   if (type.record) {
-    record = vrec::create(*type.record, type.record->fn_create);
+    record = va::rec::create(*type.record, type.record->fn_create);
     if (!record) return;
-    rpc_port_parcel_read(parcel, vrec::parcelable_of(record), record);
+    rpc_port_parcel_read(parcel, va::rec::parcelable_of(record), record);
   }
 
   GList *match = nullptr;
@@ -154,24 +154,24 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
       }
     }
   }
-  if (record) vrec::destroy(*type.record, record);
+  if (record) va::rec::destroy(*type.record, record);
 }
 
-}  // namespace vproxy
+}  // namespace va::proxy
 
 // ---- the exported functions of each type ----
-#define VPROXY_EXPORT_DELEGATE_(D)                                                         \
-  rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                            \
-      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data) {                 \
-    return static_cast<rpc_port_AccountSvc_##D##_h>(vproxy::create(                        \
-        vproxy::k##D, reinterpret_cast<void (*)()>(callback), once, user_data, __func__)); \
-  }                                                                                        \
-  int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h) {                   \
-    return vproxy::destroy(h, __func__);                                                   \
-  }                                                                                        \
-  int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy,           \
-                                              rpc_port_AccountSvc_##D##_h delegate) {      \
-    return vproxy::dispose(proxy, delegate, __func__);                                     \
+#define VPROXY_EXPORT_DELEGATE_(D)                                                                \
+  VELMORA_API rpc_port_AccountSvc_##D##_h rpc_port_AccountSvc_##D##_create(                       \
+      rpc_port_AccountSvc_##D##_cb callback, bool once, void *user_data) {                        \
+    return static_cast<rpc_port_AccountSvc_##D##_h>(va::proxy::create(                            \
+        va::proxy::k##D, reinterpret_cast<void (*)()>(callback), once, user_data, __func__));     \
+  }                                                                                               \
+  VELMORA_API int rpc_port_AccountSvc_##D##_destroy(rpc_port_AccountSvc_##D##_h h) {              \
+    return va::proxy::destroy(h, __func__);                                                       \
+  }                                                                                               \
+  VELMORA_API int rpc_port_proxy_AccountSvc_##D##_dispose(rpc_port_proxy_AccountSvc_h proxy,      \
+                                                          rpc_port_AccountSvc_##D##_h delegate) { \
+    return va::proxy::dispose(proxy, delegate, __func__);                                         \
   }
 
 VPROXY_EXPORT_DELEGATE_(ResponseCb)

@@ -64,7 +64,7 @@ void write_arg(rpc_port_parcel_h parcel, const Arg &a) {
     case Arg::kRecord:
     case Arg::kDelegate: {
       void *p = const_cast<void *>(a.ptr);
-      rpc_port_parcel_write(parcel, vrec::parcelable_of(p), p);
+      rpc_port_parcel_write(parcel, va::rec::parcelable_of(p), p);
       break;
     }
   }
@@ -83,14 +83,14 @@ void read_output(rpc_port_parcel_h parcel, const Out &out) {
     case Out::kStringList: {
       rpc_port_list_string_h list = nullptr;
       rpc_port_list_string_create(&list);
-      rpc_port_parcel_read(parcel, vrec::parcelable_of(list), list);
+      rpc_port_parcel_read(parcel, va::rec::parcelable_of(list), list);
       *static_cast<rpc_port_list_string_h *>(out.ptr) = list;
       break;
     }
     case Out::kAccount: {
       rpc_port_AccountS_h account = nullptr;
       rpc_port_AccountS_create(&account);
-      rpc_port_parcel_read(parcel, vrec::parcelable_of(account), account);
+      rpc_port_parcel_read(parcel, va::rec::parcelable_of(account), account);
       *static_cast<rpc_port_AccountS_h *>(out.ptr) = account;
       break;
     }
@@ -156,62 +156,63 @@ int call(rpc_port_proxy_AccountSvc_h h, int method, std::initializer_list<Arg> a
 
 }  // namespace
 
-int rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(rpc_port_proxy_AccountSvc_h h,
-                                                       char **login_id) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(rpc_port_proxy_AccountSvc_h h,
+                                                                   char **login_id) {
   return call(h, kGetDefaultAccount, {}, {Out::kString, login_id}, __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_SetDefaultAccount(rpc_port_proxy_AccountSvc_h h,
-                                                       const char *login_id) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_SetDefaultAccount(rpc_port_proxy_AccountSvc_h h,
+                                                                   const char *login_id) {
   return call(h, kSetDefaultAccount, {Arg::string(login_id)}, Out::none(), __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_IsSignedIn(rpc_port_proxy_AccountSvc_h h, const char *login_id,
-                                                bool *is_signed_in) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_IsSignedIn(rpc_port_proxy_AccountSvc_h h,
+                                                            const char *login_id,
+                                                            bool *is_signed_in) {
   return call(h, kIsSignedIn, {Arg::string(login_id)}, {Out::kBool, is_signed_in}, __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_GetAccountList(rpc_port_proxy_AccountSvc_h h,
-                                                    rpc_port_list_string_h *list) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetAccountList(rpc_port_proxy_AccountSvc_h h,
+                                                                rpc_port_list_string_h *list) {
   return call(h, kGetAccountList, {}, {Out::kStringList, list}, __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(rpc_port_proxy_AccountSvc_h h,
-                                                        rpc_port_AccountS_h account,
-                                                        rpc_port_AccountS_h *result_account) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetLastAccessToken(
+    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
+    rpc_port_AccountS_h *result_account) {
   return call(h, kGetLastAccessToken, {Arg::record(account)}, {Out::kAccount, result_account},
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(rpc_port_proxy_AccountSvc_h h,
-                                                        rpc_port_AccountS_h account,
-                                                        rpc_port_AccountSvc_ResponseCb_h callback) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestAccessToken(
+    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
+    rpc_port_AccountSvc_ResponseCb_h callback) {
   return call(h, kRequestAccessToken, {Arg::record(account), Arg::delegate(callback)}, Out::none(),
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestAuthcode(rpc_port_proxy_AccountSvc_h h,
-                                                     rpc_port_AccountS_h account,
-                                                     rpc_port_AccountSvc_ResponseCb_h callback) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestAuthcode(
+    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
+    rpc_port_AccountSvc_ResponseCb_h callback) {
   return call(h, kRequestAuthcode, {Arg::record(account), Arg::delegate(callback)}, Out::none(),
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestAuthcodeEffortless(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
     rpc_port_AccountSvc_ResponseCb_h callback) {
   return call(h, kRequestAuthcodeEffortless, {Arg::record(account), Arg::delegate(callback)},
               Out::none(), __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestPlaceInfo(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestPlaceInfo(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account,
     rpc_port_AccountSvc_ResponsePlaceCb_h callback) {
   return call(h, kRequestPlaceInfo, {Arg::record(account), Arg::delegate(callback)}, Out::none(),
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, const char *resource,
     rpc_port_AccountSvc_ResponseProfileCb_h callback) {
   return call(h, kRequestProfileInfo,
@@ -219,7 +220,7 @@ int rpc_port_proxy_AccountSvc_invoke_RequestProfileInfo(
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_UpdateProfileInfo(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_UpdateProfileInfo(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, int request_type,
     rpc_port_ProfileS_h profile, rpc_port_AccountSvc_ResponseErrorCb_h callback) {
   return call(h, kUpdateProfileInfo,
@@ -228,7 +229,7 @@ int rpc_port_proxy_AccountSvc_invoke_UpdateProfileInfo(
               Out::none(), __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, rpc_port_PrivacyS_h privacy,
     rpc_port_AccountSvc_ResponseErrorCb_h callback) {
   return call(h, kUpdatePrivacyInfo,
@@ -236,15 +237,15 @@ int rpc_port_proxy_AccountSvc_invoke_UpdatePrivacyInfo(
               __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_CommonAccount(rpc_port_proxy_AccountSvc_h h,
-                                                   rpc_port_AccountS_h account, int request_type,
-                                                   rpc_port_AccountSvc_ResponseCb_h callback) {
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_CommonAccount(
+    rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, int request_type,
+    rpc_port_AccountSvc_ResponseCb_h callback) {
   return call(h, kCommonAccount,
               {Arg::record(account), Arg::integer(request_type), Arg::delegate(callback)},
               Out::none(), __func__);
 }
 
-int rpc_port_proxy_AccountSvc_invoke_CommonProfile(
+VELMORA_API int rpc_port_proxy_AccountSvc_invoke_CommonProfile(
     rpc_port_proxy_AccountSvc_h h, rpc_port_AccountS_h account, int request_type,
     const char *resource, rpc_port_AccountSvc_ResponseProfileCb_h callback) {
   return call(h, kCommonProfile,

@@ -16,7 +16,7 @@ constexpr const char *kPortName = "AccountSvc";
 
 void free_record(rpc_port_proxy_AccountSvc_h h) {
   g_rec_mutex_clear(&h->mutex);
-  g_list_free_full(h->delegates, vproxy::free_delegate);
+  g_list_free_full(h->delegates, va::proxy::free_delegate);
   h->delegates = nullptr;
   if (h->proxy) rpc_port_proxy_destroy(h->proxy);
   free(h->stub_appid);
@@ -43,33 +43,36 @@ class EventScope {
   rpc_port_proxy_AccountSvc_h h_;
 };
 
-void __AccountSvc_on_connected(const char *endpoint, const char *port_name, rpc_port_h port,
-                               void *data) {
+void on_connected(const char *endpoint, const char *port_name, rpc_port_h port, void *data) {
+  VA_LOG_NAME("__AccountSvc_on_connected");
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
   EventScope scope(h);
   h->port = port;
   rpc_port_proxy_get_port(h->proxy, RPC_PORT_PORT_CALLBACK, &h->callback_port);
   if (h->callback.connected) h->callback.connected(h, h->user_data);
-  log_event(__func__, endpoint, port_name);
+  log_event(VA_LOG_FUNC, endpoint, port_name);
 }
 
-void __AccountSvc_on_disconnected(const char *endpoint, const char *port_name, void *data) {
+void on_disconnected(const char *endpoint, const char *port_name, void *data) {
+  VA_LOG_NAME("__AccountSvc_on_disconnected");
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
   EventScope scope(h);
   h->port = nullptr;
   if (h->callback.disconnected) h->callback.disconnected(h, h->user_data);
-  log_event(__func__, endpoint, port_name);
+  log_event(VA_LOG_FUNC, endpoint, port_name);
 }
 
-void __AccountSvc_on_rejected(const char *endpoint, const char *port_name, void *data) {
+void on_rejected(const char *endpoint, const char *port_name, void *data) {
+  VA_LOG_NAME("__AccountSvc_on_rejected");
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
   EventScope scope(h);
   h->port = nullptr;
   if (h->callback.rejected) h->callback.rejected(h, h->user_data);
-  log_event(__func__, endpoint, port_name);
+  log_event(VA_LOG_FUNC, endpoint, port_name);
 }
 
-void __AccountSvc_on_received(const char *endpoint, const char *port_name, void *data) {
+void on_received(const char *endpoint, const char *port_name, void *data) {
+  VA_LOG_NAME("__AccountSvc_on_received");
   auto *h = static_cast<rpc_port_proxy_AccountSvc_h>(data);
   rpc_port_parcel_h parcel = nullptr;
   int ret = rpc_port_parcel_create_from_port(&parcel, h->callback_port);
@@ -77,12 +80,13 @@ void __AccountSvc_on_received(const char *endpoint, const char *port_name, void 
     RPC_LOGE("Failed to create parcel from port(%s)", port_name);
     return;
   }
-  vproxy::dispatch_callback(h, parcel, endpoint, port_name);
+  va::proxy::dispatch_callback(h, parcel, endpoint, port_name);
 }
 
 // Steps that the log names "__create_AccountSvc": the record, its stub id and the connection
 // object. nullptr after logging why.
-rpc_port_proxy_AccountSvc_h __create_AccountSvc(const char *stub_appid) {
+rpc_port_proxy_AccountSvc_h create_proxy_record(const char *stub_appid) {
+  VA_LOG_NAME("__create_AccountSvc");
   auto *h =
       static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
   if (!h) {
@@ -107,7 +111,7 @@ rpc_port_proxy_AccountSvc_h __create_AccountSvc(const char *stub_appid) {
 
 }  // namespace
 
-namespace vproxy {
+namespace va::proxy {
 
 void dispatch_callback(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h parcel,
                        const char *endpoint, const char *port_name) {
@@ -137,41 +141,41 @@ void dispatch_callback(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h parcel,
   RPC_LOGI("[__RPC_PORT__] endpoint(%s), port_name(%s)", endpoint, port_name);
 }
 
-}  // namespace vproxy
+}  // namespace va::proxy
 
-int rpc_port_proxy_AccountSvc_create(const char *stub_appid,
-                                     rpc_port_proxy_AccountSvc_callback_s *callback,
-                                     void *user_data, rpc_port_proxy_AccountSvc_h *h) {
+VELMORA_API int rpc_port_proxy_AccountSvc_create(const char *stub_appid,
+                                                 rpc_port_proxy_AccountSvc_callback_s *callback,
+                                                 void *user_data, rpc_port_proxy_AccountSvc_h *h) {
   if (!stub_appid || !callback || !h) {
     RPC_LOGE("Invalid parameter");
     return -1;
   }
-  rpc_port_proxy_AccountSvc_h proxy = __create_AccountSvc(stub_appid);
+  rpc_port_proxy_AccountSvc_h proxy = create_proxy_record(stub_appid);
   if (!proxy) return -1;
 
   g_rec_mutex_init(&proxy->mutex);
   proxy->callback = *callback;
   proxy->user_data = user_data;
 
-  int ret = rpc_port_proxy_add_connected_event_cb(proxy->proxy, __AccountSvc_on_connected, proxy);
+  int ret = rpc_port_proxy_add_connected_event_cb(proxy->proxy, on_connected, proxy);
   if (ret != 0) {
     RPC_LOGE("Failed to add connected event cb. err = %d", ret);
     free_record(proxy);
     return ret;
   }
-  ret = rpc_port_proxy_add_disconnected_event_cb(proxy->proxy, __AccountSvc_on_disconnected, proxy);
+  ret = rpc_port_proxy_add_disconnected_event_cb(proxy->proxy, on_disconnected, proxy);
   if (ret != 0) {
     RPC_LOGE("Failed to add disconnected event cb. err = %d", ret);
     free_record(proxy);
     return ret;
   }
-  ret = rpc_port_proxy_add_rejected_event_cb(proxy->proxy, __AccountSvc_on_rejected, proxy);
+  ret = rpc_port_proxy_add_rejected_event_cb(proxy->proxy, on_rejected, proxy);
   if (ret != 0) {
     RPC_LOGE("Failed to add rejected event cb. err = %d", ret);
     free_record(proxy);
     return ret;
   }
-  ret = rpc_port_proxy_add_received_event_cb(proxy->proxy, __AccountSvc_on_received, proxy);
+  ret = rpc_port_proxy_add_received_event_cb(proxy->proxy, on_received, proxy);
   if (ret != 0) {
     RPC_LOGE("Failed to add received event cb. err = %d", ret);
     free_record(proxy);
@@ -182,7 +186,7 @@ int rpc_port_proxy_AccountSvc_create(const char *stub_appid,
   return 0;
 }
 
-int rpc_port_proxy_AccountSvc_connect(rpc_port_proxy_AccountSvc_h h) {
+VELMORA_API int rpc_port_proxy_AccountSvc_connect(rpc_port_proxy_AccountSvc_h h) {
   if (!h || !h->proxy) {
     RPC_LOGE("Invalid parameter");
     return -1;
@@ -195,7 +199,7 @@ int rpc_port_proxy_AccountSvc_connect(rpc_port_proxy_AccountSvc_h h) {
   return 0;
 }
 
-int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h) {
+VELMORA_API int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h) {
   if (!h) {
     RPC_LOGE("Invalid parameter");
     return -1;

@@ -5,7 +5,7 @@
 
 #include "record_ops.hh"
 
-namespace vrec {
+namespace va::rec {
 
 namespace {
 
@@ -67,4 +67,4 @@ const RecordDesc *find_type(const char *name) {
   return nullptr;
 }
 
-}  // namespace vrec
+}  // namespace va::rec

@@ -8,7 +8,7 @@
 
 #include "record_ops.hh"
 
-namespace vrec {
+namespace va::rec {
 
 namespace {
 
@@ -174,4 +174,4 @@ void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *fu
   }
 }
 
-}  // namespace vrec
+}  // namespace va::rec

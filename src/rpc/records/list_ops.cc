@@ -5,7 +5,7 @@
 
 #include "record_ops.hh"
 
-namespace vrec {
+namespace va::rec {
 
 namespace {
 
@@ -92,4 +92,4 @@ int list_length(const FieldDesc &f, const void *h, unsigned int *length, const c
   return 0;
 }
 
-}  // namespace vrec
+}  // namespace va::rec

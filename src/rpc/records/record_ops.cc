@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace vrec {
+namespace va::rec {
 
 void *create(const RecordDesc &d, const char *func) {
   void *h = calloc(1, d.size);
@@ -220,4 +220,4 @@ bool has_null_items(const RecordDesc &d, const void *h) {
   return false;
 }
 
-}  // namespace vrec
+}  // namespace va::rec

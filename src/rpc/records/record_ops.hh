@@ -10,7 +10,7 @@
 #include "records_internal.hh"
 #include "va_log.h"
 
-namespace vrec {
+namespace va::rec {
 
 // The member that `f` describes inside record `h`.
 template <typename T>
@@ -90,4 +90,4 @@ void append_item(GList **head, GList **last, void *item);
 void write(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func);
 void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func);
 
-}  // namespace vrec
+}  // namespace va::rec

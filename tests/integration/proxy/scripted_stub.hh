@@ -74,7 +74,7 @@ class ScriptedStub {
     rpc_port_parcel_write_bool(p, once);
     rpc_port_parcel_write_int32(p, result);
     rpc_port_AccountS_h a = account_of({{rpc_port_AccountS_set_LoginId, login_id}});
-    rpc_port_parcel_write(p, vrec::parcelable_of(a), a);
+    rpc_port_parcel_write(p, va::rec::parcelable_of(a), a);
     rpc_port_AccountS_destroy(a);
     return p;
   }
@@ -103,7 +103,7 @@ class ScriptedStub {
     // A method with an AccountS and a ResponseCb delegate (RequestAccessToken and the like).
     rpc_port_AccountS_h a = nullptr;
     rpc_port_AccountS_create(&a);
-    rpc_port_parcel_read(req, vrec::parcelable_of(a), a);
+    rpc_port_parcel_read(req, va::rec::parcelable_of(a), a);
     rpc_port_AccountS_destroy(a);
     int id = 0, seq = 0;
     bool once = false;

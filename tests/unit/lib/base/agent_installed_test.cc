@@ -11,7 +11,7 @@ using vtest::kVaTag;
 TEST(AgentInstalledProbe, MissingAgentIsNotInstalled) {
   vtest::PlatformRoot root;
   vtest::LogCapture log;
-  EXPECT_FALSE(is_agent_installed());
+  EXPECT_FALSE(va_is_agent_installed());
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[is_agent_installed]")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[is_agent_installed] <<<< ended")) << log.dump();
 }
@@ -19,36 +19,36 @@ TEST(AgentInstalledProbe, MissingAgentIsNotInstalled) {
 TEST(AgentInstalledProbe, InstalledAgentIsFound) {
   vtest::PlatformRoot root;
   root.install_agent(5);
-  EXPECT_TRUE(is_agent_installed());
+  EXPECT_TRUE(va_is_agent_installed());
 }
 
 TEST(AgentInstalledProbe, AgentWithoutMetadataIsInstalled) {
   vtest::PlatformRoot root;
   root.install_agent_without_metadata();
-  EXPECT_TRUE(is_agent_installed());
+  EXPECT_TRUE(va_is_agent_installed());
 }
 
 TEST(AgentInstalledProbe, OtherPackagesDoNotCount) {
   vtest::PlatformRoot root;
   root.install_package("dev.velmora.other", {{"dev.velmora.other", "service", "/bin/true"}});
-  EXPECT_FALSE(is_agent_installed());
+  EXPECT_FALSE(va_is_agent_installed());
 }
 
 TEST(AgentInstalledProbe, MissingAgentIsAskedAgainAndFoundOnceInstalled) {
   vtest::PlatformRoot root;
-  EXPECT_FALSE(is_agent_installed());
+  EXPECT_FALSE(va_is_agent_installed());
   root.install_agent(5);
   vtest::LogCapture log;
-  EXPECT_TRUE(is_agent_installed());
+  EXPECT_TRUE(va_is_agent_installed());
   EXPECT_EQ(log.count("[is_agent_installed]"), 1) << log.dump();
 }
 
 TEST(AgentInstalledProbe, FoundAgentIsCachedAndLogsNothingMore) {
   vtest::PlatformRoot root;
   root.install_agent(5);
-  ASSERT_TRUE(is_agent_installed());
+  ASSERT_TRUE(va_is_agent_installed());
   root.remove_package(vtest::PlatformRoot::kAgentAppId);
   vtest::LogCapture log;
-  EXPECT_TRUE(is_agent_installed());  // from the cache: the platform is not asked again
+  EXPECT_TRUE(va_is_agent_installed());  // from the cache: the platform is not asked again
   EXPECT_TRUE(log.lines().empty()) << log.dump();
 }

@@ -37,7 +37,7 @@ TEST(ResultCodes, HaveTheirDocumentedValues) {
 
 TEST(ConvertErrorCode, MissingErrorCodeReadsAsSuccess) {
   vtest::LogCapture log;
-  EXPECT_EQ(_velmora_account_convert_error(nullptr), VELMORA_ACCOUNT_ERROR_NONE);
+  EXPECT_EQ(va_convert_error(nullptr), VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[_velmora_account_convert_error]")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode is NULL [(null)], value set to 0"))
       << log.dump();
@@ -45,25 +45,25 @@ TEST(ConvertErrorCode, MissingErrorCodeReadsAsSuccess) {
 
 TEST(ConvertErrorCode, NegativeNumberIsPassedThrough) {
   vtest::LogCapture log;
-  EXPECT_EQ(_velmora_account_convert_error("-22"), -22);
+  EXPECT_EQ(va_convert_error("-22"), -22);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode [-22], convert[-22]")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[_velmora_account_convert_error] <<<< ended"));
 }
 
 TEST(ConvertErrorCode, NonNumberConvertsToZero) {
   vtest::LogCapture log;
-  EXPECT_EQ(_velmora_account_convert_error("abc"), 0);
+  EXPECT_EQ(va_convert_error("abc"), 0);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode [abc], convert[0]")) << log.dump();
 }
 
 TEST(ConvertErrorCode, NumberFollowedByLettersConvertsToTheNumber) {
-  EXPECT_EQ(_velmora_account_convert_error("61xyz"), 61);
-  EXPECT_EQ(_velmora_account_convert_error("-1073741830"), VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
+  EXPECT_EQ(va_convert_error("61xyz"), 61);
+  EXPECT_EQ(va_convert_error("-1073741830"), VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
 }
 
 TEST(ConvertErrorCode, AgentCodesOutsideTheTableArePassedUnchanged) {
-  EXPECT_EQ(_velmora_account_convert_error("-999"), -999);
-  EXPECT_EQ(_velmora_account_convert_error("0"), 0);
+  EXPECT_EQ(va_convert_error("-999"), -999);
+  EXPECT_EQ(va_convert_error("0"), 0);
 }
 
 // ---- app-control error names ----
@@ -86,12 +86,12 @@ TEST(AppControlErrorName, NamesEveryKnownError) {
       {static_cast<int>(0xC0000001), "APP_CONTROL_ERROR_TIMED_OUT"},
       {-5, "APP_CONTROL_ERROR_IO_ERROR"},
   };
-  for (const auto &c : cases) EXPECT_STREQ(__app_control_error(c.err), c.name) << c.err;
+  for (const auto &c : cases) EXPECT_STREQ(va_app_control_error_name(c.err), c.name) << c.err;
 }
 
 TEST(AppControlErrorName, UnknownErrorHasTheFallbackName) {
-  EXPECT_STREQ(__app_control_error(-1), "UNKNOWN__Error");
-  EXPECT_STREQ(__app_control_error(12345), "UNKNOWN__Error");
+  EXPECT_STREQ(va_app_control_error_name(-1), "UNKNOWN__Error");
+  EXPECT_STREQ(va_app_control_error_name(12345), "UNKNOWN__Error");
 }
 
 // ---- launch results ----
@@ -104,7 +104,7 @@ TEST(ConvertLaunchError, SuccessTouchesNothing) {
   auto *request =
       static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
   vtest::LogCapture log;
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_NONE, request, account), 0);
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_NONE, request, account), 0);
   EXPECT_EQ(log.count("REQUEST_HANDLE_FREE"), 0) << log.dump();
   EXPECT_EQ(log.count("VELMORA_ACCOUNT_FREE"), 0) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[__convert_app_control_error]"));
@@ -114,13 +114,13 @@ TEST(ConvertLaunchError, SuccessTouchesNothing) {
 }
 
 TEST(ConvertLaunchError, PermissionDeniedPassesThrough) {
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_PERMISSION_DENIED, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_PERMISSION_DENIED, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_PERMISSION_DENIED);
 }
 
 TEST(ConvertLaunchError, AppNotFoundIsNotSupported) {
   vtest::LogCapture log;
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_APP_NOT_FOUND, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_APP_NOT_FOUND, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   const std::string line = "app_control_send_launch_request failed [" +
                            std::to_string(APP_CONTROL_ERROR_APP_NOT_FOUND) +
@@ -130,18 +130,18 @@ TEST(ConvertLaunchError, AppNotFoundIsNotSupported) {
 }
 
 TEST(ConvertLaunchError, LaunchRejectedIsResourceBusy) {
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_LAUNCH_REJECTED, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_LAUNCH_REJECTED, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_RESOURCE_BUSY);
 }
 
 TEST(ConvertLaunchError, TimeOutAndIoErrorBecomeOutOfMemory) {
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_TIMED_OUT, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_TIMED_OUT, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_IO_ERROR, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_IO_ERROR, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_LAUNCH_FAILED, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_LAUNCH_FAILED, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
-  EXPECT_EQ(__convert_app_control_error(7, nullptr, nullptr), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+  EXPECT_EQ(va_convert_app_control_error(7, nullptr, nullptr), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
 }
 
 TEST(ConvertLaunchError, FailureReleasesTheRequestAndTheAccount) {
@@ -155,7 +155,7 @@ TEST(ConvertLaunchError, FailureReleasesTheRequestAndTheAccount) {
       static_cast<velmora_account_request_h>(calloc(1, sizeof(velmora_account_request_s)));
   request->account = account;
   vtest::LogCapture log;
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_IO_ERROR, request, account),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_IO_ERROR, request, account),
             VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO,
                       "app_control_send_launch_request failed [-5][APP_CONTROL_ERROR_IO_ERROR]"))
@@ -168,7 +168,7 @@ TEST(ConvertLaunchError, FailureReleasesTheRequestAndTheAccount) {
 
 TEST(ConvertLaunchError, FailureWithNothingPreparedReleasesNothing) {
   vtest::LogCapture log;
-  EXPECT_EQ(__convert_app_control_error(APP_CONTROL_ERROR_KEY_REJECTED, nullptr, nullptr),
+  EXPECT_EQ(va_convert_app_control_error(APP_CONTROL_ERROR_KEY_REJECTED, nullptr, nullptr),
             VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   EXPECT_EQ(log.count("REQUEST_HANDLE_FREE"), 0);
   EXPECT_EQ(log.count("VELMORA_ACCOUNT_FREE"), 0);
@@ -179,51 +179,49 @@ TEST(ConvertLaunchError, FailureWithNothingPreparedReleasesNothing) {
 TEST(ConvertAccountStoreError, CommonCodesPassThrough) {
   for (int err : {ACCOUNT_ERROR_NOT_SUPPORTED, ACCOUNT_ERROR_NO_DATA,
                   ACCOUNT_ERROR_PERMISSION_DENIED, ACCOUNT_ERROR_OUT_OF_MEMORY})
-    EXPECT_EQ(__convert_account_manager_error(err, "f"), err);
+    EXPECT_EQ(va_convert_account_manager_error(err, "f"), err);
 }
 
 TEST(ConvertAccountStoreError, DatabaseFailuresBecomeDbFailed) {
-  EXPECT_EQ(__convert_account_manager_error(static_cast<int>(0xFF000004), "f"),
+  EXPECT_EQ(va_convert_account_manager_error(static_cast<int>(0xFF000004), "f"),
             VELMORA_ACCOUNT_ERROR_DB_FAILED);
-  EXPECT_EQ(__convert_account_manager_error(static_cast<int>(0xFF000005), "f"),
+  EXPECT_EQ(va_convert_account_manager_error(static_cast<int>(0xFF000005), "f"),
             VELMORA_ACCOUNT_ERROR_DB_FAILED);
 }
 
 TEST(ConvertAccountStoreError, RecordNotFoundMeansSignInFirst) {
-  EXPECT_EQ(__convert_account_manager_error(static_cast<int>(0xFF000003), "f"),
+  EXPECT_EQ(va_convert_account_manager_error(static_cast<int>(0xFF000003), "f"),
             VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
 }
 
 TEST(ConvertAccountStoreError, BusyDatabaseIsResourceBusy) {
-  EXPECT_EQ(__convert_account_manager_error(static_cast<int>(0xFF000010), "f"),
+  EXPECT_EQ(va_convert_account_manager_error(static_cast<int>(0xFF000010), "f"),
             VELMORA_ACCOUNT_ERROR_RESOURCE_BUSY);
 }
 
 TEST(ConvertAccountStoreError, ZeroAndUnmappedCodesAreUnknownWithTheLogLine) {
   vtest::LogCapture log;
-  EXPECT_EQ(__convert_account_manager_error(0, "account_query_account_by_package_name"),
+  EXPECT_EQ(va_convert_account_manager_error(0, "account_query_account_by_package_name"),
             VELMORA_ACCOUNT_ERROR_UNKNOWN);
   EXPECT_TRUE(
       log.has(kVaTag, DLOG_INFO,
               "[account_query_account_by_package_name] error [0], convert to [-1073741824]"))
       << log.dump();
-  EXPECT_EQ(__convert_account_manager_error(ACCOUNT_ERROR_DUPLICATED, "f"),
+  EXPECT_EQ(va_convert_account_manager_error(ACCOUNT_ERROR_DUPLICATED, "f"),
             VELMORA_ACCOUNT_ERROR_UNKNOWN);
-  EXPECT_EQ(__convert_account_manager_error(-22, "f"), VELMORA_ACCOUNT_ERROR_UNKNOWN);
+  EXPECT_EQ(va_convert_account_manager_error(-22, "f"), VELMORA_ACCOUNT_ERROR_UNKNOWN);
 }
 
 // ---- proxy connection results ----
 
 TEST(ConvertConnectError, PermissionDeniedAndSuccessStay) {
-  EXPECT_EQ(_velmora_account_convert_connect_error(-13), -13);
-  EXPECT_EQ(_velmora_account_convert_connect_error(0), 0);
+  EXPECT_EQ(va_convert_connect_error(-13), -13);
+  EXPECT_EQ(va_convert_connect_error(0), 0);
 }
 
 TEST(ConvertConnectError, EveryOtherResultBecomesOutOfMemory) {
   for (int err = -12; err <= -1; ++err)
-    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
-        << err;
+    EXPECT_EQ(va_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY) << err;
   for (int err : {-5, -14, -22, 1, 13, INT_MIN, INT_MAX})
-    EXPECT_EQ(_velmora_account_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
-        << err;
+    EXPECT_EQ(va_convert_connect_error(err), VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY) << err;
 }

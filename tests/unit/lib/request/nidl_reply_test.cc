@@ -43,7 +43,7 @@ TEST_F(NidlResult, CopiesTheFieldsIntoTheirProperties) {
 
   velmora_account_h account = nullptr;
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
-  ASSERT_EQ(set_response_handle_from_nild_result(account, s.h), 0);
+  ASSERT_EQ(va_fill_from_account_s(account, s.h), 0);
   const std::pair<int, const char *> expected[] = {
       {VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN, "AT"},
       {VELMORA_ACCOUNT_PROPERTY_API_SERVER_URL, "api"},
@@ -84,7 +84,7 @@ TEST_F(NidlResult, EmptyAndMissingFieldsKeepTheClonesValues) {
   velmora_account_h account = nullptr;
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
   LogCapture log;
-  ASSERT_EQ(set_response_handle_from_nild_result(account, s.h), 0);
+  ASSERT_EQ(va_fill_from_account_s(account, s.h), 0);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "mine");
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID), "me");
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN), "my-refresh");
@@ -101,15 +101,12 @@ TEST_F(NidlResult, EmptyAndMissingFieldsKeepTheClonesValues) {
 TEST_F(NidlResult, NullArgumentsAreInvalid) {
   AccountS s;
   LogCapture log;
-  EXPECT_EQ(set_response_handle_from_nild_result(nullptr, s.h),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(set_response_handle_from_nild_result(handle_, nullptr),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_fill_from_account_s(nullptr, s.h), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_fill_from_account_s(handle_, nullptr), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, 6, "(account == NULL)")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 6, "(s == NULL)")) << log.dump();
-  EXPECT_EQ(set_response_handle_from_missing_nild_result(nullptr, s.h),
-            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  EXPECT_EQ(set_response_handle_from_missing_nild_result(handle_, nullptr),
+  EXPECT_EQ(va_fill_linking_from_account_s(nullptr, s.h), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(va_fill_linking_from_account_s(handle_, nullptr),
             VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   EXPECT_TRUE(log.has(kVaTag, 6, "(info == NULL)")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 6, "(h == NULL)")) << log.dump();
@@ -125,7 +122,7 @@ TEST_F(NidlResult, LinkingStatusComesFromThePasswordField) {
     AccountS s;
     rpc_port_AccountS_set_Password(s.h, c.first);
     rpc_port_AccountS_set_AccessToken(s.h, "not copied");
-    ASSERT_EQ(set_response_handle_from_missing_nild_result(account, s.h), 0);
+    ASSERT_EQ(va_fill_linking_from_account_s(account, s.h), 0);
     EXPECT_EQ(
         va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_ACCOUNT_LINKING_STATUS, &flag),
         0);

@@ -126,7 +126,7 @@ inline const va_operation_s *reply_row(const std::string &name) {
   row.port.reply_name = names.back().c_str();
   if (name == "signed_in_status_cb") row.app_control.parser = va_reply_parse_signed_in_status;
   if (name == "account_list_cb") row.app_control.parser = va_reply_parse_account_list;
-  if (name == "NidlAccountLinkingCb") row.port.fill = set_response_handle_from_missing_nild_result;
+  if (name == "NidlAccountLinkingCb") row.port.fill = va_fill_linking_from_account_s;
   rows.push_back(row);
   return &rows.back();
 }

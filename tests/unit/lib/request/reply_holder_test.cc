@@ -49,9 +49,9 @@ TEST_F(SignedInStatusReply, WithoutTheKeyTheStatusIsFalse) {
 TEST_F(SignedInStatusReply, VisitorStopsAtIsSignin) {
   va_signed_in_status_s status = {};
   app_control_h reply = make_reply({{"is_signin", "true"}});
-  EXPECT_TRUE(foreach_signed_in_status_cb(reply, "other", &status));
+  EXPECT_TRUE(va_foreach_signed_in_status_cb(reply, "other", &status));
   EXPECT_FALSE(status.is_signed_in);
-  EXPECT_FALSE(foreach_signed_in_status_cb(reply, "is_signin", &status));
+  EXPECT_FALSE(va_foreach_signed_in_status_cb(reply, "is_signin", &status));
   EXPECT_TRUE(status.is_signed_in);
   app_control_destroy(reply);
 }

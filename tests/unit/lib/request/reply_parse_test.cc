@@ -32,7 +32,7 @@ TEST_F(ReplyParse, CopiesEveryKnownKeyIntoTheAccount) {
       {"some_unknown_key", "ignored"},
   });
   LogCapture log;
-  EXPECT_EQ(app_control_foreach_extra_data(reply, __foreach_extra_cb, account), 0);
+  EXPECT_EQ(app_control_foreach_extra_data(reply, va_foreach_extra_cb, account), 0);
 
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "AT-SECRET-VALUE");
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_API_SERVER_URL), "https://api");
@@ -78,7 +78,7 @@ TEST_F(ReplyParse, RefreshTokenMinusOneKeepsTheHandlesRefreshToken) {
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply = make_reply({{"refresh_token", "-1"}, {"access_token", "AT"}});
   LogCapture log;
-  app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(reply, va_foreach_extra_cb, account);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_REFRESH_TOKEN), "caller-refresh");
   // The walk went on after the skipped key.
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "AT");
@@ -93,20 +93,20 @@ TEST_F(ReplyParse, RequestToServerLowerCaseYLeavesTheFlag) {
   ASSERT_EQ(va_account_set_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, false),
             0);
   app_control_h reply = make_reply({{"request_to_server", "y"}});
-  app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(reply, va_foreach_extra_cb, account);
   bool flag = true;
   EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_FALSE(flag);
 
   app_control_h yes = make_reply({{"request_to_server", "Y"}});
-  app_control_foreach_extra_data(yes, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(yes, va_foreach_extra_cb, account);
   EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_TRUE(flag);
 
   app_control_h other = make_reply({{"request_to_server", "yes"}, {"account_linking_status", "n"}});
-  app_control_foreach_extra_data(other, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(other, va_foreach_extra_cb, account);
   EXPECT_EQ(va_account_get_flag(account, VELMORA_ACCOUNT_PROPERTY_BOOL_REQUEST_TO_SERVER, &flag),
             0);
   EXPECT_TRUE(flag);
@@ -120,10 +120,10 @@ TEST_F(ReplyParse, BothDeviceCodeKeysFillTheDeviceUniqueCode) {
   velmora_account_h account = nullptr;
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h first = make_reply({{"device_physical_address", "aa:bb"}});
-  app_control_foreach_extra_data(first, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(first, va_foreach_extra_cb, account);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE), "aa:bb");
   app_control_h second = make_reply({{"device_security_code", "sec"}});
-  app_control_foreach_extra_data(second, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(second, va_foreach_extra_cb, account);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE), "sec");
   app_control_destroy(first);
   app_control_destroy(second);
@@ -136,7 +136,7 @@ TEST_F(ReplyParse, KeysAreComparedExactly) {
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
   app_control_h reply =
       make_reply({{"Access_token", "X"}, {"access_token ", "Y"}, {"access_tokens", "Z"}});
-  app_control_foreach_extra_data(reply, __foreach_extra_cb, account);
+  app_control_foreach_extra_data(reply, va_foreach_extra_cb, account);
   EXPECT_EQ(str_of(account, VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), "mine");
   app_control_destroy(reply);
   velmora_account_destroy(account);
@@ -146,7 +146,7 @@ TEST_F(ReplyParse, NullKeyIsLoggedAndTheWalkGoesOn) {
   velmora_account_h account = nullptr;
   ASSERT_EQ(va_account_clone(handle_, &account), 0);
   LogCapture log;
-  EXPECT_TRUE(__foreach_extra_cb(nullptr, nullptr, account));
+  EXPECT_TRUE(va_foreach_extra_cb(nullptr, nullptr, account));
   EXPECT_TRUE(log.has(kVaTag, 4, "Error. key is null")) << log.dump();
   velmora_account_destroy(account);
 }
@@ -157,7 +157,7 @@ TEST_F(ReplyParse, UnreadableKeyStopsTheWalk) {
   app_control_h reply = make_reply({{"access_token", "AT"}});
   LogCapture log;
   // A key the reply does not hold cannot be read.
-  EXPECT_FALSE(__foreach_extra_cb(reply, "mcc", account));
+  EXPECT_FALSE(va_foreach_extra_cb(reply, "mcc", account));
   EXPECT_TRUE(
       log.has(kVaTag, 4, "foreach_extra_cb failed.APP_CONTROL_ERROR_KEY_NOT_FOUND [key : mcc]"))
       << log.dump();

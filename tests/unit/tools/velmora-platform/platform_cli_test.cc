@@ -180,7 +180,7 @@ TEST_F(PlatformCli, ProfileIsShownAndSet) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "profile tv\n");
   EXPECT_EQ(profile_of_root(), "tv");
-  EXPECT_TRUE(is_tv_profile());
+  EXPECT_TRUE(va_is_tv_profile());
   r = run({"profile"}, root_.path());
   EXPECT_EQ(r.out, "tv\n");
 }
@@ -209,9 +209,9 @@ TEST_F(PlatformCli, InstallsTheAgentWithAnApiLevel) {
           root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "installed dev.velmora.account (2 applications)\n");
-  EXPECT_TRUE(is_agent_installed());
-  EXPECT_FALSE(is_lower_agent(3));
-  EXPECT_TRUE(is_lower_agent(5));
+  EXPECT_TRUE(va_is_agent_installed());
+  EXPECT_FALSE(va_is_lower_agent(3));
+  EXPECT_TRUE(va_is_lower_agent(5));
 }
 
 TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
@@ -220,8 +220,8 @@ TEST_F(PlatformCli, InstallsTheAgentWithoutAnyLevel) {
           root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "installed dev.velmora.account (1 application)\n");
-  EXPECT_TRUE(is_agent_installed());
-  EXPECT_TRUE(is_lower_agent(2));
+  EXPECT_TRUE(va_is_agent_installed());
+  EXPECT_TRUE(va_is_lower_agent(2));
 }
 
 TEST_F(PlatformCli, ShowPrintsApplicationsExecutablesAndMetadata) {
@@ -307,7 +307,7 @@ TEST_F(PlatformCli, RemoveRemovesAndUnknownPackagesFail) {
   CliRun r = run({"remove", "dev.velmora.account"}, root_.path());
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "removed dev.velmora.account\n");
-  EXPECT_FALSE(is_agent_installed());
+  EXPECT_FALSE(va_is_agent_installed());
   r = run({"remove", "dev.velmora.account"}, root_.path());
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(contains(r.err, "package 'dev.velmora.account' is not installed")) << r.err;

@@ -13,7 +13,7 @@ namespace {
 
 using vtest::Calls;
 
-vproxy::Delegate *as_delegate(void *h) { return static_cast<vproxy::Delegate *>(h); }
+va::proxy::Delegate *as_delegate(void *h) { return static_cast<va::proxy::Delegate *>(h); }
 
 TEST(ProxyDelegates, FirstOfEachTypeHasSequenceOneAndItsOwnId) {
   Calls calls;
@@ -37,8 +37,8 @@ TEST(ProxyDelegates, FirstOfEachTypeHasSequenceOneAndItsOwnId) {
 
   auto *a2 = rpc_port_AccountSvc_ResponseCb_create(Calls::on_account, true, nullptr);
   EXPECT_EQ(as_delegate(a2)->seq, 2);
-  EXPECT_EQ(vproxy::last_sequence(1), 2u);
-  EXPECT_EQ(vproxy::last_sequence(2), 1u);
+  EXPECT_EQ(va::proxy::last_sequence(1), 2u);
+  EXPECT_EQ(va::proxy::last_sequence(2), 1u);
 
   EXPECT_EQ(rpc_port_AccountSvc_ResponseCb_destroy(a), 0);
   EXPECT_EQ(rpc_port_AccountSvc_ResponseCb_destroy(a2), 0);
@@ -73,7 +73,7 @@ TEST(ProxyDelegates, ParcelFormIsIdSequenceOnce) {
   auto *d = rpc_port_AccountSvc_ResponseProfileCb_create(Calls::on_profile, false, nullptr);
   rpc_port_parcel_h p = nullptr;
   ASSERT_EQ(rpc_port_parcel_create(&p), 0);
-  ASSERT_EQ(rpc_port_parcel_write(p, vrec::parcelable_of(d), d), 0);
+  ASSERT_EQ(rpc_port_parcel_write(p, va::rec::parcelable_of(d), d), 0);
   const void *raw = nullptr;
   unsigned int size = 0;
   ASSERT_EQ(velmora_host_parcel_get_raw(p, &raw, &size), 0);
@@ -95,7 +95,7 @@ TEST(ProxyDelegates, ParcelFormIsIdSequenceOnce) {
   rpc_port_parcel_h r = nullptr;
   ASSERT_EQ(velmora_host_parcel_create_from_raw(&r, raw, size), 0);
   auto *back = rpc_port_AccountSvc_ResponseProfileCb_create(Calls::on_profile, true, nullptr);
-  ASSERT_EQ(rpc_port_parcel_read(r, vrec::parcelable_of(back), back), 0);
+  ASSERT_EQ(rpc_port_parcel_read(r, va::rec::parcelable_of(back), back), 0);
   EXPECT_EQ(as_delegate(back)->id, 4);
   EXPECT_EQ(as_delegate(back)->seq, as_delegate(d)->seq);
   EXPECT_FALSE(as_delegate(back)->once);

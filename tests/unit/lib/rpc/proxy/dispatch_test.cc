@@ -14,7 +14,7 @@ constexpr const char *kEventLine =
     "[__RPC_PORT__] endpoint(dev.velmora.account), port_name(AccountSvc)";
 
 void dispatch(rpc_port_proxy_AccountSvc_h h, rpc_port_parcel_h p) {
-  vproxy::dispatch_callback(h, p, "dev.velmora.account", "AccountSvc");
+  va::proxy::dispatch_callback(h, p, "dev.velmora.account", "AccountSvc");
 }
 
 void write_account(rpc_port_parcel_h p, const char *login_id) {
@@ -22,7 +22,7 @@ void write_account(rpc_port_parcel_h p, const char *login_id) {
   rpc_port_AccountS_create(&a);
   rpc_port_AccountS_set_LoginId(a, login_id);
   rpc_port_AccountS_set_TokenExpiresIn(a, 3600);
-  rpc_port_parcel_write(p, vrec::parcelable_of(a), a);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(a), a);
   rpc_port_AccountS_destroy(a);
 }
 
@@ -37,7 +37,7 @@ class ProxyDispatch : public ::testing::Test {
     proxy_->delegates = g_list_append(proxy_->delegates, d);
     return d;
   }
-  int seq_of(void *d) { return static_cast<vproxy::Delegate *>(d)->seq; }
+  int seq_of(void *d) { return static_cast<va::proxy::Delegate *>(d)->seq; }
 
   rpc_port_proxy_AccountSvc_h proxy_ = nullptr;
   Calls calls_;
@@ -117,7 +117,7 @@ TEST_F(ProxyDispatch, PlaceAndProfileDelegatesGetTheirRecords) {
   rpc_port_PlaceInfoS_h info = nullptr;
   rpc_port_PlaceInfoS_create(&info);
   rpc_port_PlaceInfoS_set_Reserved(info, "home");
-  rpc_port_parcel_write(p, vrec::parcelable_of(info), info);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(info), info);
   rpc_port_PlaceInfoS_destroy(info);
   dispatch(proxy_, p);
 
@@ -126,7 +126,7 @@ TEST_F(ProxyDispatch, PlaceAndProfileDelegatesGetTheirRecords) {
   rpc_port_ProfileS_h profile = nullptr;
   rpc_port_ProfileS_create(&profile);
   rpc_port_ProfileS_set_Resource(profile, "all");
-  rpc_port_parcel_write(p, vrec::parcelable_of(profile), profile);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(profile), profile);
   rpc_port_ProfileS_destroy(profile);
   dispatch(proxy_, p);
 
@@ -200,13 +200,13 @@ TEST_F(ProxyDispatch, ReceiveRoutineCanBeDrivenDirectly) {
   rpc_port_parcel_h p = nullptr;
   rpc_port_parcel_create(&p);
   rpc_port_parcel_write_int32(p, -13);
-  vproxy::receive(*vproxy::delegate_type(2), &proxy_->delegates, p, seq_of(d), 2);
+  va::proxy::receive(*va::proxy::delegate_type(2), &proxy_->delegates, p, seq_of(d), 2);
   rpc_port_parcel_destroy(p);
   ASSERT_EQ(calls_.calls.size(), 1u);
   EXPECT_EQ(calls_.calls[0].result, -13);
   EXPECT_EQ(proxy_->delegates, nullptr);
-  EXPECT_EQ(vproxy::delegate_type(0), nullptr);
-  EXPECT_EQ(vproxy::delegate_type(5), nullptr);
+  EXPECT_EQ(va::proxy::delegate_type(0), nullptr);
+  EXPECT_EQ(va::proxy::delegate_type(5), nullptr);
 }
 
 TEST_F(ProxyDispatch, DestroyWithOutstandingDelegatesReleasesThemUncalled) {

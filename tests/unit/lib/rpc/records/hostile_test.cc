@@ -26,8 +26,8 @@ unsigned int list_length(const TypeOps &t, void *h) {
 // holds a NULL list item (counted but not written, so the stream announces more than it holds).
 ::testing::AssertionResult StableAfterOneRoundTrip(const TypeOps &t, const Bytes &bytes) {
   void *first = rtest::decode(t, bytes);
-  const vrec::RecordDesc *d = vrec::find_type(t.name);
-  bool null_items = vrec::has_null_items(*d, first);
+  const va::rec::RecordDesc *d = va::rec::find_type(t.name);
+  bool null_items = va::rec::has_null_items(*d, first);
   Bytes e1 = rtest::encode(first);
   void *second = rtest::decode(t, e1);
   Bytes e2 = rtest::encode(second);

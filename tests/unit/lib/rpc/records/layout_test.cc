@@ -316,7 +316,7 @@ TEST(EncodingLayout, NullItemIsCountedButNotWritten) {
 }
 
 TEST(EncodingWrite, NullParcelOrRecordIsInvalidAndWritesNothing) {
-  for (const vrec::RecordDesc *d : vrec::all_types()) {
+  for (const va::rec::RecordDesc *d : va::rec::all_types()) {
     const rtest::TypeOps &t = rtest::type(d->name);
     void *h = rtest::make(t);
     rpc_port_parcel_h p = nullptr;
@@ -325,9 +325,9 @@ TEST(EncodingWrite, NullParcelOrRecordIsInvalidAndWritesNothing) {
     for (int i = 0; i < 2; ++i) {
       vtest::LogCapture log;
       if (i == 0)
-        vrec::parcelable_of(h)->to(nullptr, h);
+        va::rec::parcelable_of(h)->to(nullptr, h);
       else
-        vrec::parcelable_of(h)->to(p, nullptr);
+        va::rec::parcelable_of(h)->to(p, nullptr);
       ASSERT_EQ(log.lines().size(), 1u) << log.dump();
       EXPECT_TRUE(log.has(vtest::kRpcTag, DLOG_ERROR, "Invalid parameter")) << log.dump();
       EXPECT_EQ(log.lines()[0].function(), fn);
@@ -339,7 +339,7 @@ TEST(EncodingWrite, NullParcelOrRecordIsInvalidAndWritesNothing) {
 }
 
 TEST(EncodingRead, NullParcelOrRecordIsInvalidAndReadsNothing) {
-  for (const vrec::RecordDesc *d : vrec::all_types()) {
+  for (const va::rec::RecordDesc *d : va::rec::all_types()) {
     const rtest::TypeOps &t = rtest::type(d->name);
     void *h = rtest::make(t);
     Bytes bytes = rtest::encode(h);
@@ -349,9 +349,9 @@ TEST(EncodingRead, NullParcelOrRecordIsInvalidAndReadsNothing) {
     for (int i = 0; i < 2; ++i) {
       vtest::LogCapture log;
       if (i == 0)
-        vrec::parcelable_of(h)->from(nullptr, h);
+        va::rec::parcelable_of(h)->from(nullptr, h);
       else
-        vrec::parcelable_of(h)->from(p, nullptr);
+        va::rec::parcelable_of(h)->from(p, nullptr);
       ASSERT_EQ(log.lines().size(), 1u) << log.dump();
       EXPECT_TRUE(log.has(vtest::kRpcTag, DLOG_ERROR, "Invalid parameter")) << log.dump();
       EXPECT_EQ(log.lines()[0].function(), fn);

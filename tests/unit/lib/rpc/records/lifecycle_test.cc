@@ -72,10 +72,10 @@ TEST(RecordsCreate, NewRecordHasEveryFieldUnsetAndLogsNothing) {
 }
 
 TEST(RecordsCreate, SetsTheTypesParcelablePair) {
-  for (const vrec::RecordDesc *d : vrec::all_types()) {
+  for (const va::rec::RecordDesc *d : va::rec::all_types()) {
     const TypeOps &t = rtest::type(d->name);
     void *h = rtest::make(t);
-    rpc_port_parcelable_t *pair = vrec::parcelable_of(h);
+    rpc_port_parcelable_t *pair = va::rec::parcelable_of(h);
     EXPECT_NE(pair->to, nullptr) << d->name;
     EXPECT_NE(pair->from, nullptr) << d->name;
     EXPECT_EQ(pair->to, d->parcelable.to) << d->name;
@@ -86,7 +86,7 @@ TEST(RecordsCreate, SetsTheTypesParcelablePair) {
 
 TEST(RecordsCreate, EachTypeHasItsOwnWriteAndReadFunctions) {
   std::vector<void (*)(rpc_port_parcel_h, void *)> seen;
-  for (const vrec::RecordDesc *d : vrec::all_types()) {
+  for (const va::rec::RecordDesc *d : va::rec::all_types()) {
     for (auto *fn : seen) EXPECT_NE(fn, d->parcelable.to) << d->name;
     seen.push_back(d->parcelable.to);
   }

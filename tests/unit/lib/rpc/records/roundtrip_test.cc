@@ -179,8 +179,8 @@ TEST(EncodingRoundTrip, RecordsFollowEachOtherInOneParcel) {
   rpc_port_parcel_h p = nullptr;
   rpc_port_parcel_create(&p);
   rpc_port_parcel_write_int32(p, 13);
-  rpc_port_parcel_write(p, vrec::parcelable_of(account), account);
-  rpc_port_parcel_write(p, vrec::parcelable_of(privacy), privacy);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(account), account);
+  rpc_port_parcel_write(p, va::rec::parcelable_of(privacy), privacy);
   rpc_port_parcel_write_int32(p, 77);
 
   int id = 0, tail = 0;
@@ -189,8 +189,8 @@ TEST(EncodingRoundTrip, RecordsFollowEachOtherInOneParcel) {
   rpc_port_PrivacyS_h b = nullptr;
   rpc_port_PrivacyS_create(&b);
   EXPECT_EQ(rpc_port_parcel_read_int32(p, &id), 0);
-  EXPECT_EQ(rpc_port_parcel_read(p, vrec::parcelable_of(a), a), 0);
-  EXPECT_EQ(rpc_port_parcel_read(p, vrec::parcelable_of(b), b), 0);
+  EXPECT_EQ(rpc_port_parcel_read(p, va::rec::parcelable_of(a), a), 0);
+  EXPECT_EQ(rpc_port_parcel_read(p, va::rec::parcelable_of(b), b), 0);
   EXPECT_EQ(rpc_port_parcel_read_int32(p, &tail), 0);
   EXPECT_EQ(id, 13);
   EXPECT_EQ(tail, 77);

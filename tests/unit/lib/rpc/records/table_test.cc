@@ -103,21 +103,21 @@ std::string code(rtest::Kind k, const char *item) {
   return "?";
 }
 
-std::string code(vrec::FieldKind k, const vrec::RecordDesc *item) {
+std::string code(va::rec::FieldKind k, const va::rec::RecordDesc *item) {
   switch (k) {
-    case vrec::FieldKind::STRING:
+    case va::rec::FieldKind::STRING:
       return "s";
-    case vrec::FieldKind::INT:
+    case va::rec::FieldKind::INT:
       return "i";
-    case vrec::FieldKind::LLONG:
+    case va::rec::FieldKind::LLONG:
       return "l";
-    case vrec::FieldKind::DOUBLE:
+    case va::rec::FieldKind::DOUBLE:
       return "d";
-    case vrec::FieldKind::RECORD:
+    case va::rec::FieldKind::RECORD:
       return std::string("r:") + (item ? item->name : "?");
-    case vrec::FieldKind::LIST:
+    case va::rec::FieldKind::LIST:
       return std::string("L:") + (item ? item->name : "?");
-    case vrec::FieldKind::STRLIST:
+    case va::rec::FieldKind::STRLIST:
       return "S";
   }
   return "?";
@@ -151,28 +151,28 @@ TEST(RecordTable, EveryTypeHasItsFieldsInDeclarationOrder) {
 }
 
 TEST(RecordTable, LibraryDescriptorsMatchTheTable) {
-  auto types = vrec::all_types();
+  auto types = va::rec::all_types();
   ASSERT_EQ(types.size(), expected_fields().size());
-  for (const vrec::RecordDesc *d : types) {
+  for (const va::rec::RecordDesc *d : types) {
     auto it = expected_fields().find(d->name);
     ASSERT_NE(it, expected_fields().end()) << d->name;
     std::vector<std::string> got;
-    for (const vrec::FieldDesc &f : d->field_span())
+    for (const va::rec::FieldDesc &f : d->field_span())
       got.push_back(std::string(f.name) + ":" + code(f.kind, f.item));
     EXPECT_EQ(got, it->second) << d->name;
-    EXPECT_EQ(vrec::find_type(d->name), d);
+    EXPECT_EQ(va::rec::find_type(d->name), d);
     EXPECT_EQ(std::string(d->fn_create), std::string("rpc_port_") + d->name + "_create");
     EXPECT_EQ(std::string(d->fn_clone), std::string("rpc_port_") + d->name + "_clone");
     EXPECT_EQ(std::string(d->fn_destroy), std::string("rpc_port_") + d->name + "_destroy");
   }
-  EXPECT_EQ(vrec::find_type("NoSuchS"), nullptr);
-  EXPECT_EQ(vrec::find_type(nullptr), nullptr);
+  EXPECT_EQ(va::rec::find_type("NoSuchS"), nullptr);
+  EXPECT_EQ(va::rec::find_type(nullptr), nullptr);
 }
 
 TEST(RecordTable, FieldsLieInDeclarationOrderAfterTheParcelablePair) {
-  for (const vrec::RecordDesc *d : vrec::all_types()) {
+  for (const va::rec::RecordDesc *d : va::rec::all_types()) {
     size_t previous = sizeof(rpc_port_parcelable_t) - 1;
-    for (const vrec::FieldDesc &f : d->field_span()) {
+    for (const va::rec::FieldDesc &f : d->field_span()) {
       EXPECT_GT(f.offset, previous) << d->name << "." << f.name;
       EXPECT_LT(f.offset, d->size) << d->name << "." << f.name;
       previous = f.offset;
