@@ -2,8 +2,10 @@
  * Velmora platform: the platform log.
  *
  * dlog_print() formats a line printf-style and hands it to the platform log under a tag with a
- * priority. The host implementation prints lines at or above VELMORA_LOG_LEVEL to stderr and lets
- * tests capture every line (see velmora_host.h).
+ * priority. A call is one line of the log: control characters in the formatted line (newlines,
+ * escape sequences) are written as escapes, so that a logged value cannot forge a line. The host
+ * implementation prints lines at or above VELMORA_LOG_LEVEL to stderr and lets tests capture every
+ * line (see velmora_host.h).
  */
 #ifndef VELMORA_PLATFORM_DLOG_H
 #define VELMORA_PLATFORM_DLOG_H

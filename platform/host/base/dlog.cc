@@ -2,8 +2,12 @@
 //
 // Lines at or above VELMORA_LOG_LEVEL ("debug", "info", "warn", "error", "silent" or a number 3..8;
 // default "error"; an unknown name is reported once and taken as "error") go to stderr as
-// "<letter>/<tag>: <message>". A hook installed by a test sees every line, whatever the level.
+// "<letter>/<tag>: <message>", one line per call: control characters in the message are escaped
+// (see escape_controls). A hook installed by a test sees every line, whatever the level, as it is
+// printed.
 #include "dlog.h"
+
+#include <glib.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -47,6 +51,67 @@ std::mutex g_hook_mutex;
 velmora_host_log_hook_cb g_hook = nullptr;
 void *g_hook_data = nullptr;
 
+// A logged value may come from the other side (a scope, an app id): a newline in it would start a
+// forged line, an escape sequence would drive the terminal. Control characters (C0, DEL and the
+// C1 range, and the line and paragraph separators) and bytes that are not UTF-8 are written as
+// escapes: \n \r \t \e, else \xNN (a byte) or \uNNNN (a character). Everything else, backslashes
+// included, is kept as it is.
+std::string escape_controls(const std::string &in) {
+  bool plain = true;
+  for (unsigned char c : in)
+    if (c < 0x20 || c >= 0x7f) {
+      plain = false;
+      break;
+    }
+  if (plain) return in;
+  std::string out;
+  out.reserve(in.size() + 16);
+  const char *p = in.data();
+  const char *end = p + in.size();
+  char buf[16];
+  while (p < end) {
+    const unsigned char c = (unsigned char)*p;
+    if (c >= 0x20 && c < 0x7f) {
+      out += (char)c;
+      ++p;
+      continue;
+    }
+    if (c >= 0x80) {
+      gunichar u = g_utf8_get_char_validated(p, end - p);
+      if (u != (gunichar)-1 && u != (gunichar)-2) {
+        const char *next = g_utf8_next_char(p);
+        if ((u >= 0x80 && u < 0xa0) || u == 0x2028 || u == 0x2029) {
+          snprintf(buf, sizeof(buf), "\\u%04x", (unsigned)u);
+          out += buf;
+        } else {
+          out.append(p, next);
+        }
+        p = next;
+        continue;
+      }
+    }
+    switch (c) {
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      case 0x1b:
+        out += "\\e";
+        break;
+      default:
+        snprintf(buf, sizeof(buf), "\\x%02x", c);
+        out += buf;
+    }
+    ++p;
+  }
+  return out;
+}
+
 char priority_letter(int prio) {
   static const char kLetters[] = "??VDIWEFS";
   return (prio >= 0 && prio <= DLOG_SILENT) ? kLetters[prio] : '?';
@@ -85,8 +150,11 @@ extern "C" int dlog_print(log_priority prio, const char *tag, const char *fmt, .
     line.resize((size_t)n);
   }
   va_end(ap2);
+  line = escape_controls(line);
 
   if (hook) hook(prio, tag, fmt, line.c_str(), hook_data);
-  if (print) fprintf(stderr, "%c/%s: %s\n", priority_letter(prio), tag, line.c_str());
+  if (print)
+    fprintf(stderr, "%c/%s: %s\n", priority_letter(prio), escape_controls(tag).c_str(),
+            line.c_str());
   return n;
 }

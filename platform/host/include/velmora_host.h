@@ -47,7 +47,7 @@ PLATFORM_API int velmora_host_prepare_state_file(const char *path, char **error)
 /* ---- log ---- */
 
 /* Receives every line given to dlog_print, whatever the print level: the priority, the tag, the
- * format as given and the formatted line. */
+ * format as given and the formatted line (with its control characters escaped, as printed). */
 typedef void (*velmora_host_log_hook_cb)(int prio, const char *tag, const char *fmt,
                                          const char *message, void *user_data);
 /* Installs (or with NULL removes) the process-wide log hook. */

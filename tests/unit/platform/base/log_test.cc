@@ -1,6 +1,9 @@
 // Velmora tests: the host platform log and last result.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <thread>
 
 #include "dlog.h"
@@ -42,4 +45,36 @@ TEST(PlatformLastResult, IsPerThread) {
   EXPECT_EQ(get_last_result(), -5);
   set_last_result(0);
   EXPECT_EQ(get_last_result(), 0);
+}
+
+// A value with a newline and an escape sequence cannot forge a line or drive the terminal: the
+// log writes one line per call, with the control characters escaped.
+TEST(PlatformLog, ControlCharactersInValuesAreEscaped) {
+  setenv("VELMORA_LOG_LEVEL", "error", 1);  // read once, at the first line of the process
+  vtest::LogCapture capture;
+  int pipe_fds[2];
+  ASSERT_EQ(pipe(pipe_fds), 0);
+  fflush(stderr);
+  const int saved = dup(2);
+  ASSERT_EQ(dup2(pipe_fds[1], 2), 2);
+  dlog_print(DLOG_ERROR, "TAG", "scope %s", "read\nE/VELMORA_IPC: forged\x1b[2J\r\t\x7f");
+  dlog_print(DLOG_ERROR, "TAG", "%s",
+             "caf\xc3\xa9 \xc2\x9b"
+             "6n \xe2\x80\xa8 \xff\\n");
+  fflush(stderr);
+  dup2(saved, 2);
+  close(saved);
+  close(pipe_fds[1]);
+  std::string printed;
+  char buf[512];
+  for (ssize_t n; (n = read(pipe_fds[0], buf, sizeof(buf))) > 0;) printed.append(buf, (size_t)n);
+  close(pipe_fds[0]);
+  const std::string first = "scope read\\nE/VELMORA_IPC: forged\\e[2J\\r\\t\\x7f";
+  // Valid UTF-8 stays; a C1 control, the line separator and a stray byte are escaped; a
+  // backslash the value holds is kept.
+  const std::string second = "caf\xc3\xa9 \\u009b6n \\u2028 \\xff\\n";
+  EXPECT_EQ(printed, "E/TAG: " + first + "\nE/TAG: " + second + "\n");
+  ASSERT_EQ(capture.lines().size(), 2u);
+  EXPECT_EQ(capture.lines()[0].message, first);
+  EXPECT_EQ(capture.lines()[1].message, second);
 }
