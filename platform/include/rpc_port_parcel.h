@@ -5,6 +5,11 @@
  * little-endian; a string is its byte length (uint32) followed by its bytes. Every read is checked
  * against the bytes that are there: a read past the end fails with RPC_PORT_ERROR_IO_ERROR and
  * leaves its out-argument untouched. A parcel never grows beyond RPC_PORT_PARCEL_MAX_SIZE bytes.
+ *
+ * A write that fails (the parcel would grow beyond the maximum, memory runs out, a NULL string)
+ * leaves the parcel failed: every later write fails too, rpc_port_parcel_write reports the failure
+ * of a record that wrote into it, and rpc_port_parcel_send refuses it
+ * (RPC_PORT_ERROR_INVALID_PARAMETER), so that a parcel never travels with a field missing.
  */
 #ifndef VELMORA_PLATFORM_RPC_PORT_PARCEL_H
 #define VELMORA_PLATFORM_RPC_PORT_PARCEL_H
@@ -52,7 +57,8 @@ PLATFORM_API int rpc_port_parcel_write_double(rpc_port_parcel_h h, double d);
 PLATFORM_API int rpc_port_parcel_write_string(rpc_port_parcel_h h, const char *str);
 PLATFORM_API int rpc_port_parcel_write_bool(rpc_port_parcel_h h, bool b);
 PLATFORM_API int rpc_port_parcel_write_array_count(rpc_port_parcel_h h, int count);
-/* Runs parcelable->to(h, data): the record writes its own fields in place. */
+/* Runs parcelable->to(h, data): the record writes its own fields in place. Fails when the parcel is
+ * failed afterwards (a field could not be written). */
 PLATFORM_API int rpc_port_parcel_write(rpc_port_parcel_h h, rpc_port_parcelable_t *parcelable,
                                        void *data);
 

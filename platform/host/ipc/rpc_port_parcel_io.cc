@@ -78,6 +78,11 @@ extern "C" int rpc_port_parcel_create_from_port(rpc_port_parcel_h *h, rpc_port_h
 
 extern "C" int rpc_port_parcel_send(rpc_port_parcel_h h, rpc_port_h port) {
   if (!h || !port || !port->link) return RPC_PORT_ERROR_INVALID_PARAMETER;
+  if (h->failed) {
+    // Sending what is left would hand the peer a parcel with a field missing.
+    IPC_LOGE("not sending a parcel in which a write failed");
+    return RPC_PORT_ERROR_INVALID_PARAMETER;
+  }
   vhost::ipc::Link *link = port->link;
   if (link->closed()) return RPC_PORT_ERROR_IO_ERROR;
   // A stub's port never waits for its peer; a proxy's main port waits while the socket is full.

@@ -36,13 +36,20 @@ T from_le(const unsigned char *in) {
   return value;
 }
 
+// Marks the parcel failed and returns the error.
+int fail(rpc_port_parcel_h h, int error) {
+  h->failed = true;
+  return error;
+}
+
 int append(rpc_port_parcel_h h, const void *bytes, size_t n) {
-  if (h->data.size() + n > RPC_PORT_PARCEL_MAX_SIZE) return RPC_PORT_ERROR_OUT_OF_MEMORY;
+  if (h->failed) return RPC_PORT_ERROR_OUT_OF_MEMORY;
+  if (h->data.size() + n > RPC_PORT_PARCEL_MAX_SIZE) return fail(h, RPC_PORT_ERROR_OUT_OF_MEMORY);
   try {
     const auto *p = static_cast<const unsigned char *>(bytes);
     h->data.insert(h->data.end(), p, p + n);
   } catch (const std::bad_alloc &) {
-    return RPC_PORT_ERROR_OUT_OF_MEMORY;
+    return fail(h, RPC_PORT_ERROR_OUT_OF_MEMORY);
   }
   return RPC_PORT_ERROR_NONE;
 }
@@ -100,10 +107,11 @@ int rpc_port_parcel_write_array_count(rpc_port_parcel_h h, int count) {
 }
 
 int rpc_port_parcel_write_string(rpc_port_parcel_h h, const char *str) {
-  if (!h || !str) return RPC_PORT_ERROR_INVALID_PARAMETER;
+  if (!h) return RPC_PORT_ERROR_INVALID_PARAMETER;
+  if (!str) return fail(h, RPC_PORT_ERROR_INVALID_PARAMETER);
   size_t len = strlen(str);
-  if (len > RPC_PORT_PARCEL_MAX_SIZE) return RPC_PORT_ERROR_OUT_OF_MEMORY;
-  if (h->data.size() + 4 + len > RPC_PORT_PARCEL_MAX_SIZE) return RPC_PORT_ERROR_OUT_OF_MEMORY;
+  if (len > RPC_PORT_PARCEL_MAX_SIZE || h->data.size() + 4 + len > RPC_PORT_PARCEL_MAX_SIZE)
+    return fail(h, RPC_PORT_ERROR_OUT_OF_MEMORY);
   unsigned char buf[4];
   to_le<uint32_t>((uint32_t)len, buf);
   int ret = append(h, buf, sizeof(buf));
@@ -112,9 +120,12 @@ int rpc_port_parcel_write_string(rpc_port_parcel_h h, const char *str) {
 }
 
 int rpc_port_parcel_write(rpc_port_parcel_h h, rpc_port_parcelable_t *parcelable, void *data) {
-  if (!h || !parcelable || !parcelable->to) return RPC_PORT_ERROR_INVALID_PARAMETER;
+  if (!h) return RPC_PORT_ERROR_INVALID_PARAMETER;
+  if (!parcelable || !parcelable->to) return fail(h, RPC_PORT_ERROR_INVALID_PARAMETER);
   parcelable->to(h, data);
-  return RPC_PORT_ERROR_NONE;
+  // The record writes its fields without looking at the results: a field it could not write
+  // shows here, and the parcel is not sent.
+  return h->failed ? RPC_PORT_ERROR_OUT_OF_MEMORY : RPC_PORT_ERROR_NONE;
 }
 
 int rpc_port_parcel_read_byte(rpc_port_parcel_h h, char *b) { return read_prim<char>(h, b); }

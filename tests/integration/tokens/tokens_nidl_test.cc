@@ -1,6 +1,8 @@
 // Velmora tests: tokens and authorization codes over the AccountSvc port, against the agent.
 #include <gtest/gtest.h>
 
+#include "dlog.h"
+#include "rpc_port_parcel.h"
 #include "tokens_fixture.hh"
 
 namespace vtest {
@@ -32,6 +34,25 @@ TEST_F(TokensNidl, AccessTokenArrivesThroughTheDelegate) {
   // The app-control lines of the optional values do not belong to this transport.
   EXPECT_EQ(log.count("Set property, client_secret"), 0);
   EXPECT_EQ(log.count("Request AccessToken to [APP_CONTROL] Mode"), 0);
+}
+
+// A property too large for a parcel fails the whole call; the agent never gets a request with the
+// field missing (it would issue a token for a scope nobody asked for).
+TEST_F(TokensNidl, PropertyTooLargeForAParcelFailsTheWholeCall) {
+  setenv("VELMORA_RPC_TIMEOUT_MS", "1000",
+         1);  // the call still waits for a result that never comes
+  prepare();
+  velmora_account_h h = connected_handle();
+  ASSERT_NE(h, nullptr);
+  const std::string scope(RPC_PORT_PARCEL_MAX_SIZE, 's');
+  ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_SCOPE, scope.c_str()), 0);
+  Completion done;
+  LogCapture log;
+  EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done),
+            VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+  EXPECT_TRUE(log.has(kRpcTag, DLOG_ERROR, "Failed to send parcel. result(-22)")) << log.dump();
+  EXPECT_EQ(done.calls, 0);
+  unsetenv("VELMORA_RPC_TIMEOUT_MS");
 }
 
 TEST_F(TokensNidl, AuthCodeAndEffortlessCodeArriveThroughTheDelegate) {

@@ -146,3 +146,29 @@ TEST_F(RpcPortRoundTrip, TwoConnectionsHaveDistinctInstances) {
 }
 
 }  // namespace
+
+namespace {
+
+// A parcel one of whose fields could not be written (over the maximum size) is not sent: the
+// stub never sees a request with a field missing, and the connection goes on.
+TEST_F(RpcPortRoundTrip, ParcelWithAFieldThatCouldNotBeWrittenIsNotSent) {
+  Client c;
+  ASSERT_EQ(c.connect(kApp), 0);
+  ASSERT_TRUE(run_until([&] { return c.ended(); }));
+  ASSERT_EQ(c.connected, 1);
+  rpc_port_parcel_h p = nullptr;
+  ASSERT_EQ(rpc_port_parcel_create(&p), 0);
+  rpc_port_parcel_write_string(p, "echo");
+  const std::string big(RPC_PORT_PARCEL_MAX_SIZE, 'z');
+  EXPECT_EQ(rpc_port_parcel_write_string(p, big.c_str()), RPC_PORT_ERROR_OUT_OF_MEMORY);
+  rpc_port_parcel_write_string(p, "after");
+  EXPECT_EQ(rpc_port_parcel_send(p, c.main_port), RPC_PORT_ERROR_INVALID_PARAMETER);
+  rpc_port_parcel_destroy(p);
+  Result r(c.main_port, {"echo", "next"});  // the first result is this request's
+  ASSERT_EQ(r.status, RPC_PORT_ERROR_NONE);
+  EXPECT_EQ(vtest::take_string(r.parcel), "echo");
+  EXPECT_EQ(vtest::take_string(r.parcel), "next");
+  EXPECT_EQ(c.disconnected, 0);
+}
+
+}  // namespace

@@ -306,6 +306,38 @@ TEST(ParcelMaxSize, StringLargerThanTheLimitIsRefused) {
   EXPECT_TRUE(raw(w.p).empty());
 }
 
+// A field that cannot be written fails the parcel as a whole: the fields after it are not
+// written either, so that no parcel goes out with a field missing.
+TEST(ParcelMaxSize, AFieldThatCannotBeWrittenFailsEveryLaterWrite) {
+  Parcel w;
+  ASSERT_EQ(rpc_port_parcel_write_string(w.p, "before"), 0);
+  std::string big(RPC_PORT_PARCEL_MAX_SIZE, 'z');
+  EXPECT_EQ(rpc_port_parcel_write_string(w.p, big.c_str()), RPC_PORT_ERROR_OUT_OF_MEMORY);
+  EXPECT_EQ(rpc_port_parcel_write_int32(w.p, 7), RPC_PORT_ERROR_OUT_OF_MEMORY);
+  EXPECT_EQ(rpc_port_parcel_write_string(w.p, "after"), RPC_PORT_ERROR_OUT_OF_MEMORY);
+  EXPECT_EQ(raw(w.p).size(), 4u + 6u);  // "before" only
+}
+
+TEST(ParcelMaxSize, RecordWithAFieldThatCannotBeWrittenIsAFailedWrite) {
+  struct Fields {
+    std::string first, second;
+  } fields{std::string(RPC_PORT_PARCEL_MAX_SIZE, 'z'), "second"};
+  rpc_port_parcelable_t pair = {[](rpc_port_parcel_h p, void *data) {
+                                  // As generated records do: every field written, the results not
+                                  // looked at.
+                                  auto *f = static_cast<Fields *>(data);
+                                  rpc_port_parcel_write_string(p, f->first.c_str());
+                                  rpc_port_parcel_write_string(p, f->second.c_str());
+                                },
+                                nullptr};
+  Parcel w;
+  EXPECT_EQ(rpc_port_parcel_write(w.p, &pair, &fields), RPC_PORT_ERROR_OUT_OF_MEMORY);
+  EXPECT_TRUE(raw(w.p).empty());
+  fields.first = "first";
+  Parcel ok;
+  EXPECT_EQ(rpc_port_parcel_write(ok.p, &pair, &fields), RPC_PORT_ERROR_NONE);
+}
+
 TEST(ParcelMaxSize, RawInputLargerThanTheLimitIsRefused) {
   Bytes big(RPC_PORT_PARCEL_MAX_SIZE + 1u, 0);
   rpc_port_parcel_h p = nullptr;
