@@ -132,6 +132,11 @@ PLATFORM_API int velmora_host_remove_package(const char *package_id, char **erro
 PLATFORM_API int velmora_host_list_packages(char ***package_ids, char ***errors);
 /* Hands out the executable path of an installed application (the caller frees it with free()). */
 PLATFORM_API int velmora_host_get_app_exec(const char *app_id, char **exec, char **error);
+/* The package registry and the device configuration are read when they change (a change made
+ * through the platform, or any change to a package file or to the configuration), not on every
+ * request. Hands out how many times this process read each of them (either pointer may be NULL),
+ * for tests and benchmarks that check it. */
+PLATFORM_API void velmora_host_read_counts(unsigned *registry, unsigned *device_config);
 /* Frees a NULL-terminated array of strings handed out above. NULL is fine. */
 PLATFORM_API void velmora_host_strv_free(char **strv);
 

@@ -23,7 +23,10 @@ bool device_profile_known(const std::string &profile);
 // Reads the device profile of the current root: kDefaultProfile without device.conf. False with a
 // message in *error when the file cannot be read or is malformed (no [device] profile, or a value
 // device_profile_valid refuses).
+// The file is read when it changed since the last read (file_stamp.hh), not on every call.
 bool device_profile_read(std::string *profile, std::string *error);
+// How many times this process read device.conf.
+unsigned device_profile_reads();
 
 // Writes device.conf with `profile` (device_profile_valid), creating the root directory. False with
 // a message in *error.

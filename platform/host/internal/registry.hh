@@ -13,7 +13,9 @@
 //   [metadata dev.velmora.account]
 //   velmora-experience-service-api-level=5
 //
-// Apps and metadata keep the order in which they were installed.
+// Apps and metadata keep the order in which they were installed. The registry is read when it
+// changes (file_stamp.hh), not on every lookup: a process keeps what it read last, and reads the
+// package files again once the directory, or the file of the package it looks at, changed.
 #pragma once
 
 #include <string>
@@ -61,6 +63,9 @@ std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *erro
 // Installs (or replaces) a package. Refuses invalid ids, apps of other packages, an app id that
 // another package already has, and types other than "service" and "ui".
 bool registry_install_package(const PackageRecord &package, std::string *error);
+
+// How many times this process read the registry's files.
+unsigned registry_reads();
 
 // Removes an installed package. False with a message when it is not installed.
 bool registry_remove_package(const std::string &package_id, std::string *error);

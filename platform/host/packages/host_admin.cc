@@ -164,6 +164,11 @@ int velmora_host_get_app_exec(const char *app_id, char **exec, char **error) {
   return 0;
 }
 
+void velmora_host_read_counts(unsigned *registry, unsigned *device_config) {
+  if (registry) *registry = vhost::registry_reads();
+  if (device_config) *device_config = vhost::device_profile_reads();
+}
+
 void velmora_host_strv_free(char **strv) {
   if (!strv) return;
   for (char **s = strv; *s; ++s) free(*s);

@@ -7,9 +7,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
+#include <map>
 #include <memory>
+#include <mutex>
 
+#include "file_stamp.hh"
 #include "host_root.hh"
 
 namespace vhost {
@@ -104,6 +108,104 @@ bool parse_package(GKeyFile *kf, const std::string &expected_id, PackageRecord *
   return true;
 }
 
+// Reads one package file (the registry is usable). False with *error.
+bool read_package(const std::string &package_id, PackageRecord *out, std::string *error) {
+  if (!file_trusted(package_path(package_id), error)) return false;
+  KeyFile kf(g_key_file_new());
+  GError *err = nullptr;
+  if (!g_key_file_load_from_file(kf.get(), package_path(package_id).c_str(), G_KEY_FILE_NONE,
+                                 &err)) {
+    const bool missing = err && g_error_matches(err, G_FILE_ERROR, G_FILE_ERROR_NOENT);
+    *error = missing ? "package '" + package_id + "' is not installed"
+                     : "package '" + package_id + "': " + take_error(err);
+    if (missing) g_error_free(err);
+    return false;
+  }
+  if (!parse_package(kf.get(), package_id, out, error)) {
+    *error = "package '" + package_id + "' is malformed: " + *error;
+    return false;
+  }
+  return true;
+}
+
+// What the registry of one root held when it was last read. Requests look things up here; the
+// files are read again only when the directory or the file looked at changed (file_stamp.hh).
+struct Snapshot {
+  std::string dir;
+  Stamp stamp;                             // of the directory, taken before it was read
+  std::vector<PackageRecord> packages;     // the readable ones, sorted by id
+  std::vector<std::string> errors;         // one message per package file that cannot be read
+  std::map<std::string, Stamp> files;      // package id -> stamp of its file, taken before reading
+  std::map<std::string, std::string> bad;  // package id -> why its file cannot be read
+  std::map<std::string, const AppRecord *> apps;  // app id -> its record in `packages`
+};
+
+std::mutex g_snapshot_mutex;
+std::shared_ptr<const Snapshot> g_snapshot;
+std::atomic<unsigned> g_reads{0};
+
+std::shared_ptr<const Snapshot> read_snapshot(const std::string &dir) {
+  auto snap = std::make_shared<Snapshot>();
+  snap->dir = dir;
+  snap->stamp = stamp_of(dir);
+  ++g_reads;
+  GDir *d = g_dir_open(dir.c_str(), 0, nullptr);
+  if (d) {
+    while (const gchar *name = g_dir_read_name(d)) {
+      const std::string file = name;
+      if (!g_str_has_suffix(name, kSuffix)) continue;
+      const std::string id = file.substr(0, file.size() - strlen(kSuffix));
+      snap->files[id] = stamp_of(dir + "/" + file);
+      PackageRecord pkg;
+      std::string error;
+      if (registry_valid_id(id) && read_package(id, &pkg, &error)) {
+        snap->packages.push_back(std::move(pkg));
+      } else {
+        if (error.empty()) error = "invalid package id '" + id + "'";
+        snap->bad[id] = error;
+        snap->errors.push_back(error);
+      }
+    }
+    g_dir_close(d);
+  }
+  std::sort(snap->packages.begin(), snap->packages.end(),
+            [](const PackageRecord &a, const PackageRecord &b) { return a.id < b.id; });
+  for (const PackageRecord &pkg : snap->packages)
+    for (const AppRecord &app : pkg.apps) snap->apps.emplace(app.app_id, &app);
+  return snap;
+}
+
+// The registry of the current root: the last snapshot while the directory and `package_id`'s file
+// (when given) are unchanged, else a new one. nullptr (and *refused) for a root that cannot be
+// trusted.
+std::shared_ptr<const Snapshot> snapshot(const std::string &package_id, std::string *refused) {
+  if (!registry_usable(refused)) return nullptr;
+  const std::string dir = packages_dir();
+  const Stamp now = stamp_of(dir);
+  std::shared_ptr<const Snapshot> snap;
+  {
+    std::lock_guard<std::mutex> lock(g_snapshot_mutex);
+    snap = g_snapshot;
+  }
+  bool fresh = snap && snap->dir == dir && stamp_unchanged(snap->stamp, now);
+  if (fresh && !package_id.empty()) {
+    auto it = snap->files.find(package_id);
+    if (it != snap->files.end())
+      fresh = stamp_unchanged(it->second, stamp_of(package_path(package_id)));
+  }
+  if (fresh) return snap;
+  snap = read_snapshot(dir);
+  std::lock_guard<std::mutex> lock(g_snapshot_mutex);
+  g_snapshot = snap;
+  return snap;
+}
+
+// A write through the platform: the next look reads the registry again.
+void forget_snapshot() {
+  std::lock_guard<std::mutex> lock(g_snapshot_mutex);
+  g_snapshot.reset();
+}
+
 }  // namespace
 
 bool registry_valid_id(const std::string &id) {
@@ -124,23 +226,23 @@ bool registry_load_package(const std::string &package_id, PackageRecord *out, st
     *error = "invalid package id '" + package_id + "'";
     return false;
   }
-  if (!registry_usable(error) || !file_trusted(package_path(package_id), error)) return false;
-  KeyFile kf(g_key_file_new());
-  GError *err = nullptr;
-  if (!g_key_file_load_from_file(kf.get(), package_path(package_id).c_str(), G_KEY_FILE_NONE,
-                                 &err)) {
-    const bool missing = err && g_error_matches(err, G_FILE_ERROR, G_FILE_ERROR_NOENT);
-    *error = missing ? "package '" + package_id + "' is not installed"
-                     : "package '" + package_id + "': " + take_error(err);
-    if (missing) g_error_free(err);
+  std::shared_ptr<const Snapshot> snap = snapshot(package_id, error);
+  if (!snap) return false;
+  auto bad = snap->bad.find(package_id);
+  if (bad != snap->bad.end()) {
+    *error = bad->second;
     return false;
   }
-  if (!parse_package(kf.get(), package_id, out, error)) {
-    *error = "package '" + package_id + "' is malformed: " + *error;
-    return false;
-  }
-  return true;
+  for (const PackageRecord &pkg : snap->packages)
+    if (pkg.id == package_id) {
+      *out = pkg;
+      return true;
+    }
+  *error = "package '" + package_id + "' is not installed";
+  return false;
 }
+
+unsigned registry_reads() { return g_reads.load(); }
 
 bool registry_package_exists(const std::string &package_id) {
   return registry_valid_id(package_id) &&
@@ -148,39 +250,31 @@ bool registry_package_exists(const std::string &package_id) {
 }
 
 std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *errors) {
-  std::vector<PackageRecord> result;
   std::string refused;
-  if (!registry_usable(&refused)) {
+  std::shared_ptr<const Snapshot> snap = snapshot("", &refused);
+  if (!snap) {
     log_refusal(refused);
     if (errors) errors->push_back(refused);
-    return result;
+    return {};
   }
-  GDir *dir = g_dir_open(packages_dir().c_str(), 0, nullptr);
-  if (!dir) return result;
-  while (const gchar *name = g_dir_read_name(dir)) {
-    std::string file = name;
-    if (!g_str_has_suffix(name, kSuffix)) continue;
-    PackageRecord pkg;
-    std::string error;
-    if (registry_load_package(file.substr(0, file.size() - strlen(kSuffix)), &pkg, &error))
-      result.push_back(std::move(pkg));
-    else if (errors)
-      errors->push_back(error);
-  }
-  g_dir_close(dir);
-  std::sort(result.begin(), result.end(),
-            [](const PackageRecord &a, const PackageRecord &b) { return a.id < b.id; });
-  return result;
+  if (errors) errors->insert(errors->end(), snap->errors.begin(), snap->errors.end());
+  return snap->packages;
 }
 
 bool registry_find_app(const std::string &app_id, AppRecord *out) {
-  for (PackageRecord &pkg : registry_list_packages(nullptr))
-    for (AppRecord &app : pkg.apps)
-      if (app.app_id == app_id) {
-        if (out) *out = std::move(app);
-        return true;
-      }
-  return false;
+  std::string refused;
+  std::shared_ptr<const Snapshot> snap = snapshot("", &refused);
+  if (!snap) {
+    log_refusal(refused);
+    return false;
+  }
+  auto it = snap->apps.find(app_id);
+  if (it == snap->apps.end()) return false;
+  // The file of the package that holds the app may have been changed in place.
+  snap = snapshot(it->second->package_id, &refused);
+  if (!snap || (it = snap->apps.find(app_id)) == snap->apps.end()) return false;
+  if (out) *out = *it->second;
+  return true;
 }
 
 bool registry_install_package(const PackageRecord &package, std::string *error) {
@@ -225,6 +319,7 @@ bool registry_install_package(const PackageRecord &package, std::string *error) 
   gchar *data = g_key_file_to_data(kf.get(), &size, nullptr);
   const bool ok = private_write(package_path(package.id), data, size, error);
   g_free(data);
+  forget_snapshot();
   return ok;
 }
 
@@ -236,7 +331,9 @@ bool registry_remove_package(const std::string &package_id, std::string *error) 
     return false;
   }
   if (!registry_usable(error)) return false;
-  if (g_unlink(package_path(package_id).c_str()) != 0) {
+  const bool removed = g_unlink(package_path(package_id).c_str()) == 0;
+  forget_snapshot();
+  if (!removed) {
     *error = "package '" + package_id + "' is not installed";
     return false;
   }
