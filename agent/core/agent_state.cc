@@ -12,6 +12,8 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
     : root_(std::move(root)),
       db_(std::move(db)),
       hash_(std::move(hash)),
+      faults_(root_),
+      clock_offset_(root_),
       users_(*db_, clock_),
       clients_(*db_, hash_),
       accounts_(*db_, users_, clock_),
@@ -24,10 +26,7 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
 }
 
 void AgentState::set_clock(std::function<int64_t()> source) {
-  if (!source) {
-    const std::string root = root_;
-    source = [root] { return Clock::wall() + clock_offset(root); };
-  }
+  if (!source) source = [this] { return Clock::wall() + clock_offset_.offset(); };
   clock_.set(std::move(source));
 }
 

@@ -22,6 +22,7 @@
 #include "accounts.hh"
 #include "clients.hh"
 #include "clock.hh"
+#include "clock_offset.hh"
 #include "codes.hh"
 #include "consents.hh"
 #include "faults.hh"
@@ -53,11 +54,15 @@ class AgentState {
   Consents &consents() { return consents_; }
   Linking &linking() { return linking_; }
 
-  // The faults of an operation, read afresh from this root's faults.conf.
-  Fault faults(const std::string &operation) const { return faults_for(root_, operation); }
+  // The faults of an operation in this root's faults.conf (read again when it changed).
+  Fault faults(const std::string &operation) { return faults_.faults(operation); }
+  // The configuration files as this state reads them (tests count their reads).
+  const FaultsFile &faults_file() const { return faults_; }
+  const ClockOffsetFile &clock_offset_file() const { return clock_offset_; }
 
   // Tests move time instead of waiting: `source` gives unix seconds. nullptr goes back to the
-  // agent's own clock: wall-clock time plus the root's clock offset (clock_offset.hh).
+  // agent's own clock: wall-clock time plus the root's clock offset (clock_offset.hh, read again
+  // when its file changed).
   void set_clock(std::function<int64_t()> source);
   int64_t now() const { return clock_.now(); }
 
@@ -74,6 +79,8 @@ class AgentState {
   std::string root_;
   std::unique_ptr<StateDb> db_;
   KeyedHash hash_;
+  FaultsFile faults_;
+  ClockOffsetFile clock_offset_;
   Clock clock_;
   Users users_;
   Clients clients_;

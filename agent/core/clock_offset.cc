@@ -30,6 +30,14 @@ int64_t clock_offset(const std::string &root) {
   return offset;
 }
 
+int64_t ClockOffsetFile::offset() {
+  if (watch_.changed()) {
+    ++reads_;
+    offset_ = clock_offset(root_);
+  }
+  return offset_;
+}
+
 Status set_clock_offset(const std::string &root, int64_t offset_s) {
   if (offset_s < -kMaxOffset || offset_s > kMaxOffset)
     return Status::fail(errc::kInvalidParameter, "clock offset beyond ten years");

@@ -189,13 +189,44 @@ Fault faults_for(const std::string &operation) {
   return faults_for(velmora_host_root(), operation);
 }
 
+namespace {
+
+Fault faults_in(GKeyFile *kf, const std::string &operation) {
+  Fault fault;
+  read_group(kf, kAllOperations, &fault);
+  if (operation != kAllOperations) read_group(kf, operation.c_str(), &fault);
+  return fault;
+}
+
+}  // namespace
+
 Fault faults_for(const std::string &root, const std::string &operation) {
   bool exists = false;
   KeyFile kf = load(faults_path(root), &exists);
-  Fault fault;
-  if (!exists) return fault;
-  read_group(kf.get(), kAllOperations, &fault);
-  if (operation != kAllOperations) read_group(kf.get(), operation.c_str(), &fault);
+  if (!exists) return Fault{};
+  return faults_in(kf.get(), operation);
+}
+
+FaultsFile::FaultsFile(const std::string &root) : path_(faults_path(root)), watch_(path_) {}
+
+FaultsFile::~FaultsFile() {
+  if (file_) g_key_file_free(file_);
+}
+
+Fault FaultsFile::faults(const std::string &operation) {
+  if (watch_.changed()) {
+    by_operation_.clear();
+    ++reads_;
+    bool exists = false;
+    KeyFile kf = load(path_, &exists);
+    if (file_) g_key_file_free(file_);
+    file_ = exists ? kf.release() : nullptr;
+  }
+  auto known = by_operation_.find(operation);
+  if (known != by_operation_.end()) return known->second;
+  const Fault fault = file_ ? faults_in(file_, operation) : Fault{};
+  // Bounded: operation names come from the servers' tables, not from callers.
+  by_operation_.emplace(operation, fault);
   return fault;
 }
 

@@ -23,15 +23,21 @@
 //   push_wrong_sequence=<bool>      AccountSvc port: push the reply with a wrong sequence number
 //   push_malformed_body=<bool>      AccountSvc port: push a reply whose body cannot be read
 //
-// The operation's own group overrides "*" key by key. The file is read afresh for every request,
-// so a test changes faults while the agent runs; a malformed file counts as no faults.
+// The operation's own group overrides "*" key by key. A test changes faults while the agent runs:
+// the agent reads the file again after it changed (FaultsFile), not for every request. A
+// malformed file counts as no faults.
 #pragma once
 
+#include <glib.h>
+
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "file_watch.hh"
 #include "result.hh"
 
 namespace vagent {
@@ -56,10 +62,30 @@ struct Fault {
 // The group that applies to every operation.
 inline constexpr const char *kAllOperations = "*";
 
-// The faults for `operation` under the current platform root (VELMORA_PLATFORM_ROOT).
+// The faults for `operation` under the current platform root (VELMORA_PLATFORM_ROOT), read afresh.
 Fault faults_for(const std::string &operation);
 // The same under the root `root`.
 Fault faults_for(const std::string &root, const std::string &operation);
+
+// The faults file of one root as the serving agent reads it: once, and again only after it
+// changed (file_watch.hh). Each operation's faults are worked out once per version of the file.
+class FaultsFile {
+ public:
+  explicit FaultsFile(const std::string &root);
+  ~FaultsFile();
+  FaultsFile(const FaultsFile &) = delete;
+  FaultsFile &operator=(const FaultsFile &) = delete;
+  Fault faults(const std::string &operation);
+  // How many times the file was read (tests).
+  uint64_t reads() const { return reads_; }
+
+ private:
+  std::string path_;
+  WatchedFile watch_;
+  GKeyFile *file_ = nullptr;  // as last read (nullptr: missing or malformed)
+  std::unordered_map<std::string, Fault> by_operation_;
+  uint64_t reads_ = 0;
+};
 
 // "<root>/agent/faults.conf".
 std::string faults_path(const std::string &root);
