@@ -4,6 +4,7 @@
 #include "clock_offset.hh"
 #include "config.hh"
 #include "identity.hh"
+#include "lost_state.hh"
 #include "velmora_host.h"
 
 namespace vagent {
@@ -38,10 +39,21 @@ Result<std::unique_ptr<AgentState>> AgentState::open(const std::string &root) {
   if (!db.ok()) return db.status();
   Result<std::optional<IdentityRecord>> identity = read_identity(*db.value());
   if (!identity.ok()) return identity.status();
+  const std::optional<std::string> witness = read_identity_witness(root);
+  {
+    Clock clock;
+    Users users(*db.value(), clock);
+    Status st = check_state_not_lost(root, users, identity.value(), witness);
+    if (!st.ok()) return st;
+  }
   if (!identity.value()) {
     Result<IdentityRecord> made = create_identity(*db.value(), Clock::wall());
     if (!made.ok()) return made.status();
     identity.value() = made.value();
+  }
+  if (witness != identity.value()->instance) {
+    Status st = write_identity_witness(root, identity.value()->instance);
+    if (!st.ok()) return st;
   }
   KeyedHash hash(identity.value()->digest_key);
   return std::unique_ptr<AgentState>(new AgentState(root, std::move(db.value()), std::move(hash)));

@@ -18,8 +18,9 @@ constexpr const char *kKey = "instance";
 
 const Statement kRead{"SELECT instance, digest_key, created_at FROM identity WHERE id = 1",
                       Access::kLookup, "INTEGER PRIMARY KEY"};
+// Two processes may make a new state at once: the first record stays, both read it back.
 const Statement kCreate{
-    "INSERT INTO identity(id, instance, digest_key, created_at) VALUES(1, ?1, ?2, ?3)"};
+    "INSERT OR IGNORE INTO identity(id, instance, digest_key, created_at) VALUES(1, ?1, ?2, ?3)"};
 
 }  // namespace
 
@@ -52,11 +53,16 @@ Result<std::optional<IdentityRecord>> read_identity(StateDb &db) {
 
 Result<IdentityRecord> create_identity(StateDb &db, int64_t now) {
   IdentityRecord r{random_hex(kInstanceBytes), KeyedHash::new_key(), now};
-  Query q(db, kCreate);
-  q.bind(1, r.instance).bind_blob(2, r.digest_key.data(), r.digest_key.size()).bind(3, now);
-  Status st = q.run();
-  if (!st.ok()) return st;
-  return r;
+  {
+    Query q(db, kCreate);
+    q.bind(1, r.instance).bind_blob(2, r.digest_key.data(), r.digest_key.size()).bind(3, now);
+    Status st = q.run();
+    if (!st.ok()) return st;
+  }
+  Result<std::optional<IdentityRecord>> made = read_identity(db);
+  if (!made.ok()) return made.status();
+  if (!made.value()) return Status::fail(errc::kDbFailed, "the identity record was not made");
+  return *made.value();
 }
 
 std::string identity_witness_path(const std::string &root) { return root + "/" + kIdentityFile; }

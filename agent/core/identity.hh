@@ -26,7 +26,7 @@ const SchemaArea &identity_schema();
 
 // The state's record; nullopt when it has none yet.
 Result<std::optional<IdentityRecord>> read_identity(StateDb &db);
-// Makes the state's record (a state has one, made once).
+// Makes the state's record, or hands out the one another process made first.
 Result<IdentityRecord> create_identity(StateDb &db, int64_t now);
 
 // "<root>/agent/identity": the instance id of the state this root's agent made.
