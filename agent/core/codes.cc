@@ -70,6 +70,8 @@ const char *code_kind_name(CodeKind kind) {
 Result<IssuedCode> Codes::issue(CodeKind kind, const CodeRequest &r) {
   if (r.login_id.empty() || r.client_id.empty())
     return Status::fail(errc::kInvalidParameter, "login id and client id are required");
+  Transaction tx(db_);  // the request's reads and writes under one lock
+  if (!tx.status().ok()) return tx.status();
   Result<User> user = accounts_.signed_in_user(r.login_id);
   if (!user.ok()) return user.status();
   Result<Client> client = clients_.find(r.client_id);
@@ -91,8 +93,6 @@ Result<IssuedCode> Codes::issue(CodeKind kind, const CodeRequest &r) {
   c.api_server_url = user->api_server_url;
   c.auth_server_url = user->auth_server_url;
 
-  Transaction tx(db_);
-  if (!tx.status().ok()) return tx.status();
   Status st;
   {
     Query prune(db_, kPrune);

@@ -35,10 +35,23 @@ class Watcher {
   // it moves on at every question.
   uint64_t generation(const std::string &dir, const std::string &name) {
     std::lock_guard<std::mutex> lock(mutex_);
-    drain();
+    if (scopes_ == 0 || !drained_in_scope_) {
+      drain();
+      drained_in_scope_ = scopes_ > 0;
+    }
     uint64_t &gen = generations_[std::make_pair(dir, name)];
     if (!watching(dir)) return ++gen;
     return gen;
+  }
+
+  // Within a scope the first question drains; the others rely on it.
+  void enter_scope() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (scopes_++ == 0) drained_in_scope_ = false;
+  }
+  void leave_scope() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    --scopes_;
   }
 
  private:
@@ -110,6 +123,8 @@ class Watcher {
 
   std::mutex mutex_;
   int fd_ = -1;
+  int scopes_ = 0;
+  bool drained_in_scope_ = false;
   std::unordered_map<std::string, int> wd_of_dir_;
   std::unordered_map<int, std::vector<std::string>> dirs_of_wd_;
   // Only the files somebody watches: names of other files in the same directories are ignored.
@@ -124,6 +139,10 @@ WatchedFile::WatchedFile(const std::string &path) {
   name_ = slash == std::string::npos ? path : path.substr(slash + 1);
   Watcher::instance().track(dir_, name_);
 }
+
+WatchScope::WatchScope() { Watcher::instance().enter_scope(); }
+
+WatchScope::~WatchScope() { Watcher::instance().leave_scope(); }
 
 bool WatchedFile::changed() {
   const uint64_t gen = Watcher::instance().generation(dir_, name_);

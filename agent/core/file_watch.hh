@@ -10,6 +10,9 @@
 // answers "changed" and the caller simply reads afresh.
 //
 // Not for files written in place by a process that keeps them open (only closed writes count).
+//
+// A server handling a request holds a WatchScope: within it the queue is drained once, by the
+// first question, so a request that looks at three files costs one read.
 #pragma once
 
 #include <cstdint>
@@ -30,6 +33,16 @@ class WatchedFile {
   std::string dir_;
   std::string name_;
   uint64_t seen_ = 0;  // the generation last answered; 0 before the first question
+};
+
+// While one lives (on this thread's behalf: the agent serves from one thread), only the first
+// question drains the queue.
+class WatchScope {
+ public:
+  WatchScope();
+  ~WatchScope();
+  WatchScope(const WatchScope &) = delete;
+  WatchScope &operator=(const WatchScope &) = delete;
 };
 
 }  // namespace vagent

@@ -1,6 +1,8 @@
 // Velmora agent: access and refresh tokens.
 #include "tokens.hh"
 
+#include <algorithm>
+
 #include "config.hh"
 #include "device.hh"
 #include "secure_random.hh"
@@ -137,8 +139,9 @@ void fill_account_facts(const User &user, TokenGrant *g) {
   g->auth_server_url = user.auth_server_url;
 }
 
-std::string Tokens::make_token(int64_t seq) const {
-  std::vector<uint8_t> bytes = secure_random_bytes(kAccessTokenBytes);
+std::string Tokens::make_token(int64_t seq, const uint8_t *random) const {
+  std::vector<uint8_t> bytes(kAccessTokenBytes);
+  std::copy(random, random + kRandomBytes, bytes.begin() + kRowBytes);
   const std::string mask = hash_.digest(
       kRowPurpose,
       std::string_view(reinterpret_cast<const char *>(&bytes[kRowBytes]), kRandomBytes));
@@ -178,8 +181,9 @@ Result<TokenGrant> Tokens::grant(const User &user, const Client &client, const s
     if (!q.next(&st)) return st.ok() ? Status::fail(errc::kDbFailed, "no next row") : st;
     seq = q.integer(0);
   }
-  g.access_token = make_token(seq);
-  g.refresh_token = make_token(seq);
+  const std::vector<uint8_t> random = secure_random_bytes(2 * kRandomBytes);  // one draw
+  g.access_token = make_token(seq, random.data());
+  g.refresh_token = make_token(seq, random.data() + kRandomBytes);
   {
     const std::string refresh_digest = hash_.digest(kRefreshPurpose, g.refresh_token);
     Query q(db_, kInsert);
@@ -214,6 +218,10 @@ Result<TokenGrant> Tokens::issue(const TokenRequest &r) {
   const bool tv = is_tv_profile();
   if (tv && r.client_secret.empty())
     return Status::fail(errc::kInvalidParameter, "client secret is required on a TV");
+  // One transaction for the whole request: its reads and writes take the database's locks once,
+  // and revoking the old token and granting the new one go together.
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
   Result<User> user = accounts_.signed_in_user(r.login_id);
   if (!user.ok()) return user.status();
   Result<Client> client = clients_.find(r.client_id);
@@ -222,9 +230,6 @@ Result<TokenGrant> Tokens::issue(const TokenRequest &r) {
   if (!st.ok()) return st;
   Result<std::string> scope = clients_.grant_scope(client.value(), r.scope);
   if (!scope.ok()) return scope.status();
-
-  Transaction tx(db_);  // revoking the old token and granting the new one go together
-  if (!tx.status().ok()) return tx.status();
   int64_t seq = 0;
   if (!r.expired_access_token.empty() && token_row(r.expired_access_token, &seq)) {
     GrantRow row;
@@ -274,6 +279,8 @@ Result<TokenGrant> Tokens::refresh(const std::string &refresh_token, const std::
                                    const std::string &client_secret) {
   if (refresh_token.empty() || client_id.empty())
     return Status::fail(errc::kInvalidParameter, "refresh token and client id are required");
+  Transaction tx(db_);  // the used refresh token goes with the grant of the new one
+  if (!tx.status().ok()) return tx.status();
   int64_t seq = 0;
   GrantRow row;
   Status st;
@@ -291,8 +298,6 @@ Result<TokenGrant> Tokens::refresh(const std::string &refresh_token, const std::
   Result<Client> client = clients_.find(client_id);
   if (!client.ok()) return client.status();
   if (!(st = clients_.check_secret(client.value(), client_secret, is_tv_profile())).ok()) return st;
-  Transaction tx(db_);  // the used refresh token goes with the grant of the new one
-  if (!tx.status().ok()) return tx.status();
   {
     Query q(db_, kUseRefresh);
     q.bind(1, seq);

@@ -91,8 +91,9 @@ class Tokens {
 
  private:
   Result<TokenGrant> grant(const User &user, const Client &client, const std::string &scope);
-  // A token text for row `seq`; the row a token text names (false when it names none).
-  std::string make_token(int64_t seq) const;
+  // A token text for row `seq` with 24 `random` bytes; the row a token text names (false when it
+  // names none).
+  std::string make_token(int64_t seq, const uint8_t *random) const;
   bool token_row(const std::string &token, int64_t *seq) const;
   StateDb &db_;
   const KeyedHash &hash_;

@@ -84,6 +84,25 @@ TEST(WatchedFile, TwoWatchersOfOneFileEachSeeTheChange) {
   EXPECT_FALSE(a.changed());
 }
 
+TEST(WatchedFile, WithinAScopeTheFirstQuestionLooksForEveryFile) {
+  vtest::PlatformRoot root;
+  const std::string pa = root.path_of("a.conf"), pb = root.path_of("b.conf");
+  vagent::WatchedFile a(pa), b(pb);
+  EXPECT_TRUE(a.changed());
+  EXPECT_TRUE(b.changed());
+  write_in_place(pa, "1");
+  write_in_place(pb, "1");
+  {
+    vagent::WatchScope request;
+    EXPECT_TRUE(a.changed());  // drains: both changes are known from here on
+    EXPECT_TRUE(b.changed());
+    write_in_place(pa, "2");  // during the request: for the next one
+    EXPECT_FALSE(a.changed());
+  }
+  EXPECT_TRUE(a.changed());
+  EXPECT_FALSE(b.changed());
+}
+
 class ConfigReads : public AgentTest {};
 
 TEST_F(ConfigReads, FaultsAreReadOnceAndAgainRightAfterAChange) {
