@@ -8,6 +8,7 @@
 
 #include "app_control/operations.hh"
 #include "dlog.h"
+#include "file_watch.hh"
 #include "idle_exit.hh"
 #include "servers.hh"
 #include "velmora_host.h"
@@ -109,6 +110,7 @@ void update_refusing() {
 
 void on_launch_request(app_control_h request, void *) {
   note_activity();
+  const WatchScope look_once;  // the configuration files are looked at once per request
   AgentState &state = *g_server.state;
   const std::string uri = text_of(app_control_get_operation, request);
   const std::string caller = text_of(app_control_get_caller, request);

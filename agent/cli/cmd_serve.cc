@@ -9,6 +9,7 @@
 
 #include "cli/cli.hh"
 #include "dlog.h"
+#include "idle_checkpoint.hh"
 #include "idle_exit.hh"
 #include "servers.hh"
 
@@ -39,6 +40,8 @@ int cmd_serve(const Args &args) {
   // A client that goes away mid-write must not kill the agent.
   signal(SIGPIPE, SIG_IGN);
 
+  // WAL checkpoints happen when no request has committed for a while, not on a request.
+  IdleCheckpoint idle_checkpoint(state.value()->db());
   ServerContext context{*state.value(), loop};
   size_t started = 0;
   int status = 0;

@@ -27,6 +27,9 @@ const std::vector<Command> &commands() {
        "clock show|reset|advance SECONDS|set-offset SECONDS   move the agent's time (tests)"},
       {"state", cmd_state,
        "state                      show users, clients, accounts, store, faults"},
+      {"reset-state", cmd_reset_state,
+       "reset-state [--force]      start over when the state was lost (stop the agent first):\n"
+       "                           no user, no client, no signed-in account"},
       {"errors", cmd_errors, "errors                     list the agent's error codes"},
       {"help", cmd_help, "help"},
   };

@@ -13,6 +13,7 @@
 #include <list>
 
 #include "dlog.h"
+#include "file_watch.hh"
 #include "idle_exit.hh"
 #include "port/methods.hh"
 #include "rpc_port.h"
@@ -84,6 +85,7 @@ gboolean send_delayed(gpointer data) {
 // Returns non-zero to close the connection.
 int on_received(const char *sender, const char *instance, rpc_port_h port, void *) {
   note_activity();
+  const WatchScope look_once;  // the configuration files are looked at once per request
   rpc_port_parcel_h raw = nullptr;
   if (rpc_port_parcel_create_from_port(&raw, port) != 0 || !raw) return -1;
   nidl::Parcel request(raw);

@@ -220,3 +220,42 @@ TEST_F(AdminCli, ClockAdvanceAddsUpAndResetRemovesTheOffset) {
   ASSERT_EQ(run_agent({"clock", "reset"}).exit_code, 0);
   EXPECT_EQ(vagent::clock_offset(root_.path()), 0);
 }
+
+// A state emptied behind the agent's back: the agent refuses to serve, and so does every command,
+// naming the recovery command, which starts over.
+TEST_F(AdminCli, ALostStateIsRefusedUntilResetState) {
+  ASSERT_EQ(
+      run_agent({"seed-user", "--login-id", "alice", "--password", "pw", "--sign-in"}).exit_code,
+      0);
+  const std::string db = root_.path_of("agent/state.db");
+  ASSERT_EQ(truncate(db.c_str(), 0), 0);
+  const std::string way_out = "velmora-agent --root " + root_.path() + " reset-state";
+  for (const std::vector<std::string> &args :
+       {std::vector<std::string>{"serve"}, std::vector<std::string>{"state"},
+        std::vector<std::string>{"seed-user", "--login-id", "bob", "--password", "pw"}}) {
+    CliRun r = run_agent(args);
+    EXPECT_EQ(r.exit_code, 1) << args[0];
+    EXPECT_NE(r.err.find("AGENT_ERROR_STATE_LOST"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find(way_out), std::string::npos) << r.err;
+  }
+  EXPECT_EQ(agent_test::store_summary("dev.velmora.account"), "alice*");
+  CliRun reset = run_agent({"reset-state"});
+  ASSERT_EQ(reset.exit_code, 0) << reset.err;
+  EXPECT_NE(reset.out.find("starts over"), std::string::npos) << reset.out;
+  EXPECT_EQ(agent_test::store_summary("dev.velmora.account"), "");
+  CliRun state = run_agent({"state"});
+  ASSERT_EQ(state.exit_code, 0) << state.err;
+  EXPECT_NE(state.out.find("users (0)"), std::string::npos) << state.out;
+}
+
+TEST_F(AdminCli, ResetStateKeepsAStateThatIsNotLostUnlessForced) {
+  ASSERT_EQ(
+      run_agent({"seed-user", "--login-id", "alice", "--password", "pw", "--sign-in"}).exit_code,
+      0);
+  CliRun kept = run_agent({"reset-state"});
+  EXPECT_EQ(kept.exit_code, 1);
+  EXPECT_NE(kept.err.find("nothing was reset"), std::string::npos) << kept.err;
+  EXPECT_NE(run_agent({"state"}).out.find("alice default"), std::string::npos);
+  ASSERT_EQ(run_agent({"reset-state", "--force"}).exit_code, 0);
+  EXPECT_NE(run_agent({"state"}).out.find("users (0)"), std::string::npos);
+}

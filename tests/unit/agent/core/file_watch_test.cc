@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "agent_fixture.hh"
+#include "agent_state_fixture.hh"
 #include "clock_offset.hh"
 #include "device.hh"
 #include "faults.hh"

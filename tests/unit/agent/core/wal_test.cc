@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "agent_fixture.hh"
+#include "agent_state_fixture.hh"
 #include "idle_checkpoint.hh"
 
 using agent_test::AgentTest;
