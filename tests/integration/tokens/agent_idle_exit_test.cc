@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "tokens_fixture.hh"
@@ -18,20 +16,6 @@ class AgentIdleExit : public TokensTest {
   void TearDown() override {
     unsetenv("VELMORA_AGENT_IDLE_MS");
     TokensTest::TearDown();
-  }
-  std::string agent_log() const {
-    std::ifstream in(root_.path_of("log/dev.velmora.account.log"));
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-  std::string token_over_app_control() {
-    velmora_account_h h = app_control_handle();
-    Completion done;
-    EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done), 0);
-    EXPECT_TRUE(done.wait());
-    EXPECT_EQ(done.result, 0);
-    return done.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN);
   }
 };
 

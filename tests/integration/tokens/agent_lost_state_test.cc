@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "tokens_fixture.hh"
@@ -14,23 +12,11 @@
 namespace vtest {
 namespace {
 
-class AgentLostState : public TokensTest {
- protected:
-  std::string agent_log() const {
-    std::ifstream in(root_.path_of("log/dev.velmora.account.log"));
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-};
+class AgentLostState : public TokensTest {};
 
 TEST_F(AgentLostState, ATruncatedStateIsRefusedAndTheRequestFails) {
   prepare();
-  velmora_account_h h = app_control_handle();
-  Completion first;
-  ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &first), 0);
-  ASSERT_TRUE(first.wait());
-  ASSERT_EQ(first.result, 0);
+  ASSERT_EQ(token_over_app_control().size(), 43u);
   stop_agent();
   ASSERT_FALSE(running(agent_pid()));
 
@@ -42,6 +28,7 @@ TEST_F(AgentLostState, ATruncatedStateIsRefusedAndTheRequestFails) {
   // The launch fails (the agent exits before it listens); no token is handed out. The platform
   // answers the launch request with a failed reply without "error_code", which the library
   // delivers as it delivers every such reply.
+  velmora_account_h h = app_control_handle();
   Completion second;
   ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &second), 0);
   ASSERT_TRUE(second.wait());

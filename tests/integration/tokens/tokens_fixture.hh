@@ -11,9 +11,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -212,6 +214,24 @@ class TokensTest : public ::testing::Test {
   }
 
   void stop_agent() { kill_agent(SIGTERM); }
+
+  // What the agent launched in this root logged (its standard streams go to the platform's log).
+  std::string agent_log() const {
+    std::ifstream in(root_.path_of("log/dev.velmora.account.log"));
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+
+  // An access token over app control for the seeded user; expects it to be granted.
+  std::string token_over_app_control() {
+    velmora_account_h h = app_control_handle();
+    Completion done;
+    EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done), 0);
+    EXPECT_TRUE(done.wait());
+    EXPECT_EQ(done.result, 0);
+    return done.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN);
+  }
 
   PlatformRoot root_;
   std::string user_id_;
