@@ -140,18 +140,32 @@ TEST_F(AdminCli, FaultSetIsReadBackByTheCoreAndClearRemovesIt) {
 }
 
 TEST_F(AdminCli, FaultWithUnknownKeyOrBadValueExitsWithTwo) {
-  CliRun unknown = run_agent({"fault", "set", "op", "slowly=1"});
+  CliRun unknown = run_agent({"fault", "set", "GetDefaultAccount", "slowly=1"});
   EXPECT_EQ(unknown.exit_code, 2);
   EXPECT_NE(unknown.err.find("delay_ms"), std::string::npos) << unknown.err;  // lists the keys
-  EXPECT_EQ(run_agent({"fault", "set", "op", "crash"}).exit_code, 2);
-  EXPECT_EQ(run_agent({"fault", "set", "op", "delay_ms=x"}).exit_code, 2);
-  EXPECT_EQ(run_agent({"fault", "set", "op"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "GetDefaultAccount", "crash"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "GetDefaultAccount", "delay_ms=x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "GetDefaultAccount"}).exit_code, 2);
   EXPECT_EQ(run_agent({"fault", "frobnicate"}).exit_code, 2);
   CliRun keys = run_agent({"fault", "keys"});
   EXPECT_EQ(keys.exit_code, 0);
   for (const std::string &k : vagent::fault_keys())
     EXPECT_NE(keys.out.find(k + "\n"), std::string::npos) << k;
-  EXPECT_FALSE(vagent::faults_for("op").any());
+  EXPECT_FALSE(vagent::faults_for("GetDefaultAccount").any());
+}
+
+TEST_F(AdminCli, FaultForAnOperationTheAgentDoesNotHaveIsRefusedWithTheList) {
+  CliRun r = run_agent({"fault", "set", "RequestAccesToken", "crash=1"});  // misspelt
+  EXPECT_EQ(r.exit_code, 2);
+  EXPECT_NE(r.err.find("no operation is called 'RequestAccesToken'; the operations are: * "
+                       "AccountSvc AppControl "),
+            std::string::npos)
+      << r.err;
+  EXPECT_NE(r.err.find(" RequestAccessToken "), std::string::npos) << r.err;
+  EXPECT_NE(r.err.find(" getaccesstoken"), std::string::npos) << r.err;
+  EXPECT_FALSE(vagent::faults_for("RequestAccesToken").any());
+  EXPECT_EQ(run_agent({"fault", "clear", "nothing"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"fault", "set", "getaccesstoken", "delay_ms=5"}).exit_code, 0);
 }
 
 TEST_F(AdminCli, RootOptionOverridesTheEnvironment) {
