@@ -66,6 +66,8 @@ constexpr va_error_info kErrors[] = {
      "the mandatory terms consents (bits 1 and 2) are missing", true},
     {agent_code(0x10), "AGENT_ERROR_UNKNOWN_FAULT_KEY", "fault injection: unknown key or bad value",
      true},
+    {agent_code(0x11), "AGENT_ERROR_STATE_LOST",
+     "the agent's state does not match the platform account store or its identity record", true},
 };
 
 const va_error_info *find(int code) {
@@ -83,12 +85,12 @@ const va_error_info *va_error_table(size_t *count) {
   return kErrors;
 }
 
-const char *velmora_account_error_name(int code) {
+VELMORA_API const char *velmora_account_error_name(int code) {
   const va_error_info *e = find(code);
   return e ? e->name : nullptr;
 }
 
-const char *velmora_account_error_message(int code) {
+VELMORA_API const char *velmora_account_error_message(int code) {
   const va_error_info *e = find(code);
   return e ? e->message : nullptr;
 }
