@@ -12,6 +12,7 @@
 #include <span>
 
 #include "account_svc_proxy.h"
+#include "account_svc_records.def.h"
 #include "rpc_port_parcel.h"
 
 // ---- layouts: the parcelable pair, then the fields in declaration order ----

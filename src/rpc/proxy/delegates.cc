@@ -174,7 +174,4 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
     return va::proxy::dispose(proxy, delegate, __func__);                                         \
   }
 
-VPROXY_EXPORT_DELEGATE_(ResponseCb)
-VPROXY_EXPORT_DELEGATE_(ResponseErrorCb)
-VPROXY_EXPORT_DELEGATE_(ResponsePlaceCb)
-VPROXY_EXPORT_DELEGATE_(ResponseProfileCb)
+RPC_PORT_DELEGATES(VPROXY_EXPORT_DELEGATE_)

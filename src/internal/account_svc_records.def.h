@@ -1,10 +1,12 @@
 /*
- * Velmora Account client: the table of the AccountSvc message records and lists.
+ * Velmora Account client: the table of the AccountSvc message records, lists and reply delegates.
  *
- * This is the one description of every record that crosses the AccountSvc port. The public
- * declarations (account_svc_proxy.h), the record layouts, the descriptors that drive the library's
- * generic create / destroy / clone / set / get / write / read code, and the exported per-field
- * functions are all expanded from it. Adding a field is one line here.
+ * This is the one description of every record that crosses the AccountSvc port. The public header
+ * include/account_svc_proxy.h is generated from it (src/rpc/proxy_header: every function written
+ * out in full), and the record layouts, the descriptors that drive the library's generic create /
+ * destroy / clone / set / get / write / read code, and the exported per-field functions are all
+ * expanded from it. Adding a field is one line here, then `cmake --build <build dir> --target
+ * proxy-header` rewrites the public header (a test fails while the committed one differs).
  *
  * RPC_PORT_RECORDS(X) and RPC_PORT_LISTS(X) call X(Type) once per type. RPC_PORT_FIELDS_<Type>(F)
  * calls F(Type, Field, Kind, Arg) once per field, in declaration order, which is also the order on
@@ -19,6 +21,10 @@
  *
  * A list type list_<Item> is a record with a single list field named list_<Item>s, so the list
  * types share every generic operation with the records.
+ *
+ * RPC_PORT_DELEGATES(X) calls X(Delegate) once per reply delegate type of the proxy.
+ *
+ * Internal to the library and its tests: applications see only the generated header.
  */
 #ifndef VELMORA_ACCOUNT_SVC_RECORDS_DEF_H
 #define VELMORA_ACCOUNT_SVC_RECORDS_DEF_H
@@ -56,6 +62,13 @@
   X(list_EventS)          \
   X(list_PlaceS)          \
   X(list_string)
+
+/* The four reply delegate types (rpc_port_AccountSvc_<Delegate>_h). */
+#define RPC_PORT_DELEGATES(X) \
+  X(ResponseCb)               \
+  X(ResponseErrorCb)          \
+  X(ResponsePlaceCb)          \
+  X(ResponseProfileCb)
 
 /* Aaa, Bbb and Ccc are spare string slots of the interface and keep exactly these names. */
 #define RPC_PORT_FIELDS_AccountS(F)        \
