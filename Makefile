@@ -5,7 +5,7 @@ RELEASE_DIR ?= build/release
 FUZZ_DIR ?= build/fuzz
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke bench valgrind clean
+.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke corruption bench valgrind clean
 
 all: build-release
 
@@ -50,6 +50,12 @@ fuzz: deps $(FUZZ_DIR)/build.ninja
 fuzz-smoke: deps $(FUZZ_DIR)/build.ninja
 	cmake --build $(FUZZ_DIR) -j $(JOBS) --target velmora_fuzzers
 	scripts/run-fuzzers.sh $(FUZZ_DIR) 5
+
+# The corruption suite in full: every committed fuzz seed and every truncation, byte flip and
+# length-field value of it (make check replays all of them but for the largest corpus, of which
+# it replays a fixed, even selection).
+corruption: build-check
+	VELMORA_REPLAY_BUDGET=0 ctest --test-dir $(CHECK_DIR) -R '^corruption\.' --output-on-failure
 
 # Every test in its own process under valgrind (no sanitizers), with the documented suppressions.
 VALGRIND_DIR ?= build/valgrind

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz_quiet.hh"
 #include "port/codec.hh"
 #include "port/methods.hh"
 #include "proxy_internal.hh"
@@ -208,6 +209,7 @@ void maybe_write_seeds() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
   maybe_write_seeds();
   return 0;
 }

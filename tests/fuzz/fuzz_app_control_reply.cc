@@ -34,6 +34,7 @@
 
 #include "account_record.h"
 #include "app_control.h"
+#include "fuzz_quiet.hh"
 #include "request_record.h"
 #include "request_reply.h"
 #include "va_base.h"
@@ -558,6 +559,7 @@ void maybe_write_seeds() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
   maybe_write_seeds();
   set_up_handle();
   velmora_host_set_log_hook(SecretWatch::hook, &g_watch);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "app_control.h"
+#include "fuzz_quiet.hh"
 #include "ipc_app_control.hh"
 #include "ipc_frame.hh"
 #include "ipc_wire.hh"
@@ -295,6 +296,7 @@ void maybe_write_seeds() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
   maybe_write_seeds();
   return 0;
 }

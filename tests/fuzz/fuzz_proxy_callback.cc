@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "fuzz_quiet.hh"
 #include "proxy_internal.hh"
 #include "velmora_host.h"
 
@@ -22,6 +23,11 @@ void on_place(void *s, int, rpc_port_PlaceInfoS_h) { static_cast<Seen *>(s)->cal
 void on_profile(void *s, int, rpc_port_ProfileS_h) { static_cast<Seen *>(s)->calls++; }
 
 }  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
+  return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   rpc_port_parcel_h parcel = nullptr;
