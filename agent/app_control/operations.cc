@@ -31,6 +31,14 @@ Answer failure(int code) {
   return a;
 }
 
+Answer failure(const Status &status) {
+  Answer a;
+  a.ok = false;
+  a.extras.emplace_back("error_code", std::to_string(status.code));
+  a.extras.emplace_back("error_msg", status.describe());
+  return a;
+}
+
 void put(Extras *extras, const char *key, const std::string &value) {
   if (!value.empty()) extras->emplace_back(key, value);
 }
@@ -38,7 +46,7 @@ void put(Extras *extras, const char *key, const std::string &value) {
 const std::vector<Operation> &app_control_operations() {
   static const std::vector<Operation> table = [] {
     std::vector<Operation> all;
-    for (const auto *group : {&token_operations()})
+    for (const auto *group : {&token_operations(), &query_operations(), &service_operations()})
       all.insert(all.end(), group->begin(), group->end());
     return all;
   }();

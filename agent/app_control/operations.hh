@@ -40,10 +40,24 @@ struct Answer {
   Extras extras;
 };
 
-// A failed answer carrying `code`.
+// A failed answer carrying `code` ("error_msg": its name).
 Answer failure(int code);
+// A failed answer carrying the status's code and, in "error_msg", its name and message.
+Answer failure(const Status &status);
 // Adds key=value when the value is not empty.
 void put(Extras *extras, const char *key, const std::string &value);
+
+// The account facts every reply about an account carries: "login_id", "user_id", "cc", "mcc",
+// "api_server_url", "auth_server_url" (those that are set).
+template <typename T>
+void put_facts(Extras *e, const T &facts) {
+  put(e, "login_id", facts.login_id);
+  put(e, "user_id", facts.user_id);
+  put(e, "cc", facts.country_code);
+  put(e, "mcc", facts.mcc);
+  put(e, "api_server_url", facts.api_server_url);
+  put(e, "auth_server_url", facts.auth_server_url);
+}
 
 struct Operation {
   const char *const *uri;  // &REQUEST_OP_...
@@ -53,6 +67,10 @@ struct Operation {
 
 // Access tokens and authorization codes (app_control/tokens.cc).
 const std::vector<Operation> &token_operations();
+// Signed-in accounts, the default account, the account of a user id (app_control/queries.cc).
+const std::vector<Operation> &query_operations();
+// The current MCC, terms consents, account linking (app_control/services.cc).
+const std::vector<Operation> &service_operations();
 
 // Every operation served, in lookup order.
 const std::vector<Operation> &app_control_operations();

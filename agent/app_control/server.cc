@@ -117,7 +117,8 @@ void on_launch_request(app_control_h request, void *) {
   const appcontrol::Operation *op = appcontrol::find_operation(uri);
   if (!op) {
     AC_LOG(DLOG_WARN, "app control: unknown operation '%s' from %s", uri.c_str(), caller.c_str());
-    reply(request, appcontrol::failure(errc::kNotSupported));
+    reply(request, appcontrol::failure(
+                       Status::fail(errc::kNotSupported, "the agent has no operation " + uri)));
     return;
   }
 

@@ -20,18 +20,8 @@ std::string number(int64_t v) {
   return std::to_string(v);
 }
 
-template <typename T>
-void put_facts(Extras *e, const T &facts) {
-  put(e, "login_id", facts.login_id);
-  put(e, "user_id", facts.user_id);
-  put(e, "cc", facts.country_code);
-  put(e, "mcc", facts.mcc);
-  put(e, "api_server_url", facts.api_server_url);
-  put(e, "auth_server_url", facts.auth_server_url);
-}
-
 Answer grant_answer(const Result<TokenGrant> &r) {
-  if (!r.ok()) return failure(r.code());
+  if (!r.ok()) return failure(r.status());
   Answer a;
   const TokenGrant &g = r.value();
   put(&a.extras, "access_token", g.access_token);
@@ -57,7 +47,8 @@ Answer access_token(AgentState &state, const Request &req) {
 Answer last_access_token(AgentState &state, const Request &req) {
   const std::string login_id = req.extra("login_id");
   const std::string client_id = req.extra("client_id");
-  if (login_id.empty() || client_id.empty()) return failure(errc::kInvalidParameter);
+  if (login_id.empty() || client_id.empty())
+    return failure(Status::fail(errc::kInvalidParameter, "login_id and client_id are required"));
   return grant_answer(state.tokens().last(login_id, client_id));
 }
 
@@ -68,7 +59,7 @@ Answer code_answer(AgentState &state, const Request &req, CodeKind kind) {
   c.scope = req.extra("scope");
   c.device_unique_code = req.extra("device_physical_address");
   Result<IssuedCode> r = state.codes().issue(kind, c);
-  if (!r.ok()) return failure(r.code());
+  if (!r.ok()) return failure(r.status());
   Answer a;
   put(&a.extras, "authcode", r->code);
   put_facts(&a.extras, r.value());

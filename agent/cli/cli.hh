@@ -79,6 +79,8 @@ int cmd_register_client(const Args &args);
 int cmd_sign_out(const Args &args);
 int cmd_link(const Args &args);
 int cmd_reset_state(const Args &args);
+int cmd_register_partner(const Args &args);
+int cmd_consents(const Args &args);
 int cmd_fault(const Args &args);
 int cmd_clock(const Args &args);
 int cmd_state(const Args &args);

@@ -17,7 +17,11 @@ const std::vector<Command> &commands() {
       {"register-client", cmd_register_client,
        "register-client --client-id C [--with-secret] [--scope SCOPE]... [--token-lifetime SEC]"},
       {"sign-out", cmd_sign_out, "sign-out --login-id L"},
+      {"register-partner", cmd_register_partner,
+       "register-partner --client-id P [--name N]   mark a registered client as a partner\n"
+       "register-partner --list"},
       {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
+      {"consents", cmd_consents, "consents --login-id L       the terms consents and their times"},
       {"fault", cmd_fault,
        "fault set <operation|*> key=value...\n"
        "fault clear [operation|*]\n"

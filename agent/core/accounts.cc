@@ -84,9 +84,11 @@ Result<User> Accounts::sign_in_verified(const std::string &login_id) {
   if (login_id.empty()) return Status::fail(errc::kInvalidParameter, "login id is required");
   Result<User> user = users_.find(login_id);
   if (!user.ok()) return user;
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
   Status st = mark_signed_in(login_id);
   if (!st.ok()) return st;
-  st = sync_store();
+  st = commit_mirrored(tx);
   if (!st.ok()) return st;
   return user;
 }
@@ -99,9 +101,9 @@ Status Accounts::mark_signed_in(const std::string &login_id) {
 
 Status Accounts::sign_out(const std::string &login_id) {
   if (login_id.empty()) return Status::fail(errc::kInvalidParameter, "login id is required");
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
   {
-    Transaction tx(db_);
-    if (!tx.status().ok()) return tx.status();
     bool was_default = false;
     {
       Query q(db_, kIsDefault);
@@ -126,10 +128,8 @@ Status Accounts::sign_out(const std::string &login_id) {
       Status st = q.run();
       if (!st.ok()) return st;
     }
-    Status st = tx.commit();
-    if (!st.ok()) return st;
+    return commit_mirrored(tx);
   }
-  return sync_store();
 }
 
 Status Accounts::require_signed_in(const std::string &login_id) {
@@ -189,19 +189,27 @@ Result<std::string> Accounts::default_account() {
 Status Accounts::set_default(const std::string &login_id) {
   Status st = require_signed_in(login_id);
   if (!st.ok()) return st;
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
   {
-    Transaction tx(db_);
-    if (!tx.status().ok()) return tx.status();
-    {
-      Query clear(db_, kClearDefault);
-      if (!(st = clear.run()).ok()) return st;
-    }
+    Query clear(db_, kClearDefault);
+    if (!(st = clear.run()).ok()) return st;
+  }
+  {
     Query set(db_, kSetDefault);
     set.bind(1, login_id);
     if (!(st = set.run()).ok()) return st;
-    if (!(st = tx.commit()).ok()) return st;
   }
-  return sync_store();
+  return commit_mirrored(tx);
+}
+
+Status Accounts::commit_mirrored(Transaction &tx) {
+  Status st = sync_store();
+  if (!st.ok()) return st;  // the transaction rolls back: neither side changed
+  st = tx.commit();
+  // The store took the change but the state did not: put the store back as the state is.
+  if (!st.ok()) (void)sync_store();
+  return st;
 }
 
 Status Accounts::sync_store() {

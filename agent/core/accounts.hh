@@ -1,10 +1,12 @@
 // Velmora agent: the accounts signed in on this device, and which one is the default.
 //
-// Signing in needs a known user; the first account signed in becomes the default. Signing out
-// forgets the account's tokens and codes; when the default signs out, the earliest remaining
-// account becomes the default. After every change the platform account store is brought in step
-// (store_mirror.hh). When the store cannot be written, the change stays made in the agent's state
-// and the store's error is returned; the next change (or sync_store) repairs the store.
+// Signing in needs a known user; the first account signed in becomes the default, and outside a TV
+// exactly one signed-in account is the default at any time. Signing out forgets the account's
+// tokens and codes; when the default signs out, the earliest remaining account becomes the default.
+// Every change is made together in the agent's state and in the platform account store
+// (store_mirror.hh): the state's transaction commits only once the store took the change, so when
+// the store cannot be written neither changes and the store's error is returned. On a TV the first
+// record of the store is the default: setting the default moves its record first.
 #pragma once
 
 #include <cstdint>
@@ -52,7 +54,8 @@ class Accounts {
   Result<std::vector<SignedInAccount>> list();
   // NEED_SIGNIN when nobody is signed in.
   Result<std::string> default_account();
-  // NEED_SIGNIN when the login id is not signed in.
+  // NEED_SIGNIN when the login id is not signed in, UNKNOWN_USER for nobody's. Atomic in the
+  // state and the store; survives a restart of the agent.
   Status set_default(const std::string &login_id);
 
   // Brings the platform account store in step with the signed-in accounts.
@@ -60,6 +63,10 @@ class Accounts {
 
  private:
   Status mark_signed_in(const std::string &login_id);
+  // Brings the store in step with the state as `tx` left it, then commits `tx`. A store that
+  // fails leaves `tx` uncommitted (rolled back when it ends). Every change of the signed-in
+  // accounts ends with this.
+  Status commit_mirrored(Transaction &tx);
   StateDb &db_;
   Users &users_;
   const Clock &clock_;

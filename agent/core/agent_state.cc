@@ -21,8 +21,8 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
       tokens_(*db_, hash_, clients_, accounts_, clock_),
       codes_(*db_, hash_, clients_, accounts_, clock_),
       mcc_(users_, accounts_),
-      consents_(users_, accounts_),
-      linking_(*db_, accounts_, clients_, tokens_) {
+      consents_(*db_, users_, accounts_, clock_),
+      linking_(*db_, accounts_, clients_, tokens_, clock_) {
   set_clock(nullptr);
 }
 

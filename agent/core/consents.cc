@@ -3,6 +3,35 @@
 
 namespace vagent {
 
+namespace {
+
+// A consent's row changes (and takes the update's time) only when it was not recorded as it is.
+const Statement kRecord{
+    "INSERT INTO consents(login_id, consent, given, given_at) VALUES(?1, ?2, ?3, ?4)"
+    " ON CONFLICT(login_id, consent) DO UPDATE SET given = excluded.given,"
+    " given_at = excluded.given_at WHERE given != excluded.given",
+    Access::kLookup, "PRIMARY KEY"};
+const Statement kOfUser{"SELECT consent, given, given_at FROM consents WHERE login_id = ?1",
+                        Access::kLookup, "PRIMARY KEY"};
+
+}  // namespace
+
+const SchemaArea &consents_schema() {
+  static const SchemaArea area{
+      "consents",
+      {
+          // 1: looked up by its key only; the consent is its extra-data key ("personalInfo").
+          "CREATE TABLE consents("
+          "  login_id TEXT NOT NULL REFERENCES users(login_id) ON DELETE CASCADE,"
+          "  consent TEXT NOT NULL,"
+          "  given INTEGER NOT NULL,"
+          "  given_at INTEGER NOT NULL,"
+          "  PRIMARY KEY(login_id, consent)) WITHOUT ROWID;",
+      },
+      {&kRecord, &kOfUser}};
+  return area;
+}
+
 const std::vector<TncBitInfo> &tnc_bits() {
   static const std::vector<TncBitInfo> bits = {
       {kTncService, "velmoraService"},
@@ -30,11 +59,43 @@ Result<MccInfo> Consents::update(const TncUpdate &u) {
   if ((u.tnc & kTncMandatory) != kTncMandatory)
     return Status::fail(errc::kConsentRequired,
                         "TNC " + std::to_string(u.tnc) + " lacks a mandatory consent");
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
   if (!(st = users_.set_mcc(u.login_id, u.mcc)).ok()) return st;
   if (!(st = users_.set_tnc(u.login_id, u.tnc)).ok()) return st;
+  const int64_t now = clock_.now();
+  for (const TncBitInfo &b : tnc_bits()) {
+    Query q(db_, kRecord);
+    q.bind(1, u.login_id)
+        .bind(2, std::string(b.extra_key))
+        .bind(3, static_cast<int64_t>((u.tnc & b.bit) ? 1 : 0))
+        .bind(4, now);
+    if (!(st = q.run()).ok()) return st;
+  }
+  if (!(st = tx.commit()).ok()) return st;
   Result<User> user = users_.find(u.login_id);
   if (!user.ok()) return user.status();
   return MccInfo{user->login_id, user->mcc, user->country_code};
+}
+
+Result<std::vector<ConsentRecord>> Consents::records(const std::string &login_id) {
+  Result<User> user = users_.find(login_id);
+  if (!user.ok()) return user.status();
+  std::vector<ConsentRecord> out;
+  for (const TncBitInfo &b : tnc_bits()) out.push_back({b.bit, b.extra_key, false, 0});
+  Query q(db_, kOfUser);
+  q.bind(1, login_id);
+  Status st;
+  while (q.next(&st)) {
+    const std::string key = q.text(0);
+    for (ConsentRecord &r : out)
+      if (key == r.extra_key) {
+        r.given = q.integer(1) != 0;
+        r.at = q.integer(2);
+      }
+  }
+  if (!st.ok()) return st;
+  return out;
 }
 
 Result<int> Consents::get(const std::string &login_id) {

@@ -6,8 +6,11 @@
 #include <vector>
 
 #include "accounts.hh"
+#include "clock.hh"
 #include "mcc.hh"
 #include "result.hh"
+#include "schema.hh"
+#include "state_db.hh"
 #include "users.hh"
 
 namespace vagent {
@@ -36,18 +39,38 @@ struct TncUpdate {
   int tnc = 0;      // bitmask of TncBit
 };
 
+// One consent of a user as last recorded: given or withdrawn, and when (unix seconds).
+struct ConsentRecord {
+  int bit = 0;
+  const char *extra_key = "";
+  bool given = false;
+  int64_t at = 0;
+};
+
+// The consents a user has given are kept per user (not per sign-in: they outlive a sign-out), one
+// row per consent with the time it was last given or withdrawn.
+const SchemaArea &consents_schema();
+
 class Consents {
  public:
-  Consents(Users &users, Accounts &accounts) : users_(users), accounts_(accounts) {}
+  Consents(StateDb &db, Users &users, Accounts &accounts, const Clock &clock)
+      : db_(db), users_(users), accounts_(accounts), clock_(clock) {}
 
-  // Records the consents and the MCC. INVALID_PARAMETER (login id, MCC, bits outside 1..15),
-  // UNKNOWN_USER, NEED_SIGNIN, CONSENT_REQUIRED (bit 1 or 2 missing). Answers the account's MCC.
+  // Records the consents (each with the time of this update when it changed) and the MCC, all in
+  // one transaction. INVALID_PARAMETER (login id, MCC, bits outside 1..15), UNKNOWN_USER,
+  // NEED_SIGNIN, CONSENT_REQUIRED (bit 1 or 2 missing: nothing is recorded). Answers the
+  // account's MCC.
   Result<MccInfo> update(const TncUpdate &update);
+  // The bitmask of the consents given. UNKNOWN_USER.
   Result<int> get(const std::string &login_id);
+  // Every consent in bit order, as last recorded (never recorded: not given, at 0). UNKNOWN_USER.
+  Result<std::vector<ConsentRecord>> records(const std::string &login_id);
 
  private:
+  StateDb &db_;
   Users &users_;
   Accounts &accounts_;
+  const Clock &clock_;
 };
 
 }  // namespace vagent

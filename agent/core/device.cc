@@ -85,6 +85,16 @@ const char *profile_name(Profile profile) {
 
 bool is_tv_profile() { return device_profile() == Profile::kTv; }
 
+std::string device_mcc() {
+  char *value = nullptr;
+  std::string mcc;
+  if (system_info_get_platform_string(SYSTEM_INFO_KEY_MCC, &value) == SYSTEM_INFO_ERROR_NONE &&
+      value)
+    mcc = value;
+  free(value);
+  return mcc;
+}
+
 const char *store_package() { return is_tv_profile() ? kSsoServicePackageId : kAgentAppId; }
 
 }  // namespace vagent

@@ -17,6 +17,9 @@ uint64_t device_profile_reads();
 const char *profile_name(Profile profile);
 bool is_tv_profile();
 
+// The device's current MCC from the platform's system information ("" when it is on no network).
+std::string device_mcc();
+
 // The platform account store package the agent keeps signed-in accounts under: the SSO service's
 // on a TV, the agent's own elsewhere.
 const char *store_package();

@@ -9,6 +9,13 @@ const Statement kStatus{"SELECT linked FROM linking WHERE login_id = ?1 AND part
                         Access::kLookup, "PRIMARY KEY"};
 const Statement kSet{
     "INSERT OR REPLACE INTO linking(login_id, partner_client_id, linked) VALUES(?1, ?2, ?3)"};
+const Statement kIsPartner{"SELECT 1 FROM partners WHERE client_id = ?1", Access::kLookup,
+                           "PRIMARY KEY"};
+const Statement kAddPartner{
+    "INSERT OR REPLACE INTO partners(client_id, name, registered_at) VALUES(?1, ?2, ?3)"};
+// The handful of partners, for the admin command.
+const Statement kPartners{"SELECT client_id, name, registered_at FROM partners ORDER BY client_id",
+                          Access::kListing};
 
 }  // namespace
 
@@ -31,8 +38,14 @@ const SchemaArea &linking_schema() {
           "INSERT INTO linking_v2 SELECT login_id, partner_client_id, linked FROM linking;"
           "DROP TABLE linking;"
           "ALTER TABLE linking_v2 RENAME TO linking;",
+          // 3: the partner services an account can be linked with: registered clients marked as
+          // partners.
+          "CREATE TABLE partners("
+          "  client_id TEXT NOT NULL PRIMARY KEY REFERENCES clients(client_id) ON DELETE CASCADE,"
+          "  name TEXT NOT NULL,"
+          "  registered_at INTEGER NOT NULL) WITHOUT ROWID;",
       },
-      {&kStatus, &kSet}};
+      {&kStatus, &kSet, &kIsPartner, &kAddPartner, &kPartners}};
   return area;
 }
 
@@ -45,8 +58,7 @@ Result<bool> Linking::status(const LinkingQuery &q) {
   if (!st.ok()) return st;
   Result<Client> client = clients_.find(q.client_id);
   if (!client.ok()) return client.status();
-  Result<Client> partner = clients_.find(q.partner_client_id);
-  if (!partner.ok()) return partner.status();
+  if (!(st = require_partner(q.partner_client_id)).ok()) return st;
   Result<TokenInfo> token = tokens_.validate(q.access_token);
   if (!token.ok()) return token.status();
   if (token->login_id != q.login_id || token->client_id != q.client_id)
@@ -62,11 +74,36 @@ Status Linking::set(const std::string &login_id, const std::string &partner_clie
                     bool linked) {
   Status st = accounts_.require_signed_in(login_id);
   if (!st.ok() && st.code != errc::kNeedSignIn) return st;  // a known user is enough
-  Result<Client> partner = clients_.find(partner_client_id);
-  if (!partner.ok()) return partner.status();
+  if (!(st = require_partner(partner_client_id)).ok()) return st;
   Query q(db_, kSet);
   q.bind(1, login_id).bind(2, partner_client_id).bind(3, static_cast<int64_t>(linked ? 1 : 0));
   return q.run();
+}
+
+Status Linking::require_partner(const std::string &client_id) {
+  Query q(db_, kIsPartner);
+  q.bind(1, client_id);
+  Status st;
+  if (q.next(&st)) return Status::success();
+  if (!st.ok()) return st;
+  return Status::fail(errc::kUnknownClient, "no partner client " + client_id);
+}
+
+Status Linking::register_partner(const std::string &client_id, const std::string &name) {
+  Result<Client> client = clients_.find(client_id);
+  if (!client.ok()) return client.status();
+  Query q(db_, kAddPartner);
+  q.bind(1, client_id).bind(2, name.empty() ? client_id : name).bind(3, clock_.now());
+  return q.run();
+}
+
+Result<std::vector<Partner>> Linking::partners() {
+  Query q(db_, kPartners);
+  std::vector<Partner> out;
+  Status st;
+  while (q.next(&st)) out.push_back({q.text(0), q.text(1), q.integer(2)});
+  if (!st.ok()) return st;
+  return out;
 }
 
 }  // namespace vagent

@@ -19,7 +19,8 @@ class Mcc {
  public:
   Mcc(Users &users, Accounts &accounts) : users_(users), accounts_(accounts) {}
 
-  // INVALID_PARAMETER, UNKNOWN_USER, NEED_SIGNIN.
+  // The MCC of the network the device is on now (the platform's device settings), else, when the
+  // device is on none, the account's own. INVALID_PARAMETER, UNKNOWN_USER, NEED_SIGNIN.
   Result<MccInfo> current(const std::string &login_id);
   // Three digits, else INVALID_PARAMETER.
   Status set(const std::string &login_id, const std::string &mcc);

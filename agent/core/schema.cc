@@ -4,6 +4,7 @@
 #include "accounts.hh"
 #include "clients.hh"
 #include "codes.hh"
+#include "consents.hh"
 #include "identity.hh"
 #include "linking.hh"
 #include "tokens.hh"
@@ -20,7 +21,8 @@ const std::vector<const SchemaArea *> &schema_areas() {
       &accounts_schema(),  // signed-in accounts and the default one
       &tokens_schema(),    // access and refresh tokens
       &codes_schema(),     // authorization and effortless-login codes
-      &linking_schema(),   // account linking with partner services
+      &linking_schema(),   // partner clients and account linking with them
+      &consents_schema(),  // terms consents with the time each was given
   };
   return table;
 }

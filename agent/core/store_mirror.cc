@@ -6,6 +6,7 @@
 
 #include "account_store.h"
 #include "config.hh"
+#include "velmora_host_store.h"
 
 namespace vagent {
 
@@ -30,32 +31,6 @@ Status store_failure(int err, const std::string &what) {
                       what + " failed in the platform store (" + std::to_string(err) + ")");
 }
 
-Status insert(const char *package, const MirroredAccount &m) {
-  account_h a = nullptr;
-  int err = account_create(&a);
-  if (err != ACCOUNT_ERROR_NONE) return store_failure(err, "account_create");
-  account_set_package_name(a, package);
-  account_set_user_name(a, m.login_id.c_str());
-  if (m.is_default) account_set_custom(a, kDefaultKey, kDefaultValue);
-  int id = 0;
-  err = account_insert_to_db(a, &id);
-  account_destroy(a);
-  if (err != ACCOUNT_ERROR_NONE) return store_failure(err, "insert of " + m.login_id);
-  return Status::success();
-}
-
-Status update(const char *package, const MirroredAccount &m) {
-  account_h a = nullptr;
-  int err = account_create(&a);
-  if (err != ACCOUNT_ERROR_NONE) return store_failure(err, "account_create");
-  account_set_user_name(a, m.login_id.c_str());
-  if (m.is_default) account_set_custom(a, kDefaultKey, kDefaultValue);
-  err = account_update_to_db_by_user_name(a, m.login_id.c_str(), package);
-  account_destroy(a);
-  if (err != ACCOUNT_ERROR_NONE) return store_failure(err, "update of " + m.login_id);
-  return Status::success();
-}
-
 }  // namespace
 
 int error_from_store(int store_error) {
@@ -66,6 +41,8 @@ int error_from_store(int store_error) {
       return errc::kResourceBusy;
     case ACCOUNT_ERROR_INVALID_PARAMETER:
       return errc::kInvalidParameter;
+    case ACCOUNT_ERROR_PERMISSION_DENIED:
+      return errc::kPermissionDenied;
     default:
       return errc::kDbFailed;
   }
@@ -80,29 +57,16 @@ Result<std::vector<MirroredAccount>> read_store(const char *package) {
 }
 
 Status mirror_to_store(const char *package, const std::vector<MirroredAccount> &accounts) {
-  Result<std::vector<MirroredAccount>> current = read_store(package);
-  if (!current.ok()) return current.status();
-  const std::vector<MirroredAccount> &have = current.value();
-  // The records before the first one out of place stay (their "default" mark is fixed in place);
-  // from there on they are deleted and inserted again in the wanted order.
-  size_t keep = 0;
-  while (keep < have.size() && keep < accounts.size() &&
-         have[keep].login_id == accounts[keep].login_id)
-    ++keep;
-  for (size_t i = keep; i < have.size(); ++i) {
-    int err = account_delete_from_db_by_user_name(have[i].login_id.c_str(), package);
-    if (err != ACCOUNT_ERROR_NONE && err != ACCOUNT_ERROR_RECORD_NOT_FOUND)
-      return store_failure(err, "delete of " + have[i].login_id);
-  }
-  for (size_t i = 0; i < keep; ++i) {
-    if (have[i].is_default == accounts[i].is_default) continue;
-    Status st = update(package, accounts[i]);
-    if (!st.ok()) return st;
-  }
-  for (size_t i = keep; i < accounts.size(); ++i) {
-    Status st = insert(package, accounts[i]);
-    if (!st.ok()) return st;
-  }
+  // One transaction of the store: an application reading the store meanwhile sees the records as
+  // they were or as they are now, never two defaults or none.
+  const char *const default_key[] = {kDefaultKey};
+  const char *const default_value[] = {kDefaultValue};
+  std::vector<velmora_host_store_record_s> records;
+  records.reserve(accounts.size());
+  for (const MirroredAccount &m : accounts)
+    records.push_back({m.login_id.c_str(), default_key, default_value, m.is_default ? 1u : 0u});
+  int err = velmora_host_store_replace(package, records.data(), records.size());
+  if (err != ACCOUNT_ERROR_NONE) return store_failure(err, "rewrite of the store's records");
   return Status::success();
 }
 

@@ -19,8 +19,9 @@ struct MirroredAccount {
   bool is_default = false;
 };
 
-// Makes the store package's records equal to `accounts`, in that order. Records already right
-// are kept; the rest are rewritten. DB_FAILED / RESOURCE_BUSY when the store fails.
+// Makes the store package's records equal to `accounts`, in that order, in one transaction of the
+// store (readers see the old records or the new ones). Records already right are kept; the rest
+// are rewritten. DB_FAILED / RESOURCE_BUSY / PERMISSION_DENIED when the store fails.
 Status mirror_to_store(const char *package, const std::vector<MirroredAccount> &accounts);
 
 // The store package's records as (user name, default?) pairs, in walk order.

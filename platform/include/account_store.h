@@ -2,8 +2,9 @@
  * Velmora platform: the platform account store.
  *
  * A device-wide store of account records. Each record belongs to a package (the service that keeps
- * it), has a user name and string custom values by key. The client library only reads it; account
- * services (such as the account agent) write their records.
+ * it), has a user name and string custom values by key. Any application may read it; only account
+ * services (such as the account agent) and the device's admin commands write it: a write by
+ * another application fails with ACCOUNT_ERROR_PERMISSION_DENIED. The client library only reads.
  */
 #ifndef VELMORA_PLATFORM_ACCOUNT_STORE_H
 #define VELMORA_PLATFORM_ACCOUNT_STORE_H
@@ -47,7 +48,7 @@ PLATFORM_API int account_get_user_name(account_h account, char **user_name);
 PLATFORM_API int account_get_custom(account_h account, const char *key, char **value);
 PLATFORM_API int account_get_package_name(account_h account, char **package_name);
 
-/* ---- writing (account services) ---- */
+/* ---- writing (account services; others get ACCOUNT_ERROR_PERMISSION_DENIED) ---- */
 
 PLATFORM_API int account_create(account_h *account);
 PLATFORM_API int account_destroy(account_h account);

@@ -119,6 +119,12 @@ PLATFORM_API int velmora_host_init_root(const char *profile, char **error);
 PLATFORM_API int velmora_host_set_profile(const char *profile, char **error);
 /* Hands out the device profile in *profile (the caller frees it with free()). */
 PLATFORM_API int velmora_host_get_profile(char **profile, char **error);
+/* Sets the device's current MCC (the mobile country code of the network it is on: three digits),
+ * or removes it with NULL or "". Applications read it as system information
+ * SYSTEM_INFO_KEY_MCC. */
+PLATFORM_API int velmora_host_set_mcc(const char *mcc, char **error);
+/* Hands out the device's MCC in *mcc ("" when it has none; the caller frees it with free()). */
+PLATFORM_API int velmora_host_get_mcc(char **mcc, char **error);
 /* Installs (or replaces) a package: its applications in order, then metadata entries in order. */
 PLATFORM_API int velmora_host_install_package(const char *package_id,
                                               const velmora_host_app_s *apps, size_t n_apps,

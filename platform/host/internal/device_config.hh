@@ -4,8 +4,10 @@
 //
 //   [device]
 //   profile=mobile
+//   mcc=450
 //
-// Without the file the device is a "mobile". The profile of a real device is "mobile", "wearable"
+// Without the file the device is a "mobile" without an MCC (the mobile country code of the network
+// it is on; none: no network). The profile of a real device is "mobile", "wearable"
 // or "tv"; tests may configure other words (to see that only the exact words count).
 #pragma once
 
@@ -28,8 +30,16 @@ bool device_profile_read(std::string *profile, std::string *error);
 // How many times this process read device.conf.
 unsigned device_profile_reads();
 
-// Writes device.conf with `profile` (device_profile_valid), creating the root directory. False with
-// a message in *error.
+// Sets the profile in device.conf (device_profile_valid), creating the root directory and keeping
+// the other settings. False with a message in *error.
 bool device_profile_write(const std::string &profile, std::string *error);
+
+// An MCC: three digits.
+bool device_mcc_valid(const std::string &mcc);
+// The device's current MCC ("" when it has none). False with *error when device.conf cannot be
+// read or holds an invalid one.
+bool device_mcc_read(std::string *mcc, std::string *error);
+// Sets the device's MCC (device_mcc_valid), or removes it with "". Keeps the other settings.
+bool device_mcc_write(const std::string &mcc, std::string *error);
 
 }  // namespace vhost

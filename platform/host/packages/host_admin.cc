@@ -88,6 +88,26 @@ int velmora_host_get_profile(char **profile, char **error) {
   return 0;
 }
 
+int velmora_host_set_mcc(const char *mcc, char **error) {
+  int code = 0;
+  if (refused(&code, error)) return code;
+  std::string value = mcc ? mcc : "", message;
+  if (!vhost::device_mcc_write(value, &message))
+    return fail(vhost::device_mcc_valid(value) || value.empty() ? kIoError : kInvalid, message,
+                error);
+  return 0;
+}
+
+int velmora_host_get_mcc(char **mcc, char **error) {
+  if (!mcc) return fail(kInvalid, "no place for the MCC", error);
+  int code = 0;
+  if (refused(&code, error)) return code;
+  std::string value, message;
+  if (!vhost::device_mcc_read(&value, &message)) return fail(kIoError, message, error);
+  *mcc = strdup(value.c_str());
+  return 0;
+}
+
 int velmora_host_install_package(const char *package_id, const velmora_host_app_s *apps,
                                  size_t n_apps, const velmora_host_metadata_s *metadata,
                                  size_t n_metadata, char **error) {

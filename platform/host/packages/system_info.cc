@@ -1,4 +1,4 @@
-// Velmora host platform: system information (the device profile of the platform root).
+// Velmora host platform: system information (the device profile and MCC of the platform root).
 #include "system_info.h"
 
 #include <cstdlib>
@@ -10,14 +10,17 @@
 
 extern "C" int system_info_get_platform_string(const char *key, char **value) {
   if (!key || !value) return SYSTEM_INFO_ERROR_INVALID_PARAMETER;
-  if (strcmp(key, SYSTEM_INFO_KEY_PROFILE) != 0) return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
+  const bool profile = strcmp(key, SYSTEM_INFO_KEY_PROFILE) == 0;
+  if (!profile && strcmp(key, SYSTEM_INFO_KEY_MCC) != 0) return SYSTEM_INFO_ERROR_NOT_SUPPORTED;
 
-  std::string profile, error;
-  if (!vhost::device_profile_read(&profile, &error)) {
+  std::string text, error;
+  if (!(profile ? vhost::device_profile_read(&text, &error)
+                : vhost::device_mcc_read(&text, &error))) {
     dlog_print(DLOG_ERROR, "VELMORA_HOST", "system_info: %s", error.c_str());
     return SYSTEM_INFO_ERROR_IO_ERROR;
   }
-  char *copy = strdup(profile.c_str());
+  if (text.empty()) return SYSTEM_INFO_ERROR_NO_DATA;
+  char *copy = strdup(text.c_str());
   if (!copy) return SYSTEM_INFO_ERROR_OUT_OF_MEMORY;
   *value = copy;
   return SYSTEM_INFO_ERROR_NONE;

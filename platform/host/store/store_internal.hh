@@ -90,6 +90,10 @@ int load_records(const char *package_name, std::vector<account_s> *out);
 // The store error for an SQLite result code (SQLITE_OK and SQLITE_DONE give ACCOUNT_ERROR_NONE).
 int error_from_sqlite(int rc);
 
+// ACCOUNT_ERROR_NONE when the calling process may write the records of `package_name`, else
+// ACCOUNT_ERROR_PERMISSION_DENIED (store_access.cc).
+int check_writer(const char *package_name);
+
 // Busy time-out of the store's connections: VELMORA_STORE_BUSY_TIMEOUT_MS, default 5000.
 int busy_timeout_ms();
 

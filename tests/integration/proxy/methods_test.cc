@@ -227,6 +227,7 @@ TEST_F(NidlMethods, CommonAccountServesMccTermsGuidAndLinking) {
 
   // 6: linking status, the partner client id in and the answer out in the Password field.
   ASSERT_TRUE(s->clients().register_client({"dev.velmora.partner", "", {}, 3600}).ok());
+  ASSERT_TRUE(s->linking().register_partner("dev.velmora.partner", "Partner").ok());
   Reply token = access_token("alice@example.com");
   ASSERT_EQ(token.result, 0);
   auto linking = [&] {

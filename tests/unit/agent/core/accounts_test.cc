@@ -1,6 +1,8 @@
 // Velmora tests: signed-in accounts, the default account, and their records in the platform store.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "agent_state_fixture.hh"
 #include "store_view.hh"
 
@@ -112,6 +114,51 @@ TEST_F(Accounts, StoreRecordsChangedBehindTheAgentsBackAreRepaired) {
   EXPECT_EQ(store_summary(kAgentPkg), "bob");
   ASSERT_TRUE(state().accounts().sync_store().ok());
   EXPECT_EQ(store_summary(kAgentPkg), "alice*,bob");
+}
+
+TEST_F(Accounts, ExactlyOneDefaultWhateverTheOrderOfChanges) {
+  seed("alice", "pw");
+  seed("bob", "pw");
+  seed("carol", "pw");
+  auto defaults = [this] {
+    int n = 0;
+    for (const auto &a : state().accounts().list().value()) n += a.is_default ? 1 : 0;
+    return n;
+  };
+  ASSERT_TRUE(state().accounts().set_default("carol").ok());
+  EXPECT_EQ(defaults(), 1);
+  ASSERT_TRUE(state().accounts().sign_out("carol").ok());
+  EXPECT_EQ(defaults(), 1);
+  EXPECT_EQ(store_summary(kAgentPkg), "alice*,bob");
+  ASSERT_TRUE(state().accounts().set_default("bob").ok());
+  ASSERT_TRUE(state().accounts().set_default("bob").ok());
+  EXPECT_EQ(defaults(), 1);
+  EXPECT_EQ(store_summary(kAgentPkg), "alice,bob*");
+}
+
+TEST_F(Accounts, SetDefaultThatTheStoreRefusesChangesNeither) {
+  seed("alice", "pw");
+  seed("bob", "pw");
+  // An application that is not an account service may not write the store; as such the agent's
+  // change must leave its own state as it was.
+  root_.install_package("other.app", {{"other.app", "service", "/bin/true"}});
+  setenv("VELMORA_APP_ID", "other.app", 1);
+  vagent::Status st = state().accounts().set_default("bob");
+  unsetenv("VELMORA_APP_ID");
+  EXPECT_EQ(st.code, errc::kPermissionDenied) << st.describe();
+  EXPECT_EQ(state().accounts().default_account().value(), "alice");
+  EXPECT_EQ(store_summary(kAgentPkg), "alice*,bob");
+}
+
+TEST_F(Accounts, TheDefaultSurvivesReopeningTheState) {
+  seed("alice", "pw");
+  seed("bob", "pw");
+  ASSERT_TRUE(state().accounts().set_default("bob").ok());
+  state_.reset();
+  auto reopened = vagent::AgentState::open(root_.path());
+  ASSERT_TRUE(reopened.ok()) << reopened.status().describe();
+  EXPECT_EQ(reopened.value()->accounts().default_account().value(), "bob");
+  EXPECT_EQ(store_summary(kAgentPkg), "alice,bob*");
 }
 
 class AccountsOnTv : public AgentTest {

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "agent_state_fixture.hh"
+#include "velmora_host.h"
 
 using agent_test::AgentTest;
 namespace errc = vagent::errc;
@@ -15,6 +16,7 @@ class Services : public AgentTest {
     seed("alice", "pw");
     client("app.one", false, {"profile.read"});
     client("partner.tv", false, {});
+    EXPECT_TRUE(state().linking().register_partner("partner.tv", "Partner TV").ok());
   }
 };
 
@@ -108,4 +110,70 @@ TEST_F(Services, AccountFromUserIdNeedsTheAccountSignedIn) {
   EXPECT_EQ(state().account_from_user_id("").code(), errc::kInvalidParameter);
   ASSERT_TRUE(state().accounts().sign_out("alice").ok());
   EXPECT_EQ(state().account_from_user_id(guid).code(), errc::kNeedSignIn);
+}
+
+TEST_F(Services, CurrentMccIsTheDevicesWhenItIsOnANetwork) {
+  char *error = nullptr;
+  ASSERT_EQ(velmora_host_set_mcc("262", &error), 0) << (error ? error : "");
+  auto m = state().mcc().current("alice");
+  ASSERT_TRUE(m.ok());
+  EXPECT_EQ(m->mcc, "262");
+  EXPECT_EQ(m->country_code, "US");  // the account's country stays its own
+  ASSERT_EQ(velmora_host_set_mcc(nullptr, &error), 0);
+  EXPECT_EQ(state().mcc().current("alice")->mcc, "310");
+}
+
+TEST_F(Services, ConsentsKeepTheTimeEachWasGivenOrWithdrawn) {
+  auto before = state().consents().records("alice");
+  ASSERT_TRUE(before.ok());
+  ASSERT_EQ(before->size(), 4u);
+  for (const auto &r : before.value()) {
+    EXPECT_FALSE(r.given);
+    EXPECT_EQ(r.at, 0);
+  }
+  ASSERT_TRUE(state().consents().update({"alice", "450", 1 | 2 | 4}).ok());
+  const int64_t first = now_;
+  now_ += 100;
+  ASSERT_TRUE(state().consents().update({"alice", "450", 1 | 2 | 8}).ok());
+  auto r = state().consents().records("alice");
+  ASSERT_TRUE(r.ok());
+  EXPECT_STREQ((*r)[0].extra_key, "velmoraService");
+  EXPECT_TRUE((*r)[0].given);
+  EXPECT_EQ((*r)[0].at, first);  // unchanged: keeps the time it was given
+  EXPECT_TRUE((*r)[1].given);
+  EXPECT_EQ((*r)[1].at, first);
+  EXPECT_FALSE((*r)[2].given);  // withdrawn by the second update
+  EXPECT_EQ((*r)[2].at, now_);
+  EXPECT_TRUE((*r)[3].given);
+  EXPECT_EQ((*r)[3].at, now_);
+  EXPECT_EQ(state().consents().records("nobody").code(), errc::kUnknownUser);
+}
+
+TEST_F(Services, RefusedConsentsRecordNothing) {
+  EXPECT_EQ(state().consents().update({"alice", "450", 1 | 4}).code(), errc::kConsentRequired);
+  auto r = state().consents().records("alice");
+  ASSERT_TRUE(r.ok());
+  for (const auto &c : r.value()) EXPECT_FALSE(c.given);
+  EXPECT_EQ(state().mcc().current("alice")->mcc, "310");
+}
+
+TEST_F(Services, OnlyARegisteredPartnerCanBeLinked) {
+  client("app.two", false, {});
+  auto token = state().tokens().issue({"alice", "app.one", "", "", ""});
+  ASSERT_TRUE(token.ok());
+  // A registered client that is not a partner.
+  EXPECT_EQ(state().linking().set("alice", "app.two", true).code, errc::kUnknownClient);
+  EXPECT_EQ(state().linking().status({"alice", "app.one", "app.two", token->access_token}).code(),
+            errc::kUnknownClient);
+  EXPECT_EQ(state().linking().register_partner("no.such.client", "").code, errc::kUnknownClient);
+  ASSERT_TRUE(state().linking().register_partner("app.two", "").ok());
+  ASSERT_TRUE(state().linking().set("alice", "app.two", true).ok());
+  EXPECT_TRUE(
+      state().linking().status({"alice", "app.one", "app.two", token->access_token}).value());
+  auto partners = state().linking().partners();
+  ASSERT_TRUE(partners.ok());
+  ASSERT_EQ(partners->size(), 2u);
+  EXPECT_EQ((*partners)[0].client_id, "app.two");
+  EXPECT_EQ((*partners)[0].name, "app.two");
+  EXPECT_EQ((*partners)[1].name, "Partner TV");
 }
