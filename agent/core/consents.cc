@@ -5,11 +5,16 @@ namespace vagent {
 
 namespace {
 
-// A consent's row changes (and takes the update's time) only when it was not recorded as it is.
-const Statement kRecord{
-    "INSERT INTO consents(login_id, consent, given, given_at) VALUES(?1, ?2, ?3, ?4)"
-    " ON CONFLICT(login_id, consent) DO UPDATE SET given = excluded.given,"
-    " given_at = excluded.given_at WHERE given != excluded.given",
+// A consent given: its row is made, or marked given again (with this time) when it was withdrawn.
+const Statement kGive{
+    "INSERT INTO consents(login_id, consent, given, given_at) VALUES(?1, ?2, 1, ?3)"
+    " ON CONFLICT(login_id, consent) DO UPDATE SET given = 1, given_at = excluded.given_at"
+    " WHERE given = 0"};
+// A consent withdrawn: only one that was given has a time of withdrawal; one never given has no
+// row.
+const Statement kWithdraw{
+    "UPDATE consents SET given = 0, given_at = ?3 WHERE login_id = ?1 AND consent = ?2 AND given = "
+    "1",
     Access::kLookup, "PRIMARY KEY"};
 const Statement kOfUser{"SELECT consent, given, given_at FROM consents WHERE login_id = ?1",
                         Access::kLookup, "PRIMARY KEY"};
@@ -28,7 +33,7 @@ const SchemaArea &consents_schema() {
           "  given_at INTEGER NOT NULL,"
           "  PRIMARY KEY(login_id, consent)) WITHOUT ROWID;",
       },
-      {&kRecord, &kOfUser}};
+      {&kGive, &kWithdraw, &kOfUser}};
   return area;
 }
 
@@ -65,11 +70,8 @@ Result<MccInfo> Consents::update(const TncUpdate &u) {
   if (!(st = users_.set_tnc(u.login_id, u.tnc)).ok()) return st;
   const int64_t now = clock_.now();
   for (const TncBitInfo &b : tnc_bits()) {
-    Query q(db_, kRecord);
-    q.bind(1, u.login_id)
-        .bind(2, std::string(b.extra_key))
-        .bind(3, static_cast<int64_t>((u.tnc & b.bit) ? 1 : 0))
-        .bind(4, now);
+    Query q(db_, (u.tnc & b.bit) ? kGive : kWithdraw);
+    q.bind(1, u.login_id).bind(2, std::string(b.extra_key)).bind(3, now);
     if (!(st = q.run()).ok()) return st;
   }
   if (!(st = tx.commit()).ok()) return st;

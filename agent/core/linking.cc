@@ -39,9 +39,9 @@ const SchemaArea &linking_schema() {
           "DROP TABLE linking;"
           "ALTER TABLE linking_v2 RENAME TO linking;",
           // 3: the partner services an account can be linked with: registered clients marked as
-          // partners.
+          // partners (a client registered again stays a partner).
           "CREATE TABLE partners("
-          "  client_id TEXT NOT NULL PRIMARY KEY REFERENCES clients(client_id) ON DELETE CASCADE,"
+          "  client_id TEXT NOT NULL PRIMARY KEY,"
           "  name TEXT NOT NULL,"
           "  registered_at INTEGER NOT NULL) WITHOUT ROWID;",
       },

@@ -121,8 +121,9 @@ TEST_F(Accounts, ExactlyOneDefaultWhateverTheOrderOfChanges) {
   seed("bob", "pw");
   seed("carol", "pw");
   auto defaults = [this] {
+    auto list = state().accounts().list();
     int n = 0;
-    for (const auto &a : state().accounts().list().value()) n += a.is_default ? 1 : 0;
+    for (const auto &a : list.value()) n += a.is_default ? 1 : 0;
     return n;
   };
   ASSERT_TRUE(state().accounts().set_default("carol").ok());

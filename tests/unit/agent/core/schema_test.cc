@@ -175,9 +175,10 @@ TEST(SchemaUpgrade, FirstLayoutIsBroughtUpToDateWithItsContents) {
         << sql;
   };
   exec("PRAGMA journal_mode=WAL");
-  // Version 1 of each area is the first layout's table.
+  // Version 1 of each area is the first layout's table (areas added later had none then).
   for (const vagent::SchemaArea *area : vagent::schema_areas())
-    if (std::string(area->name) != "identity") exec(area->migrations.at(0));
+    if (std::string(area->name) != "identity" && std::string(area->name) != "consents")
+      exec(area->migrations.at(0));
   const std::string old_hash = vagent::pbkdf2_stored_hash("old-password", 1000);
   const std::string old_secret = vagent::pbkdf2_stored_hash("old-secret", 1000);
   exec(
