@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app_control.h"
+#include "app_control_reply.hh"
 #include "tokens_fixture.hh"
 #include "velmora_account_request_op.h"
 
@@ -15,39 +16,12 @@ namespace {
 
 using AgentAppControl = TokensTest;
 
-struct Reply {
-  bool done = false;
-  app_control_result_e result = APP_CONTROL_RESULT_APP_STARTED;
-  std::map<std::string, std::string> extras;
-};
-
-void on_reply(app_control_h, app_control_h reply, app_control_result_e result, void *user_data) {
-  auto *r = static_cast<Reply *>(user_data);
-  r->done = true;
-  r->result = result;
-  if (reply == nullptr) return;
-  app_control_foreach_extra_data(
-      reply,
-      [](app_control_h h, const char *key, void *data) -> bool {
-        char *value = nullptr;
-        if (app_control_get_extra_data(h, key, &value) == APP_CONTROL_ERROR_NONE && value)
-          (*static_cast<std::map<std::string, std::string> *>(data))[key] = value;
-        free(value);
-        return true;
-      },
-      &r->extras);
-}
+using Reply = AppControlReply;
 
 // Sends `operation` with `extras` to the agent and waits for the reply.
 Reply send(const char *operation, const std::map<std::string, std::string> &extras) {
   Reply r;
-  app_control_h request = nullptr;
-  EXPECT_EQ(app_control_create(&request), APP_CONTROL_ERROR_NONE);
-  app_control_set_app_id(request, "dev.velmora.account");
-  app_control_set_operation(request, operation);
-  for (const auto &[k, v] : extras) app_control_add_extra_data(request, k.c_str(), v.c_str());
-  EXPECT_EQ(app_control_send_launch_request(request, on_reply, &r), APP_CONTROL_ERROR_NONE);
-  app_control_destroy(request);
+  EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
   EXPECT_TRUE(iterate_until([&] { return r.done; }));
   return r;
 }
