@@ -19,14 +19,6 @@ using AgentQueries = TokensTest;
 
 using Reply = AppControlReply;
 
-// Sends `operation` with `extras` to the agent and waits for the reply.
-Reply send(const char *operation, const std::map<std::string, std::string> &extras) {
-  Reply r;
-  EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
-  EXPECT_TRUE(iterate_until([&] { return r.done; }));
-  return r;
-}
-
 // A refusal: FAILED, the code, and a message that says more than the code's name.
 void expect_refused(const Reply &r, int code) {
   EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
@@ -41,18 +33,20 @@ void expect_refused(const Reply &r, int code) {
 TEST_F(AgentQueries, IsSignedInWithAndWithoutALoginId) {
   prepare();
   seed_user("bob@velmora.dev", false);
-  Reply any = send(REQUEST_OP_IS_SIGNEDIN, {});
+  Reply any = send_to_agent(REQUEST_OP_IS_SIGNEDIN, {});
   ASSERT_EQ(any.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(any.extras["is_signin"], "true");
-  EXPECT_EQ(send(REQUEST_OP_IS_SIGNEDIN, {{"login_id", kLogin}}).extras["is_signin"], "true");
-  EXPECT_EQ(send(REQUEST_OP_IS_SIGNEDIN, {{"login_id", "bob@velmora.dev"}}).extras["is_signin"],
-            "false");
+  EXPECT_EQ(send_to_agent(REQUEST_OP_IS_SIGNEDIN, {{"login_id", kLogin}}).extras["is_signin"],
+            "true");
+  EXPECT_EQ(
+      send_to_agent(REQUEST_OP_IS_SIGNEDIN, {{"login_id", "bob@velmora.dev"}}).extras["is_signin"],
+      "false");
 }
 
 TEST_F(AgentQueries, AccountListIsOneLoginIdKeyPerAccountInSignInOrder) {
   prepare();
   seed_user("bob@velmora.dev", true);
-  Reply r = send(REQUEST_OP_IS_SIGNEDINLIST, {});
+  Reply r = send_to_agent(REQUEST_OP_IS_SIGNEDINLIST, {});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(r.extras.size(), 2u);
   EXPECT_EQ(r.extras["login_id_0"], kLogin);
@@ -63,52 +57,54 @@ TEST_F(AgentQueries, DefaultAccountGetAndSet) {
   prepare();
   const std::string first_user_id = user_id_;
   seed_user("bob@velmora.dev", true);
-  Reply d = send(REQUEST_OP_GETDEFAULTACCOUNT, {});
+  Reply d = send_to_agent(REQUEST_OP_GETDEFAULTACCOUNT, {});
   ASSERT_EQ(d.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(d.extras["login_id"], kLogin);
   EXPECT_EQ(d.extras["user_id"], first_user_id);
-  Reply s = send(REQUEST_OP_SETDEFAULTACCOUNT, {{"login_id", "bob@velmora.dev"}});
+  Reply s = send_to_agent(REQUEST_OP_SETDEFAULTACCOUNT, {{"login_id", "bob@velmora.dev"}});
   ASSERT_EQ(s.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(s.extras["login_id"], "bob@velmora.dev");
   EXPECT_EQ(s.extras["user_id"], user_id_);
-  EXPECT_EQ(send(REQUEST_OP_GETDEFAULTACCOUNT, {}).extras["login_id"], "bob@velmora.dev");
-  expect_refused(send(REQUEST_OP_SETDEFAULTACCOUNT, {}), VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
-  expect_refused(send(REQUEST_OP_SETDEFAULTACCOUNT, {{"login_id", "nobody"}}),
+  EXPECT_EQ(send_to_agent(REQUEST_OP_GETDEFAULTACCOUNT, {}).extras["login_id"], "bob@velmora.dev");
+  expect_refused(send_to_agent(REQUEST_OP_SETDEFAULTACCOUNT, {}),
+                 VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  expect_refused(send_to_agent(REQUEST_OP_SETDEFAULTACCOUNT, {{"login_id", "nobody"}}),
                  static_cast<int>(0xC1000001u));
 }
 
 TEST_F(AgentQueries, NoDefaultWithoutAnySignedInAccount) {
   prepare("mobile", 5, false);
-  expect_refused(send(REQUEST_OP_GETDEFAULTACCOUNT, {}), VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
-  EXPECT_EQ(send(REQUEST_OP_IS_SIGNEDIN, {}).extras["is_signin"], "false");
-  Reply list = send(REQUEST_OP_IS_SIGNEDINLIST, {});
+  expect_refused(send_to_agent(REQUEST_OP_GETDEFAULTACCOUNT, {}),
+                 VELMORA_ACCOUNT_ERROR_NEED_SIGNIN);
+  EXPECT_EQ(send_to_agent(REQUEST_OP_IS_SIGNEDIN, {}).extras["is_signin"], "false");
+  Reply list = send_to_agent(REQUEST_OP_IS_SIGNEDINLIST, {});
   EXPECT_EQ(list.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_TRUE(list.extras.empty());
 }
 
 TEST_F(AgentQueries, AccountFromUserId) {
   prepare();
-  Reply r = send(REQUEST_OP_GETACCOUNT_FROM_GUID, {{"user_id", user_id_}});
+  Reply r = send_to_agent(REQUEST_OP_GETACCOUNT_FROM_GUID, {{"user_id", user_id_}});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(r.extras["login_id"], kLogin);
   EXPECT_EQ(r.extras["user_id"], user_id_);
-  expect_refused(send(REQUEST_OP_GETACCOUNT_FROM_GUID, {{"user_id", "no-such-guid"}}),
+  expect_refused(send_to_agent(REQUEST_OP_GETACCOUNT_FROM_GUID, {{"user_id", "no-such-guid"}}),
                  static_cast<int>(0xC1000001u));
-  expect_refused(send(REQUEST_OP_GETACCOUNT_FROM_GUID, {}),
+  expect_refused(send_to_agent(REQUEST_OP_GETACCOUNT_FROM_GUID, {}),
                  VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(AgentQueries, CurrentMccIsTheDevicesOnceSet) {
   prepare();
-  Reply before = send(REQUEST_OP_CURRENT_MCC, {{"login_id", kLogin}});
+  Reply before = send_to_agent(REQUEST_OP_CURRENT_MCC, {{"login_id", kLogin}});
   ASSERT_EQ(before.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(before.extras["login_id"], kLogin);
   EXPECT_EQ(before.extras["mcc"].size(), 3u);
   EXPECT_FALSE(before.extras["cc"].empty());
   char *error = nullptr;
   ASSERT_EQ(velmora_host_set_mcc("262", &error), 0);
-  EXPECT_EQ(send(REQUEST_OP_CURRENT_MCC, {{"login_id", kLogin}}).extras["mcc"], "262");
-  expect_refused(send(REQUEST_OP_CURRENT_MCC, {{"login_id", "nobody"}}),
+  EXPECT_EQ(send_to_agent(REQUEST_OP_CURRENT_MCC, {{"login_id", kLogin}}).extras["mcc"], "262");
+  expect_refused(send_to_agent(REQUEST_OP_CURRENT_MCC, {{"login_id", "nobody"}}),
                  static_cast<int>(0xC1000001u));
 }
 
@@ -116,13 +112,13 @@ TEST_F(AgentQueries, TncUpdateNeedsTheMandatoryConsents) {
   prepare();
   const std::map<std::string, std::string> only_service = {
       {"login_id", kLogin}, {"mcc", "450"}, {"velmoraService", "Y"}, {"personalInfo", "N"}};
-  expect_refused(send(REQUEST_OP_TNC_UPDATE, only_service), static_cast<int>(0xC100000Fu));
-  Reply ok = send(REQUEST_OP_TNC_UPDATE, {{"login_id", kLogin},
-                                          {"mcc", "450"},
-                                          {"velmoraService", "Y"},
-                                          {"personalInfo", "Y"},
-                                          {"customizedservice", "N"},
-                                          {"customizedserviceadvertisement", "Y"}});
+  expect_refused(send_to_agent(REQUEST_OP_TNC_UPDATE, only_service), static_cast<int>(0xC100000Fu));
+  Reply ok = send_to_agent(REQUEST_OP_TNC_UPDATE, {{"login_id", kLogin},
+                                                   {"mcc", "450"},
+                                                   {"velmoraService", "Y"},
+                                                   {"personalInfo", "Y"},
+                                                   {"customizedservice", "N"},
+                                                   {"customizedserviceadvertisement", "Y"}});
   ASSERT_EQ(ok.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(ok.extras["mcc"], "450");
   auto state = vagent::AgentState::open(root_.path());
@@ -145,19 +141,20 @@ TEST_F(AgentQueries, LinkingStatusOfARegisteredPartner) {
     ASSERT_TRUE(state.value()->linking().register_partner("dev.partner.tv", "Partner").ok());
     ASSERT_TRUE(state.value()->linking().set(kLogin, "dev.partner.tv", true).ok());
   }
-  Reply token = send(REQUEST_OP_GETACCESSTOKEN,
-                     {{"login_id", kLogin}, {"client_id", kClient}, {"client_secret", secret_}});
+  Reply token =
+      send_to_agent(REQUEST_OP_GETACCESSTOKEN,
+                    {{"login_id", kLogin}, {"client_id", kClient}, {"client_secret", secret_}});
   ASSERT_EQ(token.result, APP_CONTROL_RESULT_SUCCEEDED);
   std::map<std::string, std::string> q = {{"login_id", kLogin},
                                           {"client_id", kClient},
                                           {"partner_client_id", "dev.partner.tv"},
                                           {"access_token", token.extras["access_token"]},
                                           {"auth_server_url", "https://auth.velmora.dev"}};
-  Reply r = send(REQUEST_OP_ACCOUNT_LINKING, q);
+  Reply r = send_to_agent(REQUEST_OP_ACCOUNT_LINKING, q);
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(r.extras["account_linking_status"], "Y");
   q["partner_client_id"] = kClient;  // a client, but not a partner
-  expect_refused(send(REQUEST_OP_ACCOUNT_LINKING, q), static_cast<int>(0xC1000004u));
+  expect_refused(send_to_agent(REQUEST_OP_ACCOUNT_LINKING, q), static_cast<int>(0xC1000004u));
 }
 
 }  // namespace

@@ -18,20 +18,12 @@ using AgentAppControl = TokensTest;
 
 using Reply = AppControlReply;
 
-// Sends `operation` with `extras` to the agent and waits for the reply.
-Reply send(const char *operation, const std::map<std::string, std::string> &extras) {
-  Reply r;
-  EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
-  EXPECT_TRUE(iterate_until([&] { return r.done; }));
-  return r;
-}
-
 TEST_F(AgentAppControl, AccessTokenReplyCarriesTheKeysTheLibraryReads) {
   prepare();
-  Reply r = send(REQUEST_OP_GETACCESSTOKEN, {{"login_id", kLogin},
-                                             {"client_id", kClient},
-                                             {"client_secret", secret_},
-                                             {"scope", "read"}});
+  Reply r = send_to_agent(REQUEST_OP_GETACCESSTOKEN, {{"login_id", kLogin},
+                                                      {"client_id", kClient},
+                                                      {"client_secret", secret_},
+                                                      {"scope", "read"}});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
   for (const char *key :
        {"access_token", "access_token_expires_in", "access_token_issue_time", "refresh_token",
@@ -44,8 +36,9 @@ TEST_F(AgentAppControl, AccessTokenReplyCarriesTheKeysTheLibraryReads) {
 
 TEST_F(AgentAppControl, WrongSecretIsAFailureWithErrorCodeAndName) {
   prepare();
-  Reply r = send(REQUEST_OP_GETACCESSTOKEN,
-                 {{"login_id", kLogin}, {"client_id", kClient}, {"client_secret", "wrong"}});
+  Reply r =
+      send_to_agent(REQUEST_OP_GETACCESSTOKEN,
+                    {{"login_id", kLogin}, {"client_id", kClient}, {"client_secret", "wrong"}});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
   EXPECT_EQ(r.extras["error_code"], std::to_string(static_cast<int>(0xC1000005u)));
   EXPECT_FALSE(r.extras["error_msg"].empty());
@@ -54,8 +47,9 @@ TEST_F(AgentAppControl, WrongSecretIsAFailureWithErrorCodeAndName) {
 
 TEST_F(AgentAppControl, AuthCodeAndEffortlessCodeAreDistinctCodes) {
   prepare();
-  Reply a = send(REQUEST_OP_GETAUTHCODE, {{"login_id", kLogin}, {"client_id", kClient}});
-  Reply b = send(REQUEST_OP_GETAUTHCODE_EFFORTLESS, {{"login_id", kLogin}, {"client_id", kClient}});
+  Reply a = send_to_agent(REQUEST_OP_GETAUTHCODE, {{"login_id", kLogin}, {"client_id", kClient}});
+  Reply b = send_to_agent(REQUEST_OP_GETAUTHCODE_EFFORTLESS,
+                          {{"login_id", kLogin}, {"client_id", kClient}});
   ASSERT_EQ(a.result, APP_CONTROL_RESULT_SUCCEEDED);
   ASSERT_EQ(b.result, APP_CONTROL_RESULT_SUCCEEDED);
   EXPECT_EQ(a.extras["authcode"].size(), 32u);
@@ -65,14 +59,14 @@ TEST_F(AgentAppControl, AuthCodeAndEffortlessCodeAreDistinctCodes) {
 
 TEST_F(AgentAppControl, LastAccessTokenNeedsBothIds) {
   prepare();
-  Reply r = send(REQUEST_OP_GETLASTACCESSTOKEN, {{"login_id", kLogin}});
+  Reply r = send_to_agent(REQUEST_OP_GETLASTACCESSTOKEN, {{"login_id", kLogin}});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
   EXPECT_EQ(r.extras["error_code"], "-22");
 }
 
 TEST_F(AgentAppControl, UnknownOperationIsNotSupported) {
   prepare();
-  Reply r = send("http://velmora.dev/appcontrol/operation/nosuchthing", {});
+  Reply r = send_to_agent("http://velmora.dev/appcontrol/operation/nosuchthing", {});
   ASSERT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
   EXPECT_EQ(r.extras["error_code"], std::to_string(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED));
 }

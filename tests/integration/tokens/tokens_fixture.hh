@@ -13,6 +13,7 @@
 #include <cstring>
 #include <fstream>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <sstream>
@@ -22,6 +23,7 @@
 
 #include "admin.hh"
 #include "agent_state.hh"
+#include "app_control_reply.hh"
 #include "faults.hh"
 #include "log_capture.hh"
 #include "platform_root.hh"
@@ -54,6 +56,16 @@ inline bool iterate_until(const std::function<bool()> &done, int timeout_ms = kD
   g_source_destroy(tick);
   g_source_unref(tick);
   return ok;
+}
+
+// Sends `operation` with `extras` straight to the agent (no library in between) and waits for the
+// reply.
+inline AppControlReply send_to_agent(const char *operation,
+                                     const std::map<std::string, std::string> &extras) {
+  AppControlReply r;
+  EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
+  EXPECT_TRUE(iterate_until([&] { return r.done; }));
+  return r;
 }
 
 // What a completion callback received.
