@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include "platform_root.hh"
@@ -67,4 +68,14 @@ TEST(DeviceMcc, OnlyThreeDigitsAreAnMcc) {
     error = nullptr;
   }
   EXPECT_EQ(mcc_info(), "<error " + std::to_string(SYSTEM_INFO_ERROR_NO_DATA) + ">");
+}
+
+TEST(DeviceMcc, AnUnparsableDeviceConfigurationIsWrittenAnew) {
+  vtest::PlatformRoot root;
+  std::ofstream(root.path_of("device.conf")) << "this is not a key file\n";
+  EXPECT_EQ(mcc_info(), "<error " + std::to_string(SYSTEM_INFO_ERROR_IO_ERROR) + ">");
+  char *error = nullptr;
+  ASSERT_EQ(velmora_host_set_mcc("450", &error), 0) << (error ? error : "");
+  EXPECT_EQ(mcc_info(), "450");
+  EXPECT_EQ(profile_info(), "mobile");
 }
