@@ -99,6 +99,14 @@ Load load_config(GKeyFile *kf, std::string *error) {
   return Load::kLoaded;
 }
 
+// Loads device.conf into `kf` for reading: true with *present false when there is none, false with
+// *error when the root is refused or the file cannot be read or parsed.
+bool load_readable(GKeyFile *kf, bool *present, std::string *error) {
+  const Load loaded = load_config(kf, error);
+  *present = loaded == Load::kLoaded;
+  return loaded == Load::kLoaded || loaded == Load::kNoFile;
+}
+
 // Sets one key of device.conf (an empty value removes it), keeping the others. A file that cannot
 // be read or parsed is written anew.
 bool write_setting(const char *key, const std::string &value, std::string *error) {
@@ -128,15 +136,11 @@ bool write_setting(const char *key, const std::string &value, std::string *error
 // Reads the profile from device.conf. False with *error.
 bool read_profile(std::string *profile, std::string *error) {
   std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
-  switch (load_config(kf.get(), error)) {
-    case Load::kFailed:
-    case Load::kUnusable:
-      return false;
-    case Load::kNoFile:
-      *profile = kDefaultProfile;
-      return true;
-    case Load::kLoaded:
-      break;
+  bool present = false;
+  if (!load_readable(kf.get(), &present, error)) return false;
+  if (!present) {
+    *profile = kDefaultProfile;
+    return true;
   }
   const std::string path = root_path(kDeviceConfig);
   GError *err = nullptr;
@@ -201,15 +205,11 @@ bool device_profile_write(const std::string &profile, std::string *error) {
 
 bool device_mcc_read(std::string *mcc, std::string *error) {
   std::unique_ptr<GKeyFile, KeyFileDeleter> kf(g_key_file_new());
-  switch (load_config(kf.get(), error)) {
-    case Load::kFailed:
-    case Load::kUnusable:
-      return false;
-    case Load::kNoFile:
-      mcc->clear();
-      return true;
-    case Load::kLoaded:
-      break;
+  bool present = false;
+  if (!load_readable(kf.get(), &present, error)) return false;
+  if (!present) {
+    mcc->clear();
+    return true;
   }
   gchar *value = g_key_file_get_string(kf.get(), kGroup, kMccKey, nullptr);
   std::string result = value ? value : "";
