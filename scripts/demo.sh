@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The demo: a fresh platform root, the account agent installed in it, a demo user signed in with a
 # client, then an access token and an authorization code through the library with velmora-account,
-# over app control and over the agent's RPC port. Cleans up after itself (the agent it caused to be
+# over app control and over the agent's RPC port, and the signed-in accounts with the default one. Cleans up after itself (the agent it caused to be
 # launched, the root). Exit status 0 only when every step worked.
 #
 #   scripts/demo.sh <build dir>        (make demo runs it on the release build)
@@ -17,6 +17,7 @@ for exe in "$PLATFORM" "$AGENT" "$ACCOUNT"; do
 done
 
 LOGIN=demo@velmora.dev
+SECOND=second@velmora.dev
 CLIENT=demo.client
 APP_ID=dev.velmora.account
 
@@ -43,17 +44,22 @@ trap cleanup EXIT
 trap 'exit 130' INT
 trap 'exit 143' TERM
 
-# Runs velmora-account, shows its output, and checks that it printed `key`.
-expect_key() {
-  local key=$1
-  shift
+# Runs velmora-account with the arguments after the first two, shows its output, and checks with
+# `grep <options> <pattern>` that it printed what was asked for.
+expect() {
+  local options=$1 pattern=$2
+  shift 2
   # A pipe is fine: the agent launched on demand is detached and does not hold it open.
   local out
   printf '$ velmora-account %s\n' "$*"
   out=$("$ACCOUNT" "$@")
   sed 's/^/    /' <<<"$out"
-  grep -q "^$key: ." <<<"$out" || { echo "demo: no $key in the answer" >&2; return 1; }
+  grep -q "$options" -- "$pattern" <<<"$out" || { echo "demo: no '$pattern' in the answer" >&2; return 1; }
 }
+# ... that it printed the property `key` with a value.
+expect_key() { expect -E "^$1: ." "${@:2}"; }
+# ... that it printed the line `line`.
+expect_line() { expect -xF "$1" "${@:2}"; }
 
 say "a fresh platform root: $ROOT"
 run "$PLATFORM" init --profile mobile
@@ -87,6 +93,22 @@ done
 say "the last access token, over app control and in the blocking form over the port"
 expect_key access_token last-token --transport app-control "${common[@]}"
 expect_key access_token last-token --sync "${common[@]}"
+
+say "a second user, $SECOND, signed in too"
+printf '$ %s\n' "$AGENT seed-user --login-id $SECOND --password ... --sign-in"
+"$AGENT" seed-user --login-id "$SECOND" --password "demo-password-2-$$" --sign-in | sed 's/^/    /'
+
+say "the signed-in accounts and the default account, asked of the agent over app control"
+expect_line "$LOGIN" accounts --timeout 30
+expect_key login_id default --timeout 30
+
+say "the same read straight from the platform's account store (the blocking forms)"
+expect_line "$SECOND" accounts --sync
+expect_line "login_id: $LOGIN" default --sync
+
+say "make $SECOND the default over the port; the store says so at once"
+expect_line "login_id: $SECOND" default set "$SECOND" --sync --timeout 30
+expect_line "login_id: $SECOND" default --sync
 
 say "the agent runs detached from the commands that launched it; its output is in its log"
 run "$PLATFORM" ps

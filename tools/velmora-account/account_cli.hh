@@ -8,6 +8,8 @@
 #include <glib.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli.hh"
 #include "velmora_account.h"
@@ -28,6 +30,11 @@ struct Options {
   gchar *scope = nullptr;
   gchar *expired_token = nullptr;
   gchar *device_code = nullptr;
+  gchar *user_id = nullptr;
+  gchar *mcc = nullptr;
+  gchar *partner_client_id = nullptr;
+  gchar *access_token_file = nullptr;  // a file, or "-" for standard input
+  gchar *auth_server_url = nullptr;
   gboolean json = FALSE;
   gboolean sync = FALSE;
   gboolean verbose = FALSE;
@@ -40,6 +47,7 @@ struct Request {
   Transport transport = Transport::kAppControl;
   bool transport_given = false;
   std::string client_secret;  // read from --client-secret-file
+  std::string access_token;   // read from --access-token-file
 };
 Request &request();
 
@@ -60,18 +68,80 @@ void close_handle(velmora_account_h handle);
 // and prints the outcome; `required` is the string property the answer must carry. Returns the
 // exit status.
 using AsyncRequest = int (*)(velmora_account_h, velmora_account_response_cb, void *);
-int run_request(const char *what, AsyncRequest send, int required);
+// `shown_flag`, when not -1, is a bool property the answer shows even when it reads false.
+int run_request(const char *what, AsyncRequest send, int required, int shown_flag = -1);
+
+// Waiting for one callback on the main loop, bounded by --timeout.
+struct Wait {
+  GMainLoop *loop = nullptr;
+  bool done = false;
+  bool timed_out = false;
+};
+// Runs the loop until finish() was called or --timeout passed; false on time-out.
+bool wait_for(Wait *wait);
+// Called by the callback: ends wait_for.
+void finish(Wait *wait);
+
+// What an asynchronous request's callback received (commands extend it with the answer).
+struct Reply {
+  Wait wait;
+  int result = 0;
+};
+// After sending a request (`sent`: the library's result of sending it): waits for the reply when
+// there is one to wait for (`reply` not null and the request went out), then closes the handle.
+// *result becomes `sent`, or the reply's result. Returns kExitOk, or kExitTimeout once it has
+// printed that no reply came within --timeout.
+int await_reply(const char *what, velmora_account_h handle, int sent, Reply *reply, int *result);
 
 // ---- printing (one JSON object per outcome under --json) ----
 
 // Starts collecting the platform's error lines, which say why a launch or a connection failed.
 void watch_platform_log();
 // Prints the answer of `what`: the set properties of `account` on success (failing when the
-// property `required` is missing), else the failure. Returns the exit status.
-int print_result(const char *what, int result, velmora_account_h account, int required);
+// property `required` is missing), else the failure. `shown_flag` (not -1) is a bool property
+// shown even when it reads false (the linking status: false is an answer too). Returns the exit
+// status.
+int print_result(const char *what, int result, velmora_account_h account, int required,
+                 int shown_flag = -1);
 // Prints a failure that happened before any answer (connecting, a refused call).
 int print_failure(const char *what, int result);
 // Prints that no answer came within --timeout. Returns kExitTimeout.
 int print_timeout(const char *what, const std::string &waiting_for);
+
+// A successful answer that is not an account: named values, printed as "name: value" lines or as
+// members of one JSON object. A list prints one value per line, or `empty_text` when it is empty
+// (an empty JSON array). Returns kExitOk.
+struct Value {
+  enum class Kind { kText, kFlag, kList };
+  const char *name = nullptr;
+  Kind kind = Kind::kText;
+  std::string text;
+  bool flag = false;
+  std::vector<std::string> list;
+  const char *empty_text = nullptr;
+
+  static Value of_text(const char *name, std::string text) {
+    Value v;
+    v.name = name;
+    v.text = std::move(text);
+    return v;
+  }
+  static Value of_flag(const char *name, bool flag) {
+    Value v;
+    v.name = name;
+    v.kind = Kind::kFlag;
+    v.flag = flag;
+    return v;
+  }
+  static Value of_list(const char *name, std::vector<std::string> list, const char *empty_text) {
+    Value v;
+    v.name = name;
+    v.kind = Kind::kList;
+    v.list = std::move(list);
+    v.empty_text = empty_text;
+    return v;
+  }
+};
+int print_values(const char *what, const std::vector<Value> &values);
 
 }  // namespace vacc

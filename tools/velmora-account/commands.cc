@@ -11,6 +11,13 @@ int cmd_token(const Args &args);
 int cmd_last_token(const Args &args);
 int cmd_authcode(const Args &args);
 int cmd_effortless(const Args &args);
+int cmd_status(const Args &args);
+int cmd_accounts(const Args &args);
+int cmd_default(const Args &args);
+int cmd_whois(const Args &args);
+int cmd_mcc(const Args &args);
+int cmd_consent(const Args &args);
+int cmd_linking(const Args &args);
 
 Options &options() {
   static Options o;
@@ -47,6 +54,11 @@ int prepare(const vcli::Command &) {
     if (!vcli::read_secret(o.client_secret_file, &r.client_secret, &error))
       return vcli::usage_error("--client-secret-file: " + error);
   }
+  if (o.access_token_file) {
+    std::string error;
+    if (!vcli::read_secret(o.access_token_file, &r.access_token, &error))
+      return vcli::usage_error("--access-token-file: " + error);
+  }
   // The library's waits (a method call's result, a launch) end within --timeout too.
   const std::string ms = std::to_string(o.timeout_s * 1000);
   for (const char *name : {"VELMORA_RPC_TIMEOUT_MS", "VELMORA_LAUNCH_TIMEOUT_MS"}) {
@@ -69,8 +81,10 @@ const vcli::Tool &tool() {
   static const vcli::Tool kTool = {
       "velmora-account",
       "the Velmora account client from the command line",
-      "Asks the account agent for tokens and authorization codes through the library, in either "
-      "transport, and prints the properties of the answer that are set. A failure prints the "
+      "Asks the account agent for tokens and authorization codes, which accounts are signed in "
+      "and which is the default, and for the account services (MCC, terms consents, account "
+      "linking) through the library, in either transport, and prints the properties of the "
+      "answer that are set. A failure prints the "
       "result code's name and what it means; with --json every outcome, failures and time-outs "
       "included, is one JSON object on stdout. Secrets are read from a file or standard input, "
       "never from the command line.",
@@ -91,8 +105,16 @@ const vcli::Tool &tool() {
           {"expired-token", Arg::kString, &o.expired_token, "TOKEN", "a token to replace"},
           {"device-code", Arg::kString, &o.device_code, "CODE", "the device's unique code"},
           {"sync", Arg::kFlag, &o.sync, nullptr,
-           "the blocking form (needs the nidl transport, which it selects unless --transport is "
-           "given)"},
+           "the blocking form (last-token and default set need the nidl transport, which they "
+           "select unless --transport is given; status, accounts and default read the platform's "
+           "account store)"},
+          {"mcc", Arg::kString, &o.mcc, "MCC", "the account's mobile country code (\"450\")"},
+          {"partner-client-id", Arg::kString, &o.partner_client_id, "ID",
+           "the partner service's client id"},
+          {"access-token-file", Arg::kString, &o.access_token_file, "FILE",
+           "read the account's access token from FILE's first line ('-': standard input)"},
+          {"auth-server-url", Arg::kString, &o.auth_server_url, "URL",
+           "the authentication server the access token came from"},
       },
       {"root", "transport", "json", "timeout", "verbose"},
       {
@@ -122,6 +144,50 @@ const vcli::Tool &tool() {
            "obtain an authorization code for effortless login",
            {"login-id", "client-id", "client-secret-file", "scope"},
            cmd_effortless,
+           0,
+           0},
+          {"status",
+           "[LOGIN_ID]",
+           "whether the account (without one: any account) is signed in",
+           {"sync"},
+           cmd_status,
+           0,
+           1},
+          {"accounts",
+           "",
+           "list the signed-in accounts (at most ten)",
+           {"sync"},
+           cmd_accounts,
+           0,
+           0},
+          {"default",
+           "[get | set LOGIN_ID]",
+           "show the default account, or make a signed-in account the default",
+           {"sync"},
+           cmd_default,
+           0,
+           2},
+          {"whois", "USER_ID", "the signed-in account of a user id", {}, cmd_whois, 1, 1},
+          {"mcc",
+           "",
+           "the mobile country code of the account's network",
+           {"login-id"},
+           cmd_mcc,
+           0,
+           0},
+          {"consent",
+           "CONSENT...",
+           "give the terms consents named (service, personal-info, customized, advertisement); "
+           "the others are withdrawn",
+           {"login-id", "mcc"},
+           cmd_consent,
+           0,
+           vcli::kAnyNumber},
+          {"linking",
+           "",
+           "whether the account is linked with a partner service",
+           {"login-id", "client-id", "partner-client-id", "access-token-file", "auth-server-url"},
+           cmd_linking,
            0,
            0},
       },

@@ -64,7 +64,7 @@ constexpr Named kBoolProperties[] = {
 // (name, value, value is a JSON string)
 using Row = std::pair<std::string, std::pair<std::string, bool>>;
 
-std::vector<Row> rows_of(velmora_account_h account) {
+std::vector<Row> rows_of(velmora_account_h account, int shown_flag) {
   std::vector<Row> rows;
   for (const Named &p : kStrProperties) {
     char *value = nullptr;
@@ -82,8 +82,8 @@ std::vector<Row> rows_of(velmora_account_h account) {
   for (const Named &p : kBoolProperties) {
     bool value = false;
     if (velmora_account_get_property_bool(account, p.id, &value) == VELMORA_ACCOUNT_ERROR_NONE &&
-        value)
-      rows.push_back({p.name, {"true", false}});
+        (value || p.id == shown_flag))
+      rows.push_back({p.name, {value ? "true" : "false", false}});
   }
   return rows;
 }
@@ -178,9 +178,10 @@ int print_timeout(const char *what, const std::string &waiting_for) {
       vcli::kExitTimeout);
 }
 
-int print_result(const char *what, int result, velmora_account_h account, int required) {
+int print_result(const char *what, int result, velmora_account_h account, int required,
+                 int shown_flag) {
   if (result != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(what, result);
-  const std::vector<Row> rows = account ? rows_of(account) : std::vector<Row>{};
+  const std::vector<Row> rows = account ? rows_of(account, shown_flag) : std::vector<Row>{};
   const char *required_name = name_of_property(required);
   bool complete = false;
   for (const auto &[name, value] : rows)
@@ -197,14 +198,53 @@ int print_result(const char *what, int result, velmora_account_h account, int re
     for (const auto &[name, value] : rows) {
       if (value.second)
         json.str(name.c_str(), value.first);
-      else if (value.first == "true")
-        json.boolean(name.c_str(), true);
+      else if (value.first == "true" || value.first == "false")
+        json.boolean(name.c_str(), value.first == "true");
       else
         json.integer(name.c_str(), atoll(value.first.c_str()));
     }
     json.end_object().integer("exit_status", vcli::kExitOk).print();
   } else {
     for (const auto &[name, value] : rows) printf("%s: %s\n", name.c_str(), value.first.c_str());
+  }
+  return vcli::kExitOk;
+}
+
+int print_values(const char *what, const std::vector<Value> &values) {
+  if (options().json) {
+    vcli::JsonOut json;
+    json.str("operation", what).integer("result", 0).str("error", "VELMORA_ACCOUNT_ERROR_NONE");
+    for (const Value &v : values) {
+      switch (v.kind) {
+        case Value::Kind::kText:
+          json.str(v.name, v.text);
+          break;
+        case Value::Kind::kFlag:
+          json.boolean(v.name, v.flag);
+          break;
+        case Value::Kind::kList:
+          json.begin_array(v.name);
+          for (const std::string &item : v.list) json.add_str(item);
+          json.end_array();
+          break;
+      }
+    }
+    json.integer("exit_status", vcli::kExitOk).print();
+    return vcli::kExitOk;
+  }
+  for (const Value &v : values) {
+    switch (v.kind) {
+      case Value::Kind::kText:
+        printf("%s: %s\n", v.name, v.text.c_str());
+        break;
+      case Value::Kind::kFlag:
+        printf("%s: %s\n", v.name, v.flag ? "true" : "false");
+        break;
+      case Value::Kind::kList:
+        if (v.list.empty() && v.empty_text) printf("%s\n", v.empty_text);
+        for (const std::string &item : v.list) printf("%s\n", item.c_str());
+        break;
+    }
   }
   return vcli::kExitOk;
 }

@@ -12,34 +12,11 @@ namespace vacc {
 
 namespace {
 
-struct Wait {
-  GMainLoop *loop = nullptr;
-  bool done = false;
-  bool timed_out = false;
-};
-
 gboolean on_timeout(gpointer data) {
   auto *wait = static_cast<Wait *>(data);
   wait->timed_out = true;
   g_main_loop_quit(wait->loop);
   return G_SOURCE_REMOVE;
-}
-
-// Runs the loop until `wait->done` is set by a callback or the time-out passes; false on time-out.
-bool run_loop(Wait *wait, int timeout_s) {
-  if (wait->done) return true;
-  wait->loop = g_main_loop_new(nullptr, FALSE);
-  const guint timer = g_timeout_add_seconds(static_cast<guint>(timeout_s), on_timeout, wait);
-  g_main_loop_run(wait->loop);
-  if (!wait->timed_out) g_source_remove(timer);
-  g_main_loop_unref(wait->loop);
-  wait->loop = nullptr;
-  return !wait->timed_out;
-}
-
-void finish(Wait *wait) {
-  wait->done = true;
-  if (wait->loop) g_main_loop_quit(wait->loop);
 }
 
 struct Connecting {
@@ -72,6 +49,11 @@ int set_properties(velmora_account_h h) {
       {VELMORA_ACCOUNT_PROPERTY_SCOPE, text(o.scope)},
       {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, text(o.expired_token)},
       {VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, text(o.device_code)},
+      {VELMORA_ACCOUNT_PROPERTY_USER_ID, text(o.user_id)},
+      {VELMORA_ACCOUNT_PROPERTY_MCC, text(o.mcc)},
+      {VELMORA_ACCOUNT_PROPERTY_PARTNER_CLIENT_ID, text(o.partner_client_id)},
+      {VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN, request().access_token},
+      {VELMORA_ACCOUNT_PROPERTY_AUTH_SERVER_URL, text(o.auth_server_url)},
   };
   for (const auto &[property, value] : props) {
     if (value.empty()) continue;
@@ -96,16 +78,45 @@ void on_answer(int result, velmora_account_h account, void *user_data) {
 
 }  // namespace
 
+bool wait_for(Wait *wait) {
+  if (wait->done) return true;
+  wait->loop = g_main_loop_new(nullptr, FALSE);
+  const guint timer =
+      g_timeout_add_seconds(static_cast<guint>(options().timeout_s), on_timeout, wait);
+  g_main_loop_run(wait->loop);
+  if (!wait->timed_out) g_source_remove(timer);
+  g_main_loop_unref(wait->loop);
+  wait->loop = nullptr;
+  return !wait->timed_out;
+}
+
+void finish(Wait *wait) {
+  wait->done = true;
+  if (wait->loop) g_main_loop_quit(wait->loop);
+}
+
+int await_reply(const char *what, velmora_account_h handle, int sent, Reply *reply, int *result) {
+  *result = sent;
+  if (reply && sent == VELMORA_ACCOUNT_ERROR_NONE) {
+    if (!wait_for(&reply->wait)) {
+      close_handle(handle);
+      return print_timeout(what, "an answer from the agent");
+    }
+    *result = reply->result;
+  }
+  close_handle(handle);
+  return vcli::kExitOk;
+}
+
 int open_handle(const char *, velmora_account_h *handle) {
   velmora_account_h h = nullptr;
-  const int timeout_s = options().timeout_s;
   if (request().transport == Transport::kAppControl) {
     const int ret = velmora_account_create(&h);
     if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure("create", ret);
   } else {
     const int ret = velmora_account_connect(&h, on_connection, &g_connecting);
     if (ret != VELMORA_ACCOUNT_ERROR_NONE) return print_failure("connect", ret);
-    if (!run_loop(&g_connecting.wait, timeout_s)) {
+    if (!wait_for(&g_connecting.wait)) {
       velmora_account_disconnect(h);
       return print_timeout("connect", "the agent to accept the connection");
     }
@@ -132,7 +143,7 @@ void close_handle(velmora_account_h handle) {
     velmora_account_destroy(handle);
 }
 
-int run_request(const char *what, AsyncRequest send, int required) {
+int run_request(const char *what, AsyncRequest send, int required, int shown_flag) {
   velmora_account_h h = nullptr;
   int status = open_handle(what, &h);
   if (status != vcli::kExitOk) return status;
@@ -141,10 +152,10 @@ int run_request(const char *what, AsyncRequest send, int required) {
   const int ret = send(h, on_answer, &answer);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
     status = print_failure(what, ret);
-  } else if (!run_loop(&answer.wait, options().timeout_s)) {
+  } else if (!wait_for(&answer.wait)) {
     status = print_timeout(what, "an answer from the agent");
   } else {
-    status = print_result(what, answer.result, answer.account, required);
+    status = print_result(what, answer.result, answer.account, required, shown_flag);
   }
   if (answer.account) velmora_account_destroy(answer.account);
   close_handle(h);

@@ -45,7 +45,8 @@ const vcli::Tool &tool() {
   static const vcli::Tool kTool = {
       "velmora-platform",
       "the admin command of the Velmora host platform",
-      "Creates a platform root, chooses the device profile, installs and removes application "
+      "Creates a platform root, chooses the device profile and its network's country code, "
+      "installs and removes application "
       "packages with their metadata, shows what is installed and which applications run, and "
       "stops them. The platform root is --root DIR, else $VELMORA_PLATFORM_ROOT.",
       {
@@ -69,6 +70,13 @@ const vcli::Tool &tool() {
            0,
            0},
           {"profile", "[PROFILE]", "show the device profile, or set it", {}, run_profile, 0, 1},
+          {"mcc",
+           "[MCC | none]",
+           "show the mobile country code of the device's network, or set it (none: no network)",
+           {},
+           run_mcc,
+           0,
+           1},
           {"install",
            "<package-id>",
            "install (or replace) a package with its applications and their metadata",

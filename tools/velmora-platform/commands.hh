@@ -45,6 +45,7 @@ bool known_profile(const std::string &profile);
 // The subcommands.
 int run_init(const Args &args);
 int run_profile(const Args &args);
+int run_mcc(const Args &args);
 int run_install(const Args &args);
 int run_remove(const Args &args);
 int run_list(const Args &args);

@@ -3,11 +3,11 @@
 // without what was asked for, 2 bad usage, 3 no answer in time).
 #include <glib.h>
 #include <gtest/gtest.h>
-#include <json-glib/json-glib.h>
 
 #include <string>
 #include <vector>
 
+#include "json_view.hh"
 #include "run_program.hh"
 #include "tokens_fixture.hh"
 #include "velmora_account_version.h"
@@ -16,43 +16,6 @@ namespace vtest {
 namespace {
 
 std::string tool() { return PlatformRoot::build_dir() + "/tools/velmora-account"; }
-
-// The JSON object a run printed (its one line), parsed; nullptr when it is not one valid object.
-class Json {
- public:
-  explicit Json(const std::string &text) : parser_(json_parser_new()) {
-    if (json_parser_load_from_data(parser_, text.c_str(), -1, nullptr)) {
-      JsonNode *root = json_parser_get_root(parser_);
-      if (root && JSON_NODE_HOLDS_OBJECT(root)) object_ = json_node_get_object(root);
-    }
-  }
-  ~Json() { g_object_unref(parser_); }
-  bool valid() const { return object_ != nullptr; }
-  std::string str(const char *name) const {
-    return object_ && json_object_has_member(object_, name) &&
-                   JSON_NODE_HOLDS_VALUE(json_object_get_member(object_, name))
-               ? json_object_get_string_member(object_, name)
-               : "<none>";
-  }
-  bool is_null(const char *name) const {
-    return object_ && json_object_has_member(object_, name) &&
-           JSON_NODE_HOLDS_NULL(json_object_get_member(object_, name));
-  }
-  long long integer(const char *name) const {
-    return object_ && json_object_has_member(object_, name)
-               ? json_object_get_int_member(object_, name)
-               : -999;
-  }
-  std::string account(const char *name) const {
-    if (!object_ || !json_object_has_member(object_, "account")) return "<none>";
-    JsonObject *a = json_object_get_object_member(object_, "account");
-    return json_object_has_member(a, name) ? json_object_get_string_member(a, name) : "<none>";
-  }
-
- private:
-  JsonParser *parser_;
-  JsonObject *object_ = nullptr;
-};
 
 class AccountCli : public TokensTest {
  protected:

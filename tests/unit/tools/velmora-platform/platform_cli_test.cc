@@ -82,8 +82,8 @@ TEST_F(PlatformCli, HelpListsEveryCommand) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_TRUE(contains(r.out, "velmora-platform [OPTION…] <command>")) << r.out;
   EXPECT_TRUE(contains(r.out, "Exit status:\n  0  done\n")) << r.out;
-  for (const char *c :
-       {"init", "profile", "install", "remove", "list", "show", "accounts", "ps", "stop", "logs"})
+  for (const char *c : {"init", "profile", "mcc", "install", "remove", "list", "show", "accounts",
+                        "ps", "stop", "logs"})
     EXPECT_TRUE(contains(r.out, std::string("  ") + c + " ")) << c << "\n" << r.out;
 }
 
@@ -192,6 +192,39 @@ TEST_F(PlatformCli, ProfileRefusesUnknownWordsAndExtraArguments) {
   r = run({"profile", "tv", "wearable"}, root_.path());
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(profile_of_root(), "mobile");
+}
+
+TEST_F(PlatformCli, MccIsShownSetAndRemoved) {
+  CliRun r = run({"mcc"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "no network (no MCC)\n");
+  r = run({"mcc", "262"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "262\n");
+  // Applications read it as system information; the profile is kept.
+  char *value = nullptr;
+  ASSERT_EQ(system_info_get_platform_string(SYSTEM_INFO_KEY_MCC, &value), 0);
+  EXPECT_STREQ(value, "262");
+  free(value);
+  EXPECT_EQ(profile_of_root(), "mobile");
+  r = run({"mcc", "--json"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "{\"mcc\":\"262\"}\n");
+  r = run({"mcc", "none", "--json"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "{\"mcc\":null}\n");
+  EXPECT_EQ(system_info_get_platform_string(SYSTEM_INFO_KEY_MCC, &value),
+            SYSTEM_INFO_ERROR_NO_DATA);
+}
+
+TEST_F(PlatformCli, MccRefusesAnythingButThreeDigits) {
+  for (const char *bad : {"26", "2622", "26a", "-12"}) {
+    const CliRun r = run({"mcc", "--", bad}, root_.path());
+    EXPECT_EQ(r.status, 2) << bad;
+    EXPECT_TRUE(contains(r.err, std::string("an MCC is three digits, not '") + bad + "'")) << r.err;
+  }
+  const CliRun r = run({"mcc"}, root_.path());
+  EXPECT_EQ(r.out, "no network (no MCC)\n");
 }
 
 TEST_F(PlatformCli, ProfileOfAMalformedConfigurationIsAClearError) {
