@@ -5,7 +5,7 @@ RELEASE_DIR ?= build/release
 FUZZ_DIR ?= build/fuzz
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke corruption bench valgrind clean
+.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke corruption alloc-faults bench valgrind clean
 
 all: build-release
 
@@ -56,6 +56,11 @@ fuzz-smoke: deps $(FUZZ_DIR)/build.ninja
 # it replays a fixed, even selection).
 corruption: build-check
 	VELMORA_REPLAY_BUDGET=0 ctest --test-dir $(CHECK_DIR) -R '^corruption\.' --output-on-failure
+
+# Allocation-failure injection in full: the out-of-memory tests walk every record and list type
+# (make check walks a representative set of them; every other walk is the same in both).
+alloc-faults: build-check
+	VELMORA_ALLOC_FAULTS_ALL=1 ctest --test-dir $(CHECK_DIR) -R 'OutOfMemory' --output-on-failure
 
 # Every test in its own process under valgrind (no sanitizers), with the documented suppressions.
 VALGRIND_DIR ?= build/valgrind

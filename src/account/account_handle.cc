@@ -4,6 +4,7 @@
 
 #include "account_record.h"
 #include "profile_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
@@ -26,7 +27,7 @@ VELMORA_API int velmora_account_create(velmora_account_h *handle) {
   VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  auto *data = static_cast<velmora_account_s *>(calloc(1, sizeof(velmora_account_s)));
+  auto *data = static_cast<velmora_account_s *>(va_calloc(1, sizeof(velmora_account_s)));
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   va_account_set_flags_unset(data);
   data->connected = false;  // requests go as app-control launch requests
@@ -66,7 +67,7 @@ int va_account_clone(velmora_account_h handle, velmora_account_h *clone) {
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(!clone, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  auto *data = static_cast<velmora_account_s *>(calloc(1, sizeof(velmora_account_s)));
+  auto *data = static_cast<velmora_account_s *>(va_calloc(1, sizeof(velmora_account_s)));
   VA_RETV_IF(!data, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
 
   // The CLONED fields of the property table; everything else stays zero: the flags read as
@@ -85,7 +86,7 @@ int va_account_clone(velmora_account_h handle, velmora_account_h *clone) {
     }
     const char *value = *reinterpret_cast<char *const *>(from);
     if (value == NULL) continue;
-    char *copy = strdup(value);
+    char *copy = va_strdup(value);
     if (copy == NULL) {
       release_strings(data);
       free(data);

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "account_record.h"
+#include "va_alloc.h"
 #include "va_log.h"
 #include "velmora_account_error.h"
 
@@ -68,7 +69,7 @@ T *field_of(velmora_account_h data, const va_property_s &p) {
 // that the leak checkers' suppressions (tests/lsan.supp, tests/valgrind.supp) name exactly these
 // copies.
 extern "C" __attribute__((noinline)) char *va_dup_field_not_released_by_destroy(const char *value) {
-  return strdup(value);
+  return va_strdup(value);
 }
 
 extern "C" {
@@ -115,7 +116,7 @@ int va_account_get_str(velmora_account_h data, int property, char **value) {
     VA_LOGE("(%s)", p->unset_condition);
     return VELMORA_ACCOUNT_ERROR_NO_DATA;
   }
-  char *copy = strdup(stored);
+  char *copy = va_strdup(stored);
   VA_RETV_IF(copy == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   *value = copy;
   return VELMORA_ACCOUNT_ERROR_NONE;
@@ -131,7 +132,7 @@ int va_account_set_str(velmora_account_h data, int property, const char *value) 
   }
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
-  char *copy = p->released ? strdup(value) : va_dup_field_not_released_by_destroy(value);
+  char *copy = p->released ? va_strdup(value) : va_dup_field_not_released_by_destroy(value);
   VA_RETV_IF(copy == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   char *&stored = *field_of<char *>(data, *p);
   free(stored);

@@ -7,6 +7,7 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_constants.h"
 #include "va_log.h"
@@ -67,7 +68,7 @@ VELMORA_API int velmora_account_connect(velmora_account_h *handle,
   VA_RETV_IF(callback == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF_TV(VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
 
-  auto *svc = static_cast<velmora_account_h>(calloc(1, sizeof(struct velmora_account_s)));
+  auto *svc = static_cast<velmora_account_h>(va_calloc(1, sizeof(struct velmora_account_s)));
   VA_RETV_IF(svc == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   svc->connection_cb = callback;
   svc->connection_user_data = user_data;
@@ -75,14 +76,16 @@ VELMORA_API int velmora_account_connect(velmora_account_h *handle,
   rpc_port_proxy_AccountSvc_callback_s events = {on_connected, on_disconnected, on_rejected};
   int ret = rpc_port_proxy_AccountSvc_create(AGENT_APP_ID, &events, svc, &svc->proxy);
   if (ret != 0) {
-    // The record is not released here: the handle's long-standing behaviour, kept as it is.
     VA_LOGI("Failed to create rpc port. err = %d", ret);
+    free(svc);  // nothing else was made
     return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
   ret = va_convert_connect_error(rpc_port_proxy_AccountSvc_connect(svc->proxy));
   if (ret != 0) {
-    // Neither the record nor the proxy is released here (kept as the handle always behaved).
     VA_LOGI("Failed to connect rpc port. err = %d", ret);
+    // The proxy goes with the record: no event of it reaches the record afterwards.
+    rpc_port_proxy_AccountSvc_destroy(svc->proxy);
+    free(svc);
     return ret;
   }
 

@@ -72,12 +72,15 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
 
 /* ---- app-control reply parsers (va_reply_parser_fn) ---- */
 
-/* The default: the reply's extras into the clone (va_foreach_extra_cb), then the caller's
- * velmora_account_response_cb with (result, clone, user data). */
+/* The default: the reply's extras into the clone (va_fill_extra_cb), then the caller's
+ * velmora_account_response_cb with (result, clone, user data); a successful reply whose values
+ * could not all be stored gives VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY. */
 void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result);
 /* The pieces of va_reply_parse_account, for parsers that do something in between (sign-out clears
  * the login id): the extras into the clone, and the call of the response callback. */
-void va_reply_fill_account(velmora_account_request_h request, app_control_h reply);
+/* va_reply_fill_account returns VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY when a value could not be
+ * stored, else NONE. */
+int va_reply_fill_account(velmora_account_request_h request, app_control_h reply);
 void va_reply_call_response(velmora_account_request_h request, int result);
 /* The signed-in status (holder: va_signed_in_status_s, freed here) to a
  * velmora_account_signed_in_cb. */
@@ -92,6 +95,13 @@ void va_reply_parse_account_list(velmora_account_request_h request, app_control_
 
 /* Copies the extra `key` of `app_control` into the account `user_data` (known keys only). */
 bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data);
+/* As va_foreach_extra_cb, into the account of the va_extra_fill_s `user_data`, whose
+ * out_of_memory it sets when a value could not be stored for lack of memory. */
+typedef struct {
+  velmora_account_h account;
+  bool out_of_memory;
+} va_extra_fill_s;
+bool va_fill_extra_cb(app_control_h app_control, const char *key, void *user_data);
 /* Sets the va_signed_in_status_s `user_data` from the extra "is_signin". */
 bool va_foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data);
 /* Adds the value of every extra whose key contains "login_id" to the va_account_id_list_s
@@ -99,7 +109,8 @@ bool va_foreach_signed_in_status_cb(app_control_h app_control, const char *key, 
 bool va_foreach_signed_in_account_cb(app_control_h app_control, const char *key, void *user_data);
 
 /* Copies every non-empty string of `s` and its non-zero token times into `account`.
- * Returns NONE, or INVALID_PARAMETER for a NULL argument. */
+ * Returns NONE, INVALID_PARAMETER for a NULL argument, or OUT_OF_MEMORY when a value could not
+ * be copied (the others are). */
 int va_fill_from_account_s(velmora_account_h account, rpc_port_AccountS_h s);
 /* Sets the account-linking flag of `account` from the Password field of `s` ("Y" / "N").
  * Returns NONE, or INVALID_PARAMETER for a NULL argument. */

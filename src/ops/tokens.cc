@@ -209,9 +209,13 @@ VELMORA_API int velmora_account_get_last_access_token_sync(velmora_account_h han
     if (result != NULL) rpc_port_AccountS_destroy(result);
     return created;
   }
-  va_fill_from_account_s(account, result);
-  *response = account;
+  const int filled = va_fill_from_account_s(account, result);
   if (result != NULL) rpc_port_AccountS_destroy(result);
+  if (filled == VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY) {
+    velmora_account_destroy(account);
+    return filled;
+  }
+  *response = account;
   VA_EXIT();
   return VELMORA_ACCOUNT_ERROR_NONE;
 }

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "profile_record.h"
+#include "va_alloc.h"
 
 namespace {
 
@@ -100,7 +101,7 @@ bool slot_alloc(T *&single, int category, int) {
 }
 template <typename T>
 bool slot_alloc(T **&array, int, int limit) {
-  array = static_cast<T **>(calloc(static_cast<size_t>(limit), sizeof(T *)));
+  array = static_cast<T **>(va_calloc(static_cast<size_t>(limit), sizeof(T *)));
   return array != nullptr;
 }
 
@@ -142,7 +143,7 @@ bool va_profile_item_id_decode(int item_id, int *category, int *position) {
 void *va_profile_item_new(int category) {
   const va_profile_category_desc *desc = va_profile_category(category);
   if (!desc) return nullptr;
-  void *item = calloc(1, desc->item_size);
+  void *item = va_calloc(1, desc->item_size);
   if (item && desc->has_source) *va_profile_item_source(item, category) = VA_PROFILE_SOURCE_UNSET;
   return item;
 }
@@ -193,7 +194,7 @@ bool va_profile_set_item(velmora_account_profile_s *profile, int category, void 
 
 velmora_account_profile_list_s *va_profile_list_new(void) {
   auto *list = static_cast<velmora_account_profile_list_s *>(
-      calloc(1, sizeof(velmora_account_profile_list_s)));
+      va_calloc(1, sizeof(velmora_account_profile_list_s)));
   if (!list) return nullptr;
   for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) {
     list->reserved[c] = VA_PROFILE_RESERVED_INITIAL;

@@ -8,6 +8,7 @@
 
 #include "account_record.h"
 #include "request_operation.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -72,7 +73,7 @@ int va_operation_clone(va_op_call_s *call) {
     return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
   if (call->op->holder_size > 0) {
-    call->holder = calloc(1, call->op->holder_size);
+    call->holder = va_calloc(1, call->op->holder_size);
     if (call->holder == NULL) {
       VA_LOG_AS(DLOG_ERROR, name, "(%s)", "data_id == NULL");
       va_operation_release(call);

@@ -34,10 +34,11 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
   return converted;
 }
 
-void va_reply_fill_account(velmora_account_request_h request, app_control_h reply) {
-  if (app_control_foreach_extra_data(reply, va_foreach_extra_cb, request->account) !=
-      APP_CONTROL_ERROR_NONE)
+int va_reply_fill_account(velmora_account_request_h request, app_control_h reply) {
+  va_extra_fill_s fill = {request->account, false};
+  if (app_control_foreach_extra_data(reply, va_fill_extra_cb, &fill) != APP_CONTROL_ERROR_NONE)
     VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
+  return fill.out_of_memory ? VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY : VELMORA_ACCOUNT_ERROR_NONE;
 }
 
 void va_reply_call_response(velmora_account_request_h request, int result) {
@@ -46,8 +47,8 @@ void va_reply_call_response(velmora_account_request_h request, int result) {
 }
 
 void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result) {
-  va_reply_fill_account(request, reply);
-  va_reply_call_response(request, result);
+  const int filled = va_reply_fill_account(request, reply);
+  va_reply_call_response(request, result == VELMORA_ACCOUNT_ERROR_NONE ? filled : result);
 }
 
 void va_reply_app_control_cb(app_control_h request_app_control, app_control_h reply,

@@ -57,34 +57,34 @@ const ReplyKey *find_reply_key(const char *key) {
   return nullptr;
 }
 
-void store_value(velmora_account_h account, const ReplyKey &k, const char *value) {
+// False when the value could not be stored for lack of memory.
+bool store_value(velmora_account_h account, const ReplyKey &k, const char *value) {
   switch (k.dest) {
     case Dest::kRefresh:
       if (strcmp(value, "-1") == 0) {
         VA_LOGI("Skip refresh_token [-1]");
-        return;
+        return true;
       }
       [[fallthrough]];
     case Dest::kStr:
-      va_account_set_str(account, k.property, value);
-      return;
+      return va_account_set_str(account, k.property, value) != VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
     case Dest::kInt:
       va_account_set_int(account, k.property, static_cast<int>(strtol(value, nullptr, 10)));
-      return;
+      return true;
     case Dest::kFlagYN:
       if (strcmp(value, "Y") == 0)
         va_account_set_flag(account, k.property, true);
       else if (strcmp(value, "N") == 0)
         va_account_set_flag(account, k.property, false);
-      return;
+      return true;
   }
+  return true;
 }
 
-}  // namespace
-
-extern "C" {
-
-bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+// The extra `key` of `app_control` into `account` (known keys only); *out_of_memory is set when
+// its value could not be stored.
+bool visit_extra(app_control_h app_control, const char *key, velmora_account_h account,
+                 bool *out_of_memory) {
   VA_LOG_NAME("__foreach_extra_cb");
   if (key == nullptr) {
     VA_LOGI("Error. key is null");
@@ -99,10 +99,24 @@ bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_
   }
   VA_LOGI("Key[%s]", key);
   const ReplyKey *k = find_reply_key(key);
-  if (k != nullptr && value != nullptr && user_data != nullptr)
-    store_value(static_cast<velmora_account_h>(user_data), *k, value);
+  if (k != nullptr && value != nullptr && account != nullptr && !store_value(account, *k, value))
+    *out_of_memory = true;
   free(value);
   return true;
+}
+
+}  // namespace
+
+extern "C" {
+
+bool va_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+  bool out_of_memory = false;
+  return visit_extra(app_control, key, static_cast<velmora_account_h>(user_data), &out_of_memory);
+}
+
+bool va_fill_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+  auto *fill = static_cast<va_extra_fill_s *>(user_data);
+  return visit_extra(app_control, key, fill->account, &fill->out_of_memory);
 }
 
 bool va_foreach_signed_in_status_cb(app_control_h app_control, const char *key, void *user_data) {

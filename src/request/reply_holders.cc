@@ -7,6 +7,7 @@
 #include "app_control.h"
 #include "request_operation.h"
 #include "request_reply.h"
+#include "va_alloc.h"
 #include "va_log.h"
 
 namespace {
@@ -48,7 +49,7 @@ void va_reply_parse_account_list(velmora_account_request_h request, app_control_
   auto *ids =
       request->data != nullptr ? static_cast<va_account_id_list_s *>(request->data) : &local;
   ids->length = 0;
-  ids->list = static_cast<char **>(calloc(VA_ACCOUNT_LIST_MAX, sizeof(char *)));
+  ids->list = static_cast<char **>(va_calloc(VA_ACCOUNT_LIST_MAX, sizeof(char *)));
   if (ids->list == nullptr || app_control_foreach_extra_data(reply, va_foreach_signed_in_account_cb,
                                                              ids) != APP_CONTROL_ERROR_NONE) {
     VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");

@@ -7,6 +7,7 @@
 
 #include "request_operation.h"
 #include "request_reply.h"
+#include "va_alloc.h"
 #include "va_log.h"
 
 extern "C" {
@@ -16,8 +17,8 @@ velmora_account_request_h va_request_create_port(velmora_account_h account,
                                                  void *user_data) {
   VA_LOG_NAME("__create_nidl_request");
   VA_ENTRY();
-  auto *request =
-      static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
+  auto *request = static_cast<velmora_account_request_h>(
+      va_calloc(1, sizeof(struct velmora_account_request_s)));
   if (request == nullptr) {
     VA_LOGE("Failed to create velmora_account_nidl_s");
     return nullptr;
@@ -40,7 +41,10 @@ void va_reply_port_cb(void *user_data, int result, rpc_port_AccountS_h account) 
   va_port_fill_fn fill = request->op != nullptr && request->op->port.fill != nullptr
                              ? request->op->port.fill
                              : va_fill_from_account_s;
-  fill(request->account, account);
+  // A successful answer whose values could not all be copied is out of memory.
+  const int filled = fill(request->account, account);
+  if (result == VELMORA_ACCOUNT_ERROR_NONE && filled == VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
+    result = filled;
   auto callback = reinterpret_cast<velmora_account_response_cb>(request->nidl_cb);
   if (callback != nullptr) callback(result, request->account, request->user_data);
   // The delegate itself was made with once = true: the proxy frees it after this call.

@@ -9,6 +9,7 @@
 #include "app_control.h"
 #include "request_operation.h"
 #include "request_reply.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -78,8 +79,8 @@ int va_send_app_control(va_op_call_s *call) {
   app_control_set_operation(app_control, *form->app_control.operation);
   add_extras(call, form, app_control);
 
-  auto *request =
-      static_cast<velmora_account_request_h>(calloc(1, sizeof(struct velmora_account_request_s)));
+  auto *request = static_cast<velmora_account_request_h>(
+      va_calloc(1, sizeof(struct velmora_account_request_s)));
   if (request == nullptr) {
     VA_LOG_AS(DLOG_INFO, op->name, "RETV_IF_REQUEST_HANDLE");
     release(call, app_control);

@@ -63,6 +63,14 @@ PLATFORM_API int velmora_host_parcel_get_raw(rpc_port_parcel_h h, const void **r
 PLATFORM_API int velmora_host_parcel_create_from_raw(rpc_port_parcel_h *h, const void *raw,
                                                      unsigned int size);
 
+/* ---- allocation failures (test builds) ----
+ * In a build with VELMORA_ALLOC_FAULTS, from now on the n-th allocation of the parcel primitives
+ * fails (they then report RPC_PORT_ERROR_OUT_OF_MEMORY) and every other one succeeds; n = 0 stops
+ * failing; the count starts again at each call. False, and nothing changes, in other builds. */
+PLATFORM_API bool velmora_host_alloc_fail_at(long n);
+/* Allocations of the parcel primitives since the last velmora_host_alloc_fail_at. */
+PLATFORM_API long velmora_host_alloc_count(void);
+
 /* ---- running as an application ----
  * An application's id is VELMORA_APP_ID in its environment (the launcher sets it). */
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 
+#include "alloc_fault.hh"
 #include "parcel_internal.hh"
 #include "rpc_port_parcel.h"
 #include "velmora_host.h"
@@ -45,6 +46,7 @@ int fail(rpc_port_parcel_h h, int error) {
 int append(rpc_port_parcel_h h, const void *bytes, size_t n) {
   if (h->failed) return RPC_PORT_ERROR_OUT_OF_MEMORY;
   if (h->data.size() + n > RPC_PORT_PARCEL_MAX_SIZE) return fail(h, RPC_PORT_ERROR_OUT_OF_MEMORY);
+  if (vhost::allocation_fails()) return fail(h, RPC_PORT_ERROR_OUT_OF_MEMORY);
   try {
     const auto *p = static_cast<const unsigned char *>(bytes);
     h->data.insert(h->data.end(), p, p + n);
@@ -79,7 +81,7 @@ extern "C" {
 
 int rpc_port_parcel_create(rpc_port_parcel_h *h) {
   if (!h) return RPC_PORT_ERROR_INVALID_PARAMETER;
-  auto *p = new (std::nothrow) rpc_port_parcel_s;
+  auto *p = vhost::allocation_fails() ? nullptr : new (std::nothrow) rpc_port_parcel_s;
   if (!p) return RPC_PORT_ERROR_OUT_OF_MEMORY;
   *h = p;
   return RPC_PORT_ERROR_NONE;
@@ -162,7 +164,7 @@ int rpc_port_parcel_read_string(rpc_port_parcel_h h, char **str) {
   if (unread(h) < 4) return RPC_PORT_ERROR_IO_ERROR;
   uint32_t len = from_le<uint32_t>(h->data.data() + h->pos);
   if (len > unread(h) - 4) return RPC_PORT_ERROR_IO_ERROR;
-  char *copy = static_cast<char *>(malloc((size_t)len + 1));
+  char *copy = vhost::allocation_fails() ? nullptr : static_cast<char *>(malloc((size_t)len + 1));
   if (!copy) return RPC_PORT_ERROR_OUT_OF_MEMORY;
   memcpy(copy, h->data.data() + h->pos + 4, len);
   copy[len] = '\0';
@@ -187,9 +189,10 @@ int velmora_host_parcel_get_raw(rpc_port_parcel_h h, const void **raw, unsigned 
 int velmora_host_parcel_create_from_raw(rpc_port_parcel_h *h, const void *raw, unsigned int size) {
   if (!h || (!raw && size > 0)) return RPC_PORT_ERROR_INVALID_PARAMETER;
   if (size > RPC_PORT_PARCEL_MAX_SIZE) return RPC_PORT_ERROR_OUT_OF_MEMORY;
-  auto *p = new (std::nothrow) rpc_port_parcel_s;
+  auto *p = vhost::allocation_fails() ? nullptr : new (std::nothrow) rpc_port_parcel_s;
   if (!p) return RPC_PORT_ERROR_OUT_OF_MEMORY;
   try {
+    if (vhost::allocation_fails()) throw std::bad_alloc();
     const auto *bytes = static_cast<const unsigned char *>(raw);
     p->data.assign(bytes, bytes + size);
   } catch (const std::bad_alloc &) {

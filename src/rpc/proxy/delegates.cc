@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "proxy_internal.hh"
+#include "va_alloc.h"
 #include "va_log.h"
 
 namespace va::proxy {
@@ -67,7 +68,7 @@ void read_delegate(rpc_port_parcel_h parcel, void *data) {
 }
 
 Delegate *create(int id, void (*callback)(), bool once, void *user_data, const char *func) {
-  auto *d = static_cast<Delegate *>(calloc(1, sizeof(Delegate)));
+  auto *d = static_cast<Delegate *>(va_calloc(1, sizeof(Delegate)));
   if (!d) {
     RPC_LOG_AT(DLOG_ERROR, func, "Out of memory");
     return nullptr;
@@ -125,11 +126,15 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
   int result = -1;
   rpc_port_parcel_read_int32(parcel, &result);
 
+  // A record that cannot be made for lack of memory: the delegate still gets its call, with
+  // RPC_PORT_ERROR_OUT_OF_MEMORY and no record, so that its request ends.
   void *record = nullptr;
   if (type.record) {
     record = va::rec::create(*type.record, type.record->fn_create);
-    if (!record) return;
-    rpc_port_parcel_read(parcel, va::rec::parcelable_of(record), record);
+    if (record)
+      rpc_port_parcel_read(parcel, va::rec::parcelable_of(record), record);
+    else
+      result = RPC_PORT_ERROR_OUT_OF_MEMORY;
   }
 
   GList *match = nullptr;

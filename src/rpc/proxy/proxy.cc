@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "proxy_internal.hh"
+#include "va_alloc.h"
 #include "va_log.h"
 
 namespace {
@@ -88,12 +89,12 @@ void on_received(const char *endpoint, const char *port_name, void *data) {
 rpc_port_proxy_AccountSvc_h create_proxy_record(const char *stub_appid) {
   VA_LOG_NAME("__create_AccountSvc");
   auto *h =
-      static_cast<rpc_port_proxy_AccountSvc_h>(calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
+      static_cast<rpc_port_proxy_AccountSvc_h>(va_calloc(1, sizeof(rpc_port_proxy_AccountSvc_s)));
   if (!h) {
     RPC_LOGE("Out of memory");
     return nullptr;
   }
-  h->stub_appid = strdup(stub_appid);
+  h->stub_appid = va_strdup(stub_appid);
   if (!h->stub_appid) {
     RPC_LOGE("Out of memory");
     free(h);

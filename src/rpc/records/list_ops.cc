@@ -4,13 +4,14 @@
 #include <cstring>
 
 #include "record_ops.hh"
+#include "va_alloc.h"
 
 namespace va::rec {
 
 namespace {
 
 void *clone_item(const FieldDesc &f, const void *item) {
-  if (f.kind == FieldKind::STRLIST) return strdup(static_cast<const char *>(item));
+  if (f.kind == FieldKind::STRLIST) return va_strdup(static_cast<const char *>(item));
   return clone(*f.item, item, f.item->fn_clone);
 }
 

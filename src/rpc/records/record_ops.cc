@@ -5,10 +5,12 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "va_alloc.h"
+
 namespace va::rec {
 
 void *create(const RecordDesc &d, const char *func) {
-  void *h = calloc(1, d.size);
+  void *h = va_calloc(1, d.size);
   if (!h) {
     RPC_LOG_AT(DLOG_ERROR, func, "Out of memory");
     return nullptr;
@@ -51,7 +53,7 @@ void *clone(const RecordDesc &d, const void *h, const char *func) {
       case FieldKind::STRING: {
         const char *value = member<char *>(h, f);
         if (!value) break;
-        char *dup = strdup(value);
+        char *dup = va_strdup(value);
         if (!dup) {
           RPC_LOG_AT(DLOG_ERROR, func, "Failed to duplicate h->%s", f.name);
           destroy(d, copy);
@@ -131,7 +133,7 @@ int set_string(const FieldDesc &f, void *h, const char *value, const char *func)
     RPC_LOG_AT(DLOG_ERROR, func, "Invalid parameter");
     return -1;
   }
-  char *copy = strdup(value);
+  char *copy = va_strdup(value);
   char *&slot = member<char *>(h, f);
   free(slot);
   slot = copy;
@@ -152,7 +154,7 @@ int get_string(const FieldDesc &f, const void *h, char **value, const char *func
     RPC_LOG_AT(DLOG_ERROR, func, "Invalid parameter: h->%s is NULL", f.name);
     return -1;
   }
-  char *copy = strdup(current);
+  char *copy = va_strdup(current);
   if (!copy) {
     RPC_LOG_AT(DLOG_ERROR, func, "Failed to duplicate %s", f.name);
     return -1;
