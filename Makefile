@@ -71,8 +71,9 @@ valgrind: deps
 	cmake --build $(VALGRIND_DIR) -j $(JOBS)
 	scripts/run-valgrind.sh $(VALGRIND_DIR) '$(or $(VALGRIND_FILTER),*)'
 
+# BENCH_ARGS go to every benchmark, e.g. BENCH_ARGS=--benchmark_min_time=0.01 for a quick run.
 bench: build-release
-	scripts/run-benchmarks.sh $(RELEASE_DIR)
+	scripts/run-benchmarks.sh $(RELEASE_DIR) $(BENCH_ARGS)
 
 clean:
 	rm -rf build
