@@ -5,6 +5,7 @@
 #pragma once
 
 #include <benchmark/benchmark.h>
+#include <glib.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -16,6 +17,17 @@
 #include <vector>
 
 namespace vbench {
+
+// A new private directory named after `pattern` ("...-XXXXXX") in the temporary directory, and
+// this process's platform root (VELMORA_PLATFORM_ROOT) when `as_root`; "" when it cannot be made.
+inline std::string make_temp_dir(const char *pattern, bool as_root) {
+  gchar *dir = g_dir_make_tmp(pattern, nullptr);
+  if (!dir) return "";
+  const std::string out = dir;
+  g_free(dir);
+  if (as_root) setenv("VELMORA_PLATFORM_ROOT", out.c_str(), 1);
+  return out;
+}
 
 // ---- the floor: frames on a blocking stream socket ----
 

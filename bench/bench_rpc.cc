@@ -346,11 +346,8 @@ void print_table(const vbench::Recorder &rec, const Setup &s) {
 
 int main(int argc, char **argv) {
   Setup &s = setup();
-  gchar *dir = g_dir_make_tmp("velmora-bench-XXXXXX", nullptr);
-  if (!dir) fail("cannot make a platform root");
-  s.root = dir;
-  g_free(dir);
-  setenv("VELMORA_PLATFORM_ROOT", s.root.c_str(), 1);
+  s.root = vbench::make_temp_dir("velmora-bench-XXXXXX", true);
+  if (s.root.empty()) fail("cannot make a platform root");
   measure_sizes(s);
   start_children(s);
   start_agent(s);

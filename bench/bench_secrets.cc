@@ -117,11 +117,8 @@ int main(int argc, char **argv) {
   setenv("VELMORA_LOG_LEVEL", "silent", 0);
   if (sodium_init() < 0) fail("libsodium cannot start");
   Setup &s = setup();
-  gchar *dir = g_dir_make_tmp("velmora-bench-secrets-XXXXXX", nullptr);
-  if (!dir) fail("cannot make a platform root");
-  s.root = dir;
-  g_free(dir);
-  setenv("VELMORA_PLATFORM_ROOT", s.root.c_str(), 1);
+  s.root = vbench::make_temp_dir("velmora-bench-secrets-XXXXXX", true);
+  if (s.root.empty()) fail("cannot make a platform root");
   char *error = nullptr;
   if (velmora_host_init_root("mobile", &error) != 0) fail(error ? error : "init root");
   auto opened = vagent::AgentState::open(s.root);

@@ -135,17 +135,8 @@ struct Row {
 };
 
 const char *variant_name(Variant v) {
-  switch (v) {
-    case Variant::kPublic:
-      return "public";
-    case Variant::kSecret:
-      return "secret";
-    case Variant::kLiveTokens:
-      return "live_tokens";
-    case Variant::kPackages:
-      return "packages";
-  }
-  return "?";
+  static const char *const kNames[] = {"public", "secret", "live_tokens", "packages"};
+  return kNames[static_cast<int>(v)];
 }
 
 std::string transport_slug(Transport t) { return t == Transport::kPort ? "port" : "app_control"; }
@@ -559,10 +550,8 @@ int main(int argc, char **argv) {
   if (argc > 1 && strcmp(argv[1], "--token-client") == 0) return client_main(argc, argv);
 
   vbench::startup_affinity();
-  gchar *dir = g_dir_make_tmp("velmora-bench-tokens-XXXXXX", nullptr);
-  if (!dir) die("cannot make a directory for the platform roots");
-  vbench::rig_parent() = dir;
-  g_free(dir);
+  vbench::rig_parent() = vbench::make_temp_dir("velmora-bench-tokens-XXXXXX", false);
+  if (vbench::rig_parent().empty()) die("cannot make a directory for the platform roots");
   frame_sizes() = measure_sizes();
 
   register_rows();
