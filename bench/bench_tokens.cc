@@ -554,6 +554,11 @@ int main(int argc, char **argv) {
   if (vbench::rig_parent().empty()) die("cannot make a directory for the platform roots");
   frame_sizes() = measure_sizes();
 
+  vbench::cleanup_on_die() = [] {
+    tear_down();
+    std::error_code ec;
+    std::filesystem::remove_all(vbench::rig_parent(), ec);
+  };
   register_rows();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();

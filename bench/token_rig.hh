@@ -26,6 +26,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "admin.hh"
@@ -41,8 +42,16 @@ inline constexpr const char *kSecretClient = "bench.client";  // registered with
 inline constexpr const char *kPublicClient = "bench.public";  // registered without one
 inline constexpr const char *kScope = "read";
 
+// What die() runs before it exits (stops the agents and removes the roots made so far).
+inline std::function<void()> &cleanup_on_die() {
+  static std::function<void()> cleanup;
+  return cleanup;
+}
+
 [[noreturn]] inline void die(const std::string &what) {
   fprintf(stderr, "bench: %s\n", what.c_str());
+  // Taken out first: a failure inside the clean-up itself ends here at once.
+  if (std::function<void()> cleanup = std::exchange(cleanup_on_die(), nullptr)) cleanup();
   exit(1);
 }
 
