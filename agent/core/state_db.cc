@@ -235,6 +235,15 @@ int step_control(sqlite3_stmt *s) {
 }
 }  // namespace
 
+uint64_t StateDb::statement_steps(int kind) const {
+  uint64_t steps = 0;
+  for (const auto &entry : statements_)
+    steps += static_cast<uint64_t>(sqlite3_stmt_status(entry.second, kind, 0));
+  for (sqlite3_stmt *s : {begin_, commit_, rollback_})
+    steps += static_cast<uint64_t>(sqlite3_stmt_status(s, kind, 0));
+  return steps;
+}
+
 int StateDb::begin_immediate() { return step_control(begin_); }
 int StateDb::commit() { return step_control(commit_); }
 int StateDb::rollback() { return step_control(rollback_); }

@@ -58,6 +58,12 @@ class StateDb {
   // The agent error for an SQLite result: busy -> RESOURCE_BUSY, others -> DB_FAILED.
   Status failure(int rc, const char *what) const;
 
+  // The work of every statement since the database was opened, in SQLite's virtual-machine steps
+  // (sqlite3_stmt_status): what requests cost in work rather than time, so that tests can show a
+  // request costs the same whatever else the state holds. `kind` is SQLITE_STMTSTATUS_VM_STEP
+  // (every step) or SQLITE_STMTSTATUS_FULLSCAN_STEP (steps of full table scans).
+  uint64_t statement_steps(int kind) const;
+
   // ---- WAL ----
   // Frames in the WAL after the last commit of this connection, and the number of its commits.
   int wal_pages() const { return wal_pages_; }

@@ -1,5 +1,6 @@
 // Velmora tests: access tokens and refresh tokens issued by the agent.
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 
 #include <set>
 
@@ -208,6 +209,51 @@ TEST_F(Tokens, GrantsWithNothingLiveArePrunedByTheNextGrant) {
   ASSERT_TRUE(state().tokens().issue(request()).ok());
   EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 1);
   EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kUnknownToken);
+}
+
+// The work of a request (SQLite's virtual-machine steps over all statements, not time) is the same
+// with thousands of other accounts' tokens in the state as without them, and no request scans a
+// table.
+TEST_F(Tokens, ARequestDoesTheSameWorkWhateverElseTheStateHolds) {
+  // The pair at its cap, so that every grant also revokes its oldest, as in steady use; and a
+  // grant of another client after it in the owner index, so that a lookup over the pair's rows
+  // ends on a row of another pair as it will below (not at the end of the index).
+  client("app.two", false, {"profile.read"});
+  ASSERT_TRUE(state().tokens().issue(request("alice", "app.two")).ok());
+  for (int i = 0; i < vagent::kMaxGrantsPerClient + 2; ++i)
+    ASSERT_TRUE(state().tokens().issue(request()).ok());
+  auto steps = [this](int kind) { return state().db().statement_steps(kind); };
+  auto work = [&] {
+    const uint64_t before = steps(SQLITE_STMTSTATUS_VM_STEP);
+    const uint64_t scans_before = steps(SQLITE_STMTSTATUS_FULLSCAN_STEP);
+    auto g = state().tokens().issue(request());
+    EXPECT_TRUE(g.ok()) << g.status().describe();
+    if (!g.ok()) return uint64_t{0};
+    EXPECT_TRUE(state().tokens().validate(g->access_token).ok());
+    EXPECT_TRUE(state().tokens().last("alice", "app.one").ok());
+    EXPECT_TRUE(state().tokens().refresh(g->refresh_token, "app.one", "").ok());
+    EXPECT_EQ(steps(SQLITE_STMTSTATUS_FULLSCAN_STEP), scans_before);  // no table was scanned
+    return steps(SQLITE_STMTSTATUS_VM_STEP) - before;
+  };
+  const uint64_t small = work();
+  EXPECT_GT(small, 0u);
+  EXPECT_EQ(work(), small);  // steady: the same state shape gives the same work
+
+  // Another account's live grants over many clients, written in one transaction.
+  seed("bob", "pw");
+  constexpr int kClients = 300;
+  {
+    vagent::Transaction tx(state().db());
+    for (int c = 0; c < kClients; ++c) {
+      const std::string id = "fill.c" + std::to_string(c);
+      client(id, false, {"profile.read"});
+      for (int g = 0; g < vagent::kMaxGrantsPerClient; ++g)
+        ASSERT_TRUE(state().tokens().issue(request("bob", id)).ok());
+    }
+    ASSERT_TRUE(tx.commit().ok());
+  }
+  ASSERT_EQ(state().tokens().live_count("bob").value(), kClients * vagent::kMaxGrantsPerClient);
+  EXPECT_EQ(work(), small);
 }
 
 TEST_F(Tokens, AlteredOrForeignTokensAreUnknown) {
