@@ -1,5 +1,6 @@
 // Velmora tests: the library's AccountSvc transport against the reference agent, each test in its
-// own platform root with the agent installed, launched on demand and stopped at the end.
+// own platform root with the agent installed, launched on demand and stopped at the end (the agent
+// itself is driven through vtest::Agent, agent.hh; waits through vtest::run_until, main_loop.hh).
 #pragma once
 
 #include <glib.h>
@@ -20,47 +21,15 @@
 #include <vector>
 
 #include "account_svc_proxy.h"
-#include "admin.hh"
-#include "agent_state.hh"
+#include "agent.hh"
 #include "dlog.h"
-#include "faults.hh"
 #include "log_capture.hh"
+#include "main_loop.hh"
 #include "platform_result.h"
 #include "platform_root.hh"
 #include "proxy_internal.hh"
 
 namespace vtest {
-
-// Every wait in these tests ends by this deadline; a wait that runs out fails the test.
-inline constexpr int kWaitMs = 20000;
-
-// Runs the thread-default main context until `done` holds or `timeout_ms` passed. True if it holds.
-inline bool run_until(const std::function<bool()> &done, int timeout_ms = kWaitMs) {
-  GMainContext *ctx = g_main_context_get_thread_default();
-  if (!ctx) ctx = g_main_context_default();
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
-  bool expired = false;
-  GSource *timer = g_timeout_source_new(static_cast<guint>(timeout_ms));
-  g_source_set_callback(
-      timer,
-      [](gpointer flag) -> gboolean {
-        *static_cast<bool *>(flag) = true;
-        return G_SOURCE_REMOVE;
-      },
-      &expired, nullptr);
-  g_source_attach(timer, ctx);
-  while (!done() && !expired && std::chrono::steady_clock::now() < deadline)
-    g_main_context_iteration(ctx, TRUE);
-  g_source_destroy(timer);
-  g_source_unref(timer);
-  return done();
-}
-
-// Runs whatever is ready on the main context now, without waiting.
-inline void run_pending() {
-  while (g_main_context_iteration(nullptr, FALSE)) {
-  }
-}
 
 // What a proxy's connection events were.
 struct Events {
@@ -155,7 +124,8 @@ class AgentTest : public ::testing::Test {
 
   void SetUp() override {
     root_ = std::make_unique<PlatformRoot>();
-    root_->install_agent(agent_level());
+    agent_ = std::make_unique<Agent>(*root_);
+    agent_->install(agent_level());
   }
 
   void TearDown() override {
@@ -163,6 +133,7 @@ class AgentTest : public ::testing::Test {
     proxies_.clear();
     stop_agent();
     run_pending();
+    agent_.reset();
     root_.reset();
   }
 
@@ -170,66 +141,31 @@ class AgentTest : public ::testing::Test {
 
   const std::string &root() const { return root_->path(); }
 
-  // Seeds a user (and the test client) through the agent core's admin functions.
+  // Seeds a user (and the test client, whose secret goes to secret_).
   void seed(const std::string &login_id, bool sign_in = true, bool make_default = false) {
-    auto state = vagent::AgentState::open(root());
-    ASSERT_TRUE(state.ok()) << state.status().describe();
-    vagent::SeedUserOptions o;
-    o.user.login_id = login_id;
-    o.user.password = "pw-" + login_id;
-    o.sign_in = sign_in;
-    o.make_default = make_default;
-    vagent::NewClient c;
-    c.client_id = kClient;
-    c.with_secret = true;
-    o.client = c;
-    auto r = vagent::seed_user(*state.value(), o);
-    ASSERT_TRUE(r.ok()) << r.status().describe();
-    secret_ = r->client_secret;
+    SeedUser user;
+    user.login_id = login_id;
+    user.sign_in = sign_in;
+    user.make_default = make_default;
+    user.client_id = kClient;
+    secret_ = agent_->seed(user).client_secret;
   }
 
   // The agent core's state of this root, opened afresh (the agent process shares its database).
-  std::unique_ptr<vagent::AgentState> state() {
-    auto s = vagent::AgentState::open(root());
-    EXPECT_TRUE(s.ok()) << s.status().describe();
-    return s.ok() ? std::move(s.value()) : nullptr;
-  }
+  std::unique_ptr<vagent::AgentState> state() { return agent_->state(); }
 
   void fault(const std::string &operation, const std::string &key, const std::string &value) {
-    vagent::Status st = vagent::set_faults(root(), operation, {{key, value}});
-    ASSERT_TRUE(st.ok()) << st.describe();
+    agent_->fault(operation, key, value);
   }
 
   // The pid of the running agent instance, from the launcher's pid file; 0 when none.
-  pid_t agent_pid() const {
-    std::ifstream in(root_->path_of(std::string("run/") + kAgent + ".pid"));
-    long pid = 0;
-    in >> pid;
-    return static_cast<pid_t>(pid);
-  }
+  pid_t agent_pid() const { return agent_->pid(); }
 
-  static bool gone(pid_t pid) {
-    // Reap it if it is ours and has exited; the launcher's own reaper may have done so already.
-    int status;
-    if (waitpid(pid, &status, WNOHANG) == pid) return true;
-    if (kill(pid, 0) != 0 && errno == ESRCH) return true;
-    // An instance another process launched is not ours to reap: exited is enough.
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(stat, line);
-    size_t close = line.rfind(')');
-    return close != std::string::npos && close + 2 < line.size() && line[close + 2] == 'Z';
-  }
+  static bool gone(pid_t pid) { return Agent::gone(pid); }
 
-  // Ends the agent this test launched (the pid the launcher recorded) and waits until it is gone.
+  // Ends the agent this test launched and waits until it is gone.
   void stop_agent(int sig = SIGTERM) {
-    pid_t pid = agent_pid();
-    if (pid <= 0 || gone(pid)) return;
-    kill(pid, sig);
-    if (!run_until([pid] { return gone(pid); }, kWaitMs)) {
-      kill(pid, SIGKILL);
-      run_until([pid] { return gone(pid); }, kWaitMs);
-    }
+    if (agent_) agent_->stop(sig);
   }
 
   // A new proxy for the agent's port, connected (the connected event has arrived).
@@ -258,6 +194,7 @@ class AgentTest : public ::testing::Test {
   }
 
   std::unique_ptr<PlatformRoot> root_;
+  std::unique_ptr<Agent> agent_;
   std::vector<rpc_port_proxy_AccountSvc_h> proxies_;
   std::string secret_;  // the test client's secret, made by the agent in seed()
 };

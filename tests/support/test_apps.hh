@@ -35,6 +35,8 @@
 #include <string>
 #include <vector>
 
+#include "main_loop.hh"
+
 namespace vtest::apps {
 
 inline std::string build_dir() {
@@ -45,40 +47,9 @@ inline std::string build_dir() {
 // The path of a built test application.
 inline std::string path(const std::string &name) { return build_dir() + "/tests/apps/" + name; }
 
-// Runs the thread-default main context until `done` holds or `timeout_ms` passed; returns done().
-inline bool run_until(const std::function<bool()> &done, int timeout_ms = 20000) {
-  GMainContext *ctx = g_main_context_ref_thread_default();
-  bool expired = false;
-  GSource *timer = g_timeout_source_new((guint)timeout_ms);
-  g_source_set_callback(
-      timer,
-      [](gpointer p) -> gboolean {
-        *static_cast<bool *>(p) = true;
-        return G_SOURCE_REMOVE;
-      },
-      &expired, nullptr);
-  g_source_attach(timer, ctx);
-  // Conditions may depend on other processes: look again at least every 10 ms.
-  GSource *tick = g_timeout_source_new(10);
-  g_source_set_callback(
-      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-  g_source_attach(tick, ctx);
-  while (!done() && !expired) g_main_context_iteration(ctx, TRUE);
-  g_source_destroy(tick);
-  g_source_unref(tick);
-  g_source_destroy(timer);
-  g_source_unref(timer);
-  g_main_context_unref(ctx);
-  return done();
-}
-
-// Dispatches what is ready now, without waiting.
-inline void drain() {
-  GMainContext *ctx = g_main_context_ref_thread_default();
-  for (int i = 0; i < 1000 && g_main_context_iteration(ctx, FALSE); ++i) {
-  }
-  g_main_context_unref(ctx);
-}
+// Waiting on the main loop (main_loop.hh), under the names these tests use.
+using ::vtest::run_until;
+inline void drain() { ::vtest::run_pending(); }
 
 // The start lines an application wrote below `root`.
 inline std::vector<std::string> starts(const std::string &root, const std::string &app_id) {

@@ -71,19 +71,19 @@ TEST_F(Queries, IsSignedInAndTheAccountListOverAppControl) {
   SignedIn s;
   LogCapture log;
   ASSERT_EQ(velmora_account_is_signed_in(h, kBob, SignedIn::cb, &s), 0);
-  ASSERT_TRUE(iterate_until([&] { return s.calls > 0; }));
+  ASSERT_TRUE(run_until([&] { return s.calls > 0; }));
   EXPECT_EQ(s.result, 0);
   EXPECT_TRUE(s.signed_in);
   EXPECT_TRUE(log.has(kVaTag, 4, "Is SignedIn requested")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "[signed_in_status_cb]"));
   SignedIn nobody;
   ASSERT_EQ(velmora_account_is_signed_in(h, "nobody@velmora.dev", SignedIn::cb, &nobody), 0);
-  ASSERT_TRUE(iterate_until([&] { return nobody.calls > 0; }));
+  ASSERT_TRUE(run_until([&] { return nobody.calls > 0; }));
   EXPECT_FALSE(nobody.signed_in);
 
   List l;
   ASSERT_EQ(velmora_account_get_account_list(h, List::cb, &l), 0);
-  ASSERT_TRUE(iterate_until([&] { return l.calls > 0; }));
+  ASSERT_TRUE(run_until([&] { return l.calls > 0; }));
   EXPECT_EQ(l.result, 0);
   EXPECT_EQ(l.ids, (std::vector<std::string>{kLogin, kBob}));
   EXPECT_TRUE(log.has(kVaTag, 4, "[__velmora_account_destroy_accountId] [length = 2]"));

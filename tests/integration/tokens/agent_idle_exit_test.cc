@@ -24,10 +24,10 @@ TEST_F(AgentIdleExit, IdleAgentExitsAndTheNextRequestLaunchesItWithItsStateKept)
   const std::string token = token_over_app_control();
   ASSERT_EQ(token.size(), 43u);
   const std::string exiting = "I/VELMORA_AGENT: agent: idle for 100 ms, exiting";
-  ASSERT_TRUE(iterate_until([&] { return agent_log().find(exiting) != std::string::npos; }))
+  ASSERT_TRUE(run_until([&] { return agent_log().find(exiting) != std::string::npos; }))
       << agent_log();
   // The retired agent leaves no pid file and ends.
-  ASSERT_TRUE(iterate_until([&] { return agent_pid() == 0; }));
+  ASSERT_TRUE(run_until([&] { return agent_pid() == 0; }));
 
   // Launched again by the next request, it knows the token it handed out before.
   velmora_account_h h = app_control_handle();
@@ -49,11 +49,11 @@ TEST_F(AgentIdleExit, ConnectedClientKeepsTheAgentRunningUntilItDisconnects) {
   const pid_t pid = agent_pid();
   ASSERT_GT(pid, 0);
   // Many idle periods pass while the client stays connected.
-  iterate_until([] { return false; }, 1000);
+  run_until([] { return false; }, 1000);
   EXPECT_TRUE(running(pid)) << agent_log();
   velmora_account_disconnect(h);
   connected_.clear();
-  EXPECT_TRUE(iterate_until([pid] { return !running(pid); })) << agent_log();
+  EXPECT_TRUE(run_until([pid] { return !running(pid); })) << agent_log();
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ TEST_F(AgentLostState, OverThePortNoConnectionIsMade) {
   const int ret = velmora_account_connect(&h, Connection::cb, &connection_);
   if (ret == 0) {
     connected_.push_back(h);
-    ASSERT_TRUE(iterate_until([this] { return connection_.events > 0; }));
+    ASSERT_TRUE(run_until([this] { return connection_.events > 0; }));
     EXPECT_NE(connection_.last_state, VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED);
   }
   EXPECT_NE(agent_log().find("AGENT_ERROR_STATE_LOST"), std::string::npos) << agent_log();

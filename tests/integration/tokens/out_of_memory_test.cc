@@ -19,7 +19,7 @@ using TokensOutOfMemory = TokensTest;
 
 // Gives the main loop a moment, so that a callback that should not come would come.
 void settle() {
-  iterate_until([] { return false; }, 50);
+  run_until([] { return false; }, 50);
 }
 
 void expect_token_or_out_of_memory(AllocationRun &run, velmora_account_h h) {
@@ -82,7 +82,7 @@ TEST_F(TokensOutOfMemory, ConnectAndDisconnect) {
       return;
     }
     ASSERT_NE(h, nullptr);
-    const bool told = iterate_until([&] { return events.events > 0; });
+    const bool told = run_until([&] { return events.events > 0; });
     run.stop();
     ASSERT_TRUE(told);
     EXPECT_TRUE(events.last_state == VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED ||

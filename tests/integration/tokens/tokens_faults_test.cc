@@ -53,7 +53,7 @@ TEST_F(TokensFaults, DelayedReplyStillArrivesOnce) {
   Completion over_app_control, over_port;
   ASSERT_EQ(velmora_account_request_auth_code(a, Completion::cb, &over_app_control), 0);
   ASSERT_EQ(velmora_account_request_auth_code(n, Completion::cb, &over_port), 0);
-  ASSERT_TRUE(iterate_until([&] { return over_app_control.calls > 0 && over_port.calls > 0; }));
+  ASSERT_TRUE(run_until([&] { return over_app_control.calls > 0 && over_port.calls > 0; }));
   EXPECT_EQ(over_app_control.result, 0);
   EXPECT_EQ(over_port.result, 0);
   EXPECT_EQ(over_app_control.calls, 1);
@@ -138,7 +138,7 @@ TEST_F(TokensFaults, AgentCrashingOverThePortFailsTheCallAndDisconnects) {
   EXPECT_TRUE(log.has(kVaTag, 4, "Failed to rpc_port__RequestAccessToken. err = -1")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "REQUEST_HANDLE_FREE")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "VELMORA_ACCOUNT_FREE")) << log.dump();
-  ASSERT_TRUE(iterate_until([this] { return connection_.events > 0; }));
+  ASSERT_TRUE(run_until([this] { return connection_.events > 0; }));
   EXPECT_EQ(connection_.last_state, VELMORA_ACCOUNT_CONNECTION_STATE_DISCONNECTED);
   EXPECT_EQ(done.calls, 0);
 }

@@ -21,11 +21,10 @@
 #include <utility>
 #include <vector>
 
-#include "admin.hh"
-#include "agent_state.hh"
+#include "agent.hh"
 #include "app_control_reply.hh"
-#include "faults.hh"
 #include "log_capture.hh"
+#include "main_loop.hh"
 #include "platform_root.hh"
 #include "velmora_account.h"
 
@@ -34,29 +33,6 @@ namespace vtest {
 inline constexpr const char *kLogin = "demo@velmora.dev";
 inline constexpr const char *kPassword = "demo-password-1";
 inline constexpr const char *kClient = "demo.client";
-// A bound for every wait; generous, since sanitized builds start the agent slowly.
-inline constexpr int kDeadlineMs = 30000;
-
-// Runs the thread-default main context until `done` or the deadline; false on the deadline.
-inline bool iterate_until(const std::function<bool()> &done, int timeout_ms = kDeadlineMs) {
-  const gint64 deadline = g_get_monotonic_time() + static_cast<gint64>(timeout_ms) * 1000;
-  // A ticking source so that the blocking iteration wakes up to look at the clock.
-  GSource *tick = g_timeout_source_new(20);
-  g_source_set_callback(
-      tick, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr, nullptr);
-  g_source_attach(tick, g_main_context_get_thread_default());
-  bool ok = true;
-  while (!done()) {
-    if (g_get_monotonic_time() > deadline) {
-      ok = false;
-      break;
-    }
-    g_main_context_iteration(g_main_context_get_thread_default(), TRUE);
-  }
-  g_source_destroy(tick);
-  g_source_unref(tick);
-  return ok;
-}
 
 // Sends `operation` with `extras` straight to the agent (no library in between) and waits for the
 // reply.
@@ -64,7 +40,7 @@ inline AppControlReply send_to_agent(const char *operation,
                                      const std::map<std::string, std::string> &extras) {
   AppControlReply r;
   EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
-  EXPECT_TRUE(iterate_until([&] { return r.done; }));
+  EXPECT_TRUE(run_until([&] { return r.done; }));
   return r;
 }
 
@@ -85,7 +61,7 @@ struct Completion {
     self->account = account;  // the receiver owns it
   }
   bool wait() {
-    return iterate_until([this] { return calls > 0; });
+    return run_until([this] { return calls > 0; });
   }
 
   // A string property of the response handle, or "<unset>".
@@ -126,32 +102,25 @@ class TokensTest : public ::testing::Test {
                bool seed = true) {
     root_.set_profile(profile);
     if (!level) return;
-    root_.install_agent(*level);
+    agent_.install(*level);
     if (!seed) return;
     seed_user(kLogin, true);
   }
 
   void seed_user(const std::string &login_id, bool sign_in) {
-    auto state = vagent::AgentState::open(root_.path());
-    ASSERT_TRUE(state.ok()) << state.status().describe();
-    vagent::SeedUserOptions seed;
-    seed.user.login_id = login_id;
-    seed.user.password = kPassword;
-    seed.sign_in = sign_in;
-    vagent::NewClient client;
-    client.client_id = kClient;
-    client.with_secret = true;
-    client.scopes = {"read", "write"};
-    seed.client = client;
-    auto result = vagent::seed_user(*state.value(), seed);
-    ASSERT_TRUE(result.ok()) << result.status().describe();
-    user_id_ = result->user.user_id;
-    secret_ = result->client_secret;
+    SeedUser user;
+    user.login_id = login_id;
+    user.password = kPassword;
+    user.sign_in = sign_in;
+    user.client_id = kClient;
+    user.scopes = {"read", "write"};
+    const Seeded seeded = agent_.seed(user);
+    user_id_ = seeded.user_id;
+    secret_ = seeded.client_secret;
   }
 
   void set_fault(const std::string &operation, const std::string &key, const std::string &value) {
-    vagent::Status st = vagent::set_faults(root_.path(), operation, {{key, value}});
-    ASSERT_TRUE(st.ok()) << st.describe();
+    agent_.fault(operation, key, value);
   }
 
   void TearDown() override {
@@ -176,7 +145,7 @@ class TokensTest : public ::testing::Test {
     EXPECT_EQ(velmora_account_connect(&h, Connection::cb, &connection_), 0);
     if (h == nullptr) return nullptr;
     connected_.push_back(h);
-    EXPECT_TRUE(iterate_until([this] { return connection_.events > 0; }));
+    EXPECT_TRUE(run_until([this] { return connection_.events > 0; }));
     EXPECT_EQ(connection_.last_state, VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED);
     fill(h, secret, scope);
     return h;
@@ -196,35 +165,11 @@ class TokensTest : public ::testing::Test {
   }
 
   // The pid of the running agent instance, or 0.
-  pid_t agent_pid() const {
-    gchar *contents = nullptr;
-    const std::string path = root_.path_of("run/dev.velmora.account.pid");
-    if (!g_file_get_contents(path.c_str(), &contents, nullptr, nullptr)) return 0;
-    const pid_t pid = static_cast<pid_t>(strtol(contents, nullptr, 10));
-    g_free(contents);
-    return pid;
-  }
-
+  pid_t agent_pid() const { return agent_.pid(); }
   // True while `pid` runs (a zombie counts as gone).
-  static bool running(pid_t pid) {
-    if (pid <= 0) return false;
-    gchar *stat = nullptr;
-    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
-    if (!g_file_get_contents(path.c_str(), &stat, nullptr, nullptr)) return false;
-    const char *close = strrchr(stat, ')');
-    const bool alive = close != nullptr && close[1] == ' ' && close[2] != 'Z' && close[2] != 'X';
-    g_free(stat);
-    return alive;
-  }
-
+  static bool running(pid_t pid) { return !Agent::gone(pid); }
   // Kills the agent instance with `sig` and waits (bounded) until it is gone.
-  void kill_agent(int sig) {
-    const pid_t pid = agent_pid();
-    if (!running(pid)) return;
-    kill(pid, sig);
-    if (!iterate_until([pid] { return !running(pid); }, 10000)) kill(pid, SIGKILL);
-  }
-
+  void kill_agent(int sig) { agent_.stop(sig); }
   void stop_agent() { kill_agent(SIGTERM); }
 
   // What the agent launched in this root logged (its standard streams go to the platform's log).
@@ -246,6 +191,7 @@ class TokensTest : public ::testing::Test {
   }
 
   PlatformRoot root_;
+  Agent agent_{root_};
   std::string user_id_;
   std::string secret_;  // the client's secret, made by the agent when the user was seeded
   Connection connection_;

@@ -64,7 +64,7 @@ TEST_F(TokensNidl, AuthCodeAndEffortlessCodeArriveThroughTheDelegate) {
   ASSERT_EQ(velmora_account_request_auth_code(h, Completion::cb, &code), 0);
   ASSERT_EQ(velmora_account_request_auth_code_for_effortless_login(h, Completion::cb, &effortless),
             0);
-  ASSERT_TRUE(iterate_until([&] { return code.calls > 0 && effortless.calls > 0; }));
+  ASSERT_TRUE(run_until([&] { return code.calls > 0 && effortless.calls > 0; }));
   EXPECT_EQ(code.result, 0);
   EXPECT_EQ(effortless.result, 0);
   EXPECT_EQ(code.str(VELMORA_ACCOUNT_PROPERTY_AUTHCODE).size(), 32u);
@@ -115,7 +115,7 @@ TEST_F(TokensNidl, AfterTheDisconnectedEventTheMethodCallFailsAsOutOfMemory) {
   ASSERT_NE(h, nullptr);
   connection_.events = 0;
   kill_agent(SIGKILL);
-  ASSERT_TRUE(iterate_until([this] { return connection_.events > 0; }));
+  ASSERT_TRUE(run_until([this] { return connection_.events > 0; }));
   EXPECT_EQ(connection_.last_state, VELMORA_ACCOUNT_CONNECTION_STATE_DISCONNECTED);
 
   Completion done;

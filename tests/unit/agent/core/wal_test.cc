@@ -9,6 +9,7 @@
 
 #include "agent_state_fixture.hh"
 #include "idle_checkpoint.hh"
+#include "main_loop.hh"
 
 using agent_test::AgentTest;
 
@@ -17,13 +18,6 @@ namespace {
 int64_t file_size(const std::string &path) {
   struct stat st;
   return stat(path.c_str(), &st) == 0 ? static_cast<int64_t>(st.st_size) : -1;
-}
-
-// Runs the thread-default main context until `done` (false after 10 s).
-bool iterate_until(const std::function<bool()> &done) {
-  const gint64 deadline = g_get_monotonic_time() + 10 * G_USEC_PER_SEC;
-  while (!done() && g_get_monotonic_time() < deadline) g_main_context_iteration(nullptr, FALSE);
-  return done();
 }
 
 }  // namespace
@@ -60,7 +54,7 @@ TEST_F(Wal, AnIdleAgentCheckpointsOnceAfterItsLastCommit) {
   for (int i = 0; i < 5; ++i) ASSERT_TRUE(issue());
   EXPECT_TRUE(idle.armed());
   EXPECT_EQ(idle.checkpoints(), 0u);
-  ASSERT_TRUE(iterate_until([&] { return idle.checkpoints() == 1; }));
+  ASSERT_TRUE(vtest::run_until([&] { return idle.checkpoints() == 1; }));
   EXPECT_FALSE(idle.armed());
   EXPECT_GT(file_size(db_path()), db_before);  // the pages went into the database file
   // After the checkpoint the next commit starts the WAL again from its beginning.
