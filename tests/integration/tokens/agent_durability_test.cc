@@ -24,7 +24,7 @@ class AgentDurability : public TokensTest {
     EXPECT_EQ(velmora_account_connect(&h, Connection::cb, events), 0);
     if (h == nullptr) return "";
     connected_.push_back(h);
-    EXPECT_TRUE(iterate_until([events] { return events->events > 0; }));
+    EXPECT_TRUE(run_until([events] { return events->events > 0; }));
     EXPECT_EQ(events->last_state, VELMORA_ACCOUNT_CONNECTION_STATE_CONNECTED);
     fill(h, true, "read");
     Completion done;

@@ -265,7 +265,11 @@ TEST_F(PlatformRootTrust, StateFilesArePrivateWhateverTheUmask) {
   // Launching the callee makes its run directory, lock, pid file and socket.
   ASSERT_EQ(send_to(kApp), APP_CONTROL_ERROR_NONE);
   const std::string socket = root.path_of("run/") + kApp + "/appcontrol.sock";
-  ASSERT_TRUE(run_until([&] { return g_file_test(socket.c_str(), G_FILE_TEST_EXISTS); }));
+  // The socket is bound, then made private: wait for the end of that step, not its start.
+  ASSERT_TRUE(run_until([&] {
+    return g_file_test(socket.c_str(), G_FILE_TEST_EXISTS) && mode_of(socket) == "0600";
+  })) << socket
+      << " is " << mode_of(socket);
   umask(old);
   std::vector<std::string> seen;
   std::function<void(const std::string &)> walk = [&](const std::string &path) {
