@@ -71,6 +71,8 @@ const std::vector<Operation> &token_operations();
 const std::vector<Operation> &query_operations();
 // The current MCC, terms consents, account linking (app_control/services.cc).
 const std::vector<Operation> &service_operations();
+// Saved places (app_control/places.cc).
+const std::vector<Operation> &place_operations();
 
 // Every operation served, in lookup order.
 const std::vector<Operation> &app_control_operations();

@@ -81,6 +81,7 @@ int cmd_link(const Args &args);
 int cmd_reset_state(const Args &args);
 int cmd_register_partner(const Args &args);
 int cmd_consents(const Args &args);
+int cmd_places(const Args &args);
 int cmd_fault(const Args &args);
 int cmd_clock(const Args &args);
 int cmd_state(const Args &args);

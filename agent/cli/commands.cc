@@ -22,6 +22,13 @@ const std::vector<Command> &commands() {
        "register-partner --list"},
       {"link", cmd_link, "link --login-id L --partner-client-id P [--unlink]"},
       {"consents", cmd_consents, "consents --login-id L       the terms consents and their times"},
+      {"places", cmd_places,
+       "places list --login-id L\n"
+       "places add --login-id L [--name N] [--address A] [--category C] [--type T]\n"
+       "          [--location-source S] [--latitude DEG] [--longitude DEG] [--wifi-name W]\n"
+       "          [--wifi-bssid B] [--bt-name N] [--bt-address A]\n"
+       "places change --login-id L --id N [the fields of add]\n"
+       "places remove --login-id L --id N"},
       {"fault", cmd_fault,
        "fault set <operation|*> key=value...\n"
        "fault clear [operation|*]\n"

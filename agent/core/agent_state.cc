@@ -22,7 +22,8 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
       codes_(*db_, hash_, clients_, accounts_, clock_),
       mcc_(users_, accounts_),
       consents_(*db_, users_, accounts_, clock_),
-      linking_(*db_, accounts_, clients_, tokens_, clock_) {
+      linking_(*db_, accounts_, clients_, tokens_, clock_),
+      places_(*db_, users_, accounts_) {
   set_clock(nullptr);
 }
 

@@ -29,6 +29,7 @@
 #include "keyed_hash.hh"
 #include "linking.hh"
 #include "mcc.hh"
+#include "places.hh"
 #include "result.hh"
 #include "state_db.hh"
 #include "tokens.hh"
@@ -53,6 +54,7 @@ class AgentState {
   Mcc &mcc() { return mcc_; }
   Consents &consents() { return consents_; }
   Linking &linking() { return linking_; }
+  Places &places() { return places_; }
 
   // The faults of an operation in this root's faults.conf (read again when it changed).
   Fault faults(const std::string &operation) { return faults_.faults(operation); }
@@ -90,6 +92,7 @@ class AgentState {
   Mcc mcc_;
   Consents consents_;
   Linking linking_;
+  Places places_;
 };
 
 }  // namespace vagent

@@ -45,6 +45,13 @@ inline constexpr int kConsentRequired = static_cast<int>(0xC100000Fu);
 inline constexpr int kUnknownFaultKey = static_cast<int>(0xC1000010u);
 // The agent's state does not match the platform account store or its identity record.
 inline constexpr int kStateLost = static_cast<int>(0xC1000011u);
+// Saved places.
+inline constexpr int kUnknownPlace = static_cast<int>(0xC1000020u);
+inline constexpr int kTooManyPlaces = static_cast<int>(0xC1000021u);
+// Companion accounts (a wearable reaching its paired phone).
+inline constexpr int kNotPaired = static_cast<int>(0xC1000022u);         // no phone is paired
+inline constexpr int kPhoneUnreachable = static_cast<int>(0xC1000023u);  // the phone did not answer
+inline constexpr int kNoPhoneAccount = static_cast<int>(0xC1000024u);    // the phone has no account
 
 }  // namespace errc
 

@@ -7,6 +7,7 @@
 #include "consents.hh"
 #include "identity.hh"
 #include "linking.hh"
+#include "places.hh"
 #include "tokens.hh"
 #include "users.hh"
 
@@ -23,6 +24,7 @@ const std::vector<const SchemaArea *> &schema_areas() {
       &codes_schema(),     // authorization and effortless-login codes
       &linking_schema(),   // partner clients and account linking with them
       &consents_schema(),  // terms consents with the time each was given
+      &places_schema(),    // saved places of each user
   };
   return table;
 }

@@ -135,7 +135,7 @@ Parcel result_parcel(OutKind kind, const Output &output, int result) {
 }
 
 Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_AccountS_h account,
-                       const PushFaults &faults) {
+                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults) {
   Parcel p = new_parcel();
   if (!p) return p;
   rpc_port_parcel_write_int32(p.get(), kProtocolCallback);
@@ -161,8 +161,11 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
                            rpc_port_AccountS_destroy>(p.get());
       break;
     case kResponsePlaceCb:
-      write_empty_record<rpc_port_PlaceInfoS_h, rpc_port_PlaceInfoS_create,
-                         rpc_port_PlaceInfoS_destroy>(p.get());
+      if (places)
+        rpc_port_parcel_write(p.get(), vrec::parcelable_of(places), places);
+      else
+        write_empty_record<rpc_port_PlaceInfoS_h, rpc_port_PlaceInfoS_create,
+                           rpc_port_PlaceInfoS_destroy>(p.get());
       break;
     case kResponseProfileCb:
       write_empty_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create, rpc_port_ProfileS_destroy>(

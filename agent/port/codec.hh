@@ -33,6 +33,11 @@ using Account = std::unique_ptr<rpc_port_AccountS_s, AccountDeleter>;
 // A new empty AccountS (nullptr only when out of memory).
 Account new_account();
 
+struct PlaceInfoDeleter {
+  void operator()(rpc_port_PlaceInfoS_s *h) const { rpc_port_PlaceInfoS_destroy(h); }
+};
+using PlaceInfo = std::unique_ptr<rpc_port_PlaceInfoS_s, PlaceInfoDeleter>;
+
 struct ParcelDeleter {
   void operator()(rpc_port_parcel_s *h) const { rpc_port_parcel_destroy(h); }
 };
@@ -86,8 +91,9 @@ struct PushFaults {
 };
 
 // protocol 1, the delegate header, the result, and the record of the delegate's type (the given
-// account for ResponseCb, empty records for place and profile, nothing for ResponseErrorCb).
+// account for ResponseCb, the given places for ResponsePlaceCb, empty records when none is given
+// and for profiles, nothing for ResponseErrorCb).
 Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_AccountS_h account,
-                       const PushFaults &faults);
+                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults);
 
 }  // namespace vagent::nidl

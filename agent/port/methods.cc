@@ -1,10 +1,10 @@
 // Velmora agent: the table of the AccountSvc methods the agent serves.
 //
 // Synchronous methods answer in their result. Methods with a reply delegate answer in the pushed
-// callback: tokens, codes, the MCC, terms consents, the account of a user id and the linking
-// status come from the agent core. Places and profiles are not served by this agent: those
-// methods answer VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED (0xC0000002, "AGENT_ERROR_NOT_SUPPORTED" in
-// `velmora-agent errors`) in their callback, never an empty success.
+// callback: tokens, codes, the MCC, terms consents, the account of a user id, the linking
+// status and the saved places come from the agent core. Profiles are not served by this agent:
+// those methods answer VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED (0xC0000002, "AGENT_ERROR_NOT_SUPPORTED"
+// in `velmora-agent errors`) in their callback, never an empty success.
 #include "port/methods.hh"
 
 #include "port/answers.hh"
@@ -13,7 +13,7 @@ namespace vagent::nidl {
 
 namespace {
 
-// Places and profiles are not served by this agent.
+// Profiles are not served by this agent.
 Answer not_supported(AgentState &, const NidlRequest &) { return pushed(errc::kNotSupported); }
 
 using K = ArgKind;
@@ -34,7 +34,7 @@ const std::vector<Method> &methods() {
        {K::kAccount, K::kDelegate},
        OutKind::kNone,
        request_authcode_effortless},
-      {10, "RequestPlaceInfo", {K::kAccount, K::kDelegate}, OutKind::kNone, not_supported},
+      {10, "RequestPlaceInfo", {K::kAccount, K::kDelegate}, OutKind::kNone, request_place_info},
       {11,
        "RequestProfileInfo",
        {K::kAccount, K::kString, K::kDelegate},

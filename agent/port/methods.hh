@@ -15,10 +15,11 @@ namespace vagent::nidl {
 
 // What the agent answers to one request.
 struct Answer {
-  int result = 0;        // the method's int result (methods with a delegate: always 0)
-  Output output;         // the method's outputs
-  int push_result = 0;   // the pushed callback's result (methods with a delegate)
-  Account push_account;  // the pushed ResponseCb's account (empty record when null)
+  int result = 0;         // the method's int result (methods with a delegate: always 0)
+  Output output;          // the method's outputs
+  int push_result = 0;    // the pushed callback's result (methods with a delegate)
+  Account push_account;   // the pushed ResponseCb's account (empty record when null)
+  PlaceInfo push_places;  // the pushed ResponsePlaceCb's places (empty record when null)
 };
 
 struct Method {
@@ -47,6 +48,9 @@ Answer get_last_access_token(AgentState &state, const NidlRequest &request);
 Answer request_access_token(AgentState &state, const NidlRequest &request);
 Answer request_authcode(AgentState &state, const NidlRequest &request);
 Answer request_authcode_effortless(AgentState &state, const NidlRequest &request);
+
+// port/places.cc
+Answer request_place_info(AgentState &state, const NidlRequest &request);
 
 // port/services.cc: the request types of CommonAccount.
 Answer common_account(AgentState &state, const NidlRequest &request);

@@ -123,7 +123,8 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     answer.result = 0;  // accepted; the answer is the callback
     nidl::PushFaults pf{fault.push_unknown_delegate_id, fault.push_wrong_sequence,
                         fault.push_malformed_body};
-    push = nidl::callback_parcel(req.delegate, answer.push_result, answer.push_account.get(), pf);
+    push = nidl::callback_parcel(req.delegate, answer.push_result, answer.push_account.get(),
+                                 answer.push_places.get(), pf);
   }
   nidl::Parcel result = nidl::result_parcel(method->out, answer.output, answer.result);
   NIDL_LOG(

@@ -68,6 +68,16 @@ constexpr va_error_info kErrors[] = {
      true},
     {agent_code(0x11), "AGENT_ERROR_STATE_LOST",
      "the agent's state does not match the platform account store or its identity record", true},
+    {agent_code(0x20), "AGENT_ERROR_UNKNOWN_PLACE", "the user has no saved place with this id",
+     true},
+    {agent_code(0x21), "AGENT_ERROR_TOO_MANY_PLACES",
+     "the user keeps the most places allowed (100)", true},
+    {agent_code(0x22), "AGENT_ERROR_NOT_PAIRED",
+     "this wearable is not paired with a phone (velmora-platform pair --phone ROOT)", true},
+    {agent_code(0x23), "AGENT_ERROR_PHONE_UNREACHABLE",
+     "the paired phone's agent could not be reached, died, or did not answer in time", true},
+    {agent_code(0x24), "AGENT_ERROR_NO_PHONE_ACCOUNT",
+     "the paired phone has no signed-in account: sign in on the phone first", true},
 };
 
 const va_error_info *find(int code) {

@@ -177,7 +177,8 @@ TEST(SchemaUpgrade, FirstLayoutIsBroughtUpToDateWithItsContents) {
   exec("PRAGMA journal_mode=WAL");
   // Version 1 of each area is the first layout's table (areas added later had none then).
   for (const vagent::SchemaArea *area : vagent::schema_areas())
-    if (std::string(area->name) != "identity" && std::string(area->name) != "consents")
+    if (std::string(area->name) != "identity" && std::string(area->name) != "consents" &&
+        std::string(area->name) != "places")
       exec(area->migrations.at(0));
   const std::string old_hash = vagent::pbkdf2_stored_hash("old-password", 1000);
   const std::string old_secret = vagent::pbkdf2_stored_hash("old-secret", 1000);
