@@ -46,8 +46,8 @@ void put(Extras *extras, const char *key, const std::string &value) {
 const std::vector<Operation> &app_control_operations() {
   static const std::vector<Operation> table = [] {
     std::vector<Operation> all;
-    for (const auto *group :
-         {&token_operations(), &query_operations(), &service_operations(), &place_operations()})
+    for (const auto *group : {&token_operations(), &query_operations(), &service_operations(),
+                              &place_operations(), &companion_operations()})
       all.insert(all.end(), group->begin(), group->end());
     return all;
   }();

@@ -10,6 +10,7 @@
 // live in port/<area>.cc.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,10 +60,16 @@ void put_facts(Extras *e, const T &facts) {
   put(e, "auth_server_url", facts.auth_server_url);
 }
 
+// Gives the answer of an operation that answers later (exactly once, on the main loop).
+using Respond = std::function<void(Answer)>;
+
 struct Operation {
   const char *const *uri;  // &REQUEST_OP_...
   const char *fault_name;  // its group in faults.conf: "getaccesstoken"
   Answer (*run)(AgentState &state, const Request &request);
+  // Instead of run, for an operation that waits for something (the paired phone): starts the work
+  // and calls `respond` once with the answer. A fault's delay or error code replaces it as for run.
+  void (*start)(AgentState &state, const Request &request, Respond respond) = nullptr;
 };
 
 // Access tokens and authorization codes (app_control/tokens.cc).
@@ -73,6 +80,11 @@ const std::vector<Operation> &query_operations();
 const std::vector<Operation> &service_operations();
 // Saved places (app_control/places.cc).
 const std::vector<Operation> &place_operations();
+// Companion accounts: a wearable's requests and the paired phone's answers to them
+// (app_control/companion.cc).
+const std::vector<Operation> &companion_operations();
+// Work the companion operations still wait for (the idle exit waits for it).
+bool companion_busy();
 
 // Every operation served, in lookup order.
 const std::vector<Operation> &app_control_operations();

@@ -132,6 +132,28 @@ void on_launch_request(app_control_h request, void *) {
     update_refusing();
     return;
   }
+  if (op->start && !fault.error_code) {
+    // Answered later: a clone of the request is kept until then (a delay fault still applies).
+    app_control_h clone = nullptr;
+    if (app_control_clone(&clone, request) != APP_CONTROL_ERROR_NONE) {
+      reply(request, appcontrol::failure(errc::kOutOfMemory));
+      return;
+    }
+    const int delay_ms = fault.delay_ms;
+    const std::string name = op->fault_name;
+    op->start(state, req, [clone, delay_ms, name, caller](appcontrol::Answer answer) {
+      AC_LOG(DLOG_INFO, "app control: %s from %s: %s%s", name.c_str(), caller.c_str(),
+             answer.ok ? "ok" : "failed, error_code ",
+             answer.ok ? "" : answer.extras.front().second.c_str());
+      if (delay_ms > 0)
+        hold(clone, std::move(answer), delay_ms);
+      else
+        reply(clone, answer);
+      app_control_destroy(clone);
+    });
+    update_refusing();
+    return;
+  }
   appcontrol::Answer answer =
       fault.error_code ? fault_answer(state, req, *fault.error_code) : op->run(state, req);
   AC_LOG(DLOG_INFO, "app control: %s from %s: %s%s", op->fault_name, caller.c_str(),
@@ -148,7 +170,7 @@ void on_launch_request(app_control_h request, void *) {
 
 }  // namespace
 
-bool app_control_busy() { return !g_server.held.empty(); }
+bool app_control_busy() { return !g_server.held.empty() || appcontrol::companion_busy(); }
 
 bool app_control_start(ServerContext &context, std::string *error) {
   g_server.state = &context.state;

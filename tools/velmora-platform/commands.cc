@@ -46,9 +46,9 @@ const vcli::Tool &tool() {
       "velmora-platform",
       "the admin command of the Velmora host platform",
       "Creates a platform root, chooses the device profile and its network's country code, "
-      "installs and removes application "
-      "packages with their metadata, shows what is installed and which applications run, and "
-      "stops them. The platform root is --root DIR, else $VELMORA_PLATFORM_ROOT.",
+      "installs and removes application packages with their metadata, shows what is installed "
+      "and which applications run, stops them, and pairs a wearable's root with a phone's. The "
+      "platform root is --root DIR, else $VELMORA_PLATFORM_ROOT.",
       {
           {"root", Arg::kString, &o.root, "DIR",
            "the platform root (default $VELMORA_PLATFORM_ROOT)"},
@@ -59,6 +59,9 @@ const vcli::Tool &tool() {
            "an application of the package: its id, service or ui, its executable (repeatable)"},
           {"meta", Arg::kStrings, &o.metadata, "APP-ID:KEY=VALUE",
            "a metadata entry of one of the package's applications (repeatable)"},
+          {"phone", Arg::kString, &o.phone, "PHONE-ROOT",
+           "pair: the platform root of the phone to pair this wearable with"},
+          {"unpair", Arg::kFlag, &o.unpair, nullptr, "pair: forget the pairing"},
       },
       {"root", "json"},
       {
@@ -109,6 +112,13 @@ const vcli::Tool &tool() {
            run_logs,
            1,
            1},
+          {"pair",
+           "",
+           "pair this wearable's root with a phone's (--phone), forget it (--unpair), or show it",
+           {"phone", "unpair"},
+           run_pair,
+           0,
+           0},
       },
       {{vcli::kExitOk, "done"},
        {vcli::kExitFailed, "refused by the platform, or a malformed file"},

@@ -26,6 +26,8 @@ struct Options {
   gchar *profile = nullptr;
   gchar **apps = nullptr;
   gchar **metadata = nullptr;
+  gchar *phone = nullptr;
+  gboolean unpair = FALSE;
 };
 Options &options();
 
@@ -54,5 +56,6 @@ int run_accounts(const Args &args);
 int run_ps(const Args &args);
 int run_stop(const Args &args);
 int run_logs(const Args &args);
+int run_pair(const Args &args);
 
 }  // namespace vplat

@@ -197,7 +197,18 @@ const char *kDirAdvice = "remove it (the platform creates it again, private)";
 
 }  // namespace
 
+namespace {
+thread_local const std::string *g_scoped_root = nullptr;
+}  // namespace
+
+RootScope::RootScope(std::string root) : previous_(g_scoped_root), root_(std::move(root)) {
+  g_scoped_root = &root_;
+}
+
+RootScope::~RootScope() { g_scoped_root = previous_; }
+
 std::string root_dir() {
+  if (g_scoped_root) return *g_scoped_root;
   const char *root = getenv("VELMORA_PLATFORM_ROOT");
   if (root && *root) return root;
   const char *runtime = getenv("XDG_RUNTIME_DIR");

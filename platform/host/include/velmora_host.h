@@ -71,6 +71,31 @@ PLATFORM_API bool velmora_host_alloc_fail_at(long n);
 /* Allocations of the parcel primitives since the last velmora_host_alloc_fail_at. */
 PLATFORM_API long velmora_host_alloc_count(void);
 
+/* ---- companion devices: a wearable paired with a phone (two platform roots) ----
+ * Pairing is recorded in both roots; the phone is then reached through the platform's own launch
+ * requests, in the phone's root (its apps are launched there on demand, with the same framing,
+ * limits, peer and root checks and reply time-outs as every launch request). */
+
+/* The result of the companion functions below when the current root is not paired. */
+#define VELMORA_HOST_NOT_PAIRED (-61)
+
+/* Pairs the current root, a wearable, with the phone root `phone_root` (a trusted root of profile
+ * "mobile"). Pairing again replaces the earlier pairing of this root. 0, -22 (not a wearable, not
+ * a phone, the same root), -13 (a root that cannot be trusted), -5. */
+PLATFORM_API int velmora_host_pair_phone(const char *phone_root, char **error);
+/* Forgets the pairing of the current root (on both sides). 0 also when it was not paired. */
+PLATFORM_API int velmora_host_unpair(char **error);
+/* The root of the paired phone (of the current wearable root) or of the paired wearable (of the
+ * current phone root), in *root (the caller frees it); 0 or VELMORA_HOST_NOT_PAIRED. */
+PLATFORM_API int velmora_host_paired_phone(char **root);
+PLATFORM_API int velmora_host_paired_wearable(char **root);
+/* app_control_send_launch_request to an application of the paired phone. VELMORA_HOST_NOT_PAIRED
+ * when there is none; else as app_control_send_launch_request (a phone app that cannot be launched
+ * or dies before it replies fails the request through the reply callback). */
+PLATFORM_API int velmora_host_companion_send_launch_request(app_control_h app_control,
+                                                            app_control_reply_cb callback,
+                                                            void *user_data);
+
 /* ---- running as an application ----
  * An application's id is VELMORA_APP_ID in its environment (the launcher sets it). */
 

@@ -20,8 +20,23 @@
 
 namespace vhost {
 
-// The platform root directory (VELMORA_PLATFORM_ROOT, else the per-user default).
+// The platform root directory (VELMORA_PLATFORM_ROOT, else the per-user default), or the root a
+// RootScope of this thread names.
 std::string root_dir();
+
+// While it lives, root_dir() of this thread is `root`: the platform acts in another root (the
+// paired phone's, companion.hh) with the same code and checks. Scopes nest.
+class RootScope {
+ public:
+  explicit RootScope(std::string root);
+  ~RootScope();
+  RootScope(const RootScope &) = delete;
+  RootScope &operator=(const RootScope &) = delete;
+
+ private:
+  const std::string *previous_;
+  std::string root_;
+};
 // A path below the root: root_path("packages") is "<root>/packages".
 std::string root_path(const std::string &sub);
 

@@ -31,6 +31,7 @@
 #include <new>
 
 #include "app_control.h"
+#include "host_root.hh"
 #include "ipc_app_control.hh"
 #include "ipc_launcher.hh"
 #include "ipc_log.hh"
@@ -64,6 +65,7 @@ struct Sender {
   std::deque<Bytes> frames;
   bool answered = false;
   int attempts = 1;
+  std::string root;  // the root the target lives in (RootScope: the paired phone's)
   LaunchWait *launching = nullptr;
   GSource *watch = nullptr;
   GSource *retry = nullptr;
@@ -230,6 +232,7 @@ bool refusing(const std::string &app_id) {
 
 // Reaches the target again from the main loop (a retry).
 void launch(Sender *s) {
+  vhost::RootScope in_root(s->root);
   int fd = -1;
   LaunchWait *wait = nullptr;
   switch (launch_connect(
@@ -286,6 +289,7 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
   s->ctx = g_main_context_ref_thread_default();
+  s->root = vhost::root_dir();
   s->callback = callback;
   s->user_data = user_data;
 

@@ -24,6 +24,7 @@ class LaunchWait {
   long long deadline_us = 0;
   GSource *timer = nullptr;
   bool spawned = false;  // this waiter started an instance itself
+  std::string root;      // the root it launches in (RootScope: the paired phone's)
 
   ~LaunchWait() {
     if (timer) {
@@ -163,6 +164,7 @@ Decision connect_or_start(const AppRecord &app, const std::string &path, GMainCo
 
 gboolean tick(gpointer data) {
   auto *wait = static_cast<LaunchWait *>(data);
+  RootScope in_root(wait->root);
   const char *app_id = wait->app.app_id.c_str();
   int fd = connect_unix(wait->path);
   if (fd < 0) {
@@ -219,6 +221,7 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
   w->path = path;
   w->ctx = g_main_context_ref(ctx);
   w->spawned = spawned;
+  w->root = root_dir();
   w->done = std::move(done);
   w->deadline_us = g_get_monotonic_time() + (long long)launch_timeout_ms() * 1000;
   w->timer = g_timeout_source_new(kPollIntervalMs);
