@@ -23,6 +23,7 @@
 #include <memory>
 
 #include "app_control/operations.hh"
+#include "dlog.h"
 #include "secure_random.hh"
 #include "velmora_account_request_op.h"
 #include "velmora_host.h"
@@ -121,6 +122,7 @@ void ask_phone(AgentState &state, const char *operation, int timeout_seconds,
   const int ret = velmora_host_companion_send_launch_request(request, on_phone_reply, holder);
   app_control_destroy(request);
   if (ret != APP_CONTROL_ERROR_NONE) {
+    dlog_print(DLOG_WARN, "VELMORA_AGENT", "companion: the phone cannot be reached (%d)", ret);
     delete holder;
     return call->finish(
         failure(ret == VELMORA_HOST_NOT_PAIRED ? errc::kNotPaired : errc::kPhoneUnreachable));

@@ -12,8 +12,8 @@
 #include <cstring>
 
 #include "place_record.h"
+#include "request_operation.h"
 #include "request_reply.h"
-#include "request_send.h"
 #include "va_base.h"
 #include "va_log.h"
 
