@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # The demo: a fresh platform root, the account agent installed in it, a demo user signed in with a
 # client, then an access token and an authorization code through the library with velmora-account,
-# over app control and over the agent's RPC port, and the signed-in accounts with the default one. Cleans up after itself (the agent it caused to be
-# launched, the root). Exit status 0 only when every step worked.
+# over app control and over the agent's RPC port, and the signed-in accounts with the default one;
+# saved places; then a wearable's root paired with this phone, which signs in through the phone and
+# reads places. Cleans up after itself (the agents it caused to be launched, the roots). Exit
+# status 0 only when every step worked.
 #
 #   scripts/demo.sh <build dir>        (make demo runs it on the release build)
 set -euo pipefail
@@ -28,13 +30,18 @@ step=0
 say() { step=$((step + 1)); printf '\n== %d. %s\n' "$step" "$*"; }
 run() { printf '$ %s\n' "$*"; "$@"; }
 
-# The agent the demo caused to be launched runs detached: stop it, then remove the root.
+WEARABLE=$(mktemp -d "${TMPDIR:-/tmp}/velmora-demo-wearable-XXXXXX")
+
+# The agents the demo caused to be launched run detached: stop them, then remove the roots.
 cleanup() {
   local status=$?
-  "$PLATFORM" stop "$APP_ID" >/dev/null 2>&1 || true
-  rm -rf "$ROOT"
+  for r in "$ROOT" "$WEARABLE"; do
+    "$PLATFORM" --root "$r" stop "$APP_ID" >/dev/null 2>&1 || true
+    "$PLATFORM" --root "$r" stop "$APP_ID.ui" >/dev/null 2>&1 || true
+  done
+  rm -rf "$ROOT" "$WEARABLE"
   if [[ $status -eq 0 ]]; then
-    printf '\ndemo: everything worked (root %s removed)\n' "$ROOT"
+    printf '\ndemo: everything worked (roots %s and %s removed)\n' "$ROOT" "$WEARABLE"
   else
     printf '\ndemo: FAILED at step %d (exit %d); root %s removed\n' "$step" "$status" "$ROOT" >&2
   fi
@@ -122,3 +129,39 @@ if "$ACCOUNT" token --login-id nobody@velmora.dev --client-id "$CLIENT" \
   exit 1
 fi
 echo "    (refused, as it should be)"
+
+say "saved places of $LOGIN (added by the agent's administrator), read over both transports"
+run "$AGENT" places add --login-id "$LOGIN" --name Home --address "1 Main St" --category 1 \
+  --latitude 37.5665 --longitude 126.978 --wifi-name home-net | sed 's/^/    /'
+run "$AGENT" places add --login-id "$LOGIN" --name Work --type 2 | sed 's/^/    /'
+for transport in app-control nidl; do
+  printf '$ velmora-account places --transport %s --login-id %s\n' "$transport" "$LOGIN"
+  out=$("$ACCOUNT" places --transport "$transport" --login-id "$LOGIN" --timeout 30)
+  sed 's/^/    /' <<<"$out"
+  grep -q "Home (1 Main St)" <<<"$out" || { echo "demo: no Home among the places" >&2; exit 1; }
+done
+
+say "a wearable: its own platform root $WEARABLE, paired with this phone"
+run "$PLATFORM" --root "$WEARABLE" init --profile wearable
+run "$PLATFORM" --root "$WEARABLE" install "$APP_ID" \
+  --app "$APP_ID:service:$AGENT" --app "$APP_ID.ui:ui:$AGENT" \
+  --meta "$APP_ID:velmora-experience-service-api-level=5"
+run "$PLATFORM" --root "$WEARABLE" pair --phone "$ROOT"
+
+say "on the wearable: does the paired phone have an account? then sign in through it"
+export VELMORA_PLATFORM_ROOT=$WEARABLE
+printf '$ velmora-account companion status\n'
+out=$("$ACCOUNT" companion status --timeout 30)
+sed 's/^/    /' <<<"$out"
+grep -q "phone_has_account: true" <<<"$out" || { echo "demo: the phone's account was not seen" >&2; exit 1; }
+printf '$ velmora-account companion sign-in --timeout 30\n'
+"$ACCOUNT" companion sign-in --timeout 30 | sed 's/^/    /'
+printf '$ velmora-platform accounts   (the wearable'"'"'s account store)\n'
+"$PLATFORM" accounts | sed 's/^/    /'
+
+say "the wearable reads places of the account it signed in with (its agent keeps its own)"
+run "$AGENT" --root "$WEARABLE" places add --login-id "$LOGIN" --name Gym --category 3 | sed 's/^/    /'
+printf '$ velmora-account places --login-id %s   (on the wearable)\n' "$LOGIN"
+out=$("$ACCOUNT" places --login-id "$LOGIN" --timeout 30)
+sed 's/^/    /' <<<"$out"
+grep -q "Gym" <<<"$out" || { echo "demo: no Gym among the wearable's places" >&2; exit 1; }

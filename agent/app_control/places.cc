@@ -4,6 +4,7 @@
 // "address_1", "category_1", "type_1", "locationType_1" (the location source), "latitude_1",
 // "longitude_1", "wifiName_1", "wifiBSSID_1", "bluetoothName_1", "bluetoothMacAddress_1". A field
 // the place does not have is left out.
+#include <charconv>
 #include <cstdio>
 
 #include "app_control/operations.hh"
@@ -15,7 +16,7 @@ namespace {
 
 std::string coordinate(double v) {
   char text[64];
-  snprintf(text, sizeof text, "%.17g", v);
+  *std::to_chars(text, text + sizeof text - 1, v).ptr = '\0';  // shortest exact text
   return text;
 }
 

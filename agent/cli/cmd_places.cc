@@ -1,5 +1,6 @@
 // velmora-agent places: the saved places of a user (list, add, change, remove).
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
@@ -98,7 +99,7 @@ std::string optional_text(const std::optional<int> &v) { return v ? std::to_stri
 std::string optional_text(const std::optional<double> &v) {
   if (!v) return "-";
   char text[64];
-  snprintf(text, sizeof text, "%.17g", *v);
+  *std::to_chars(text, text + sizeof text - 1, *v).ptr = '\0';  // shortest exact text
   return text;
 }
 

@@ -1,6 +1,7 @@
 // Velmora agent: saved places.
 #include "places.hh"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -71,7 +72,7 @@ void bind_opt(Query &q, int index, const std::optional<double> &v) {
     return;
   }
   char text[64];
-  snprintf(text, sizeof text, "%.17g", *v);
+  *std::to_chars(text, text + sizeof text - 1, *v).ptr = '\0';  // shortest exact text
   q.bind(index, std::string(text));
 }
 

@@ -1,6 +1,7 @@
 // Velmora command-line tools: JSON output (see json_out.hh).
 #include "json_out.hh"
 
+#include <cmath>
 #include <cstdio>
 
 namespace vcli {
@@ -34,6 +35,16 @@ JsonOut &JsonOut::str(const char *name, const std::string &value) {
 JsonOut &JsonOut::integer(const char *name, long long value) {
   member(name);
   json_builder_add_int_value(builder_, value);
+  return *this;
+}
+
+JsonOut &JsonOut::real(const char *name, double value) {
+  member(name);
+  // JSON has no NaN or infinity: such a value is null.
+  if (std::isfinite(value))
+    json_builder_add_double_value(builder_, value);
+  else
+    json_builder_add_null_value(builder_);
   return *this;
 }
 

@@ -17,6 +17,7 @@ class JsonOut {
 
   JsonOut &str(const char *name, const std::string &value);
   JsonOut &integer(const char *name, long long value);
+  JsonOut &real(const char *name, double value);  // null when not finite
   JsonOut &boolean(const char *name, bool value);
   JsonOut &null(const char *name);
   // A nested object or array: begin, fill (names are ignored inside arrays), end.

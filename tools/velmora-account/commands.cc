@@ -18,6 +18,8 @@ int cmd_whois(const Args &args);
 int cmd_mcc(const Args &args);
 int cmd_consent(const Args &args);
 int cmd_linking(const Args &args);
+int cmd_companion(const Args &args);
+int cmd_places(const Args &args);
 
 Options &options() {
   static Options o;
@@ -82,9 +84,10 @@ const vcli::Tool &tool() {
       "velmora-account",
       "the Velmora account client from the command line",
       "Asks the account agent for tokens and authorization codes, which accounts are signed in "
-      "and which is the default, and for the account services (MCC, terms consents, account "
-      "linking) through the library, in either transport, and prints the properties of the "
-      "answer that are set. A failure prints the "
+      "and which is the default, the account services (MCC, terms consents, account linking), "
+      "saved places and, on a wearable, the paired phone's account through the library, in "
+      "either transport, and prints the properties of the answer that are set. A failure prints "
+      "the "
       "result code's name and what it means; with --json every outcome, failures and time-outs "
       "included, is one JSON object on stdout. Secrets are read from a file or standard input, "
       "never from the command line.",
@@ -190,6 +193,21 @@ const vcli::Tool &tool() {
            cmd_linking,
            0,
            0},
+          {"places",
+           "",
+           "list the saved places of --login-id",
+           {"login-id", "client-id"},
+           cmd_places,
+           0,
+           0},
+          {"companion",
+           "status|sign-in",
+           "on a wearable: whether the paired phone has an account (status), or sign in with it "
+           "(sign-in; the phone gets --timeout, at most 300 seconds)",
+           {},
+           cmd_companion,
+           1,
+           1},
       },
       {{vcli::kExitOk, "the answer carries what was asked for"},
        {vcli::kExitFailed,

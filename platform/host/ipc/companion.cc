@@ -128,10 +128,12 @@ int velmora_host_pair_phone(const char *phone_root, char **error) {
 
 int velmora_host_unpair(char **error) {
   const std::string phone = read_peer("phone");
+  const std::string wearable = absolute(vhost::root_dir());
   std::string message;
   if (!phone.empty()) {
+    // The phone forgets this wearable only (it may have been paired with another since).
     vhost::RootScope in_phone(phone);
-    if (read_peer("wearable") == absolute(vhost::root_dir()) && !remove_peer(&message))
+    if (read_peer("wearable") == wearable && !remove_peer(&message))
       return fail(kIoError, message, error);
   }
   if (!remove_peer(&message)) return fail(kIoError, message, error);
