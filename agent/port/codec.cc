@@ -162,7 +162,7 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
       break;
     case kResponsePlaceCb:
       if (places)
-        rpc_port_parcel_write(p.get(), vrec::parcelable_of(places), places);
+        rpc_port_parcel_write(p.get(), va::rec::parcelable_of(places), places);
       else
         write_empty_record<rpc_port_PlaceInfoS_h, rpc_port_PlaceInfoS_create,
                            rpc_port_PlaceInfoS_destroy>(p.get());

@@ -9,10 +9,10 @@
 #include "va_log.h"
 
 // The checks every companion function starts with: the agent, then its API level 5.
-#define VA_COMPANION_AGENT_CHECKS()                                                 \
-  do {                                                                              \
-    VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED); \
-    VA_RETV_IF(is_lower_agent(5) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);     \
+#define VA_COMPANION_AGENT_CHECKS() \
+  do {                              \
+    VA_RETV_IF_NO_AGENT();          \
+    VA_RETV_IF_LOWER_AGENT(5);      \
   } while (0)
 
 extern "C" {

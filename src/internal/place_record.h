@@ -84,10 +84,10 @@ void va_place_reply_from_port(void *user_data, int result, rpc_port_PlaceInfoS_h
 /* The checks every place function starts with: the agent is installed ("(is_agent_installed() ==
  * false)", NOT_SUPPORTED), then its API level is 2 or more ("(is_lower_agent(2) == true)",
  * LOWER_VERSION). Needs va_base.h and va_log.h. */
-#define VA_PLACE_AGENT_CHECKS()                                                     \
-  do {                                                                              \
-    VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED); \
-    VA_RETV_IF(is_lower_agent(2) == true, VELMORA_ACCOUNT_ERROR_LOWER_VERSION);     \
+#define VA_PLACE_AGENT_CHECKS() \
+  do {                          \
+    VA_RETV_IF_NO_AGENT();      \
+    VA_RETV_IF_LOWER_AGENT(2);  \
   } while (0)
 
 #endif /* VELMORA_PLACE_RECORD_H */

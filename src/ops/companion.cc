@@ -25,7 +25,7 @@ constexpr int kMaxApiTimeout = 300;
 
 // Wearable and a handle made by velmora_account_create only.
 int check_wearable(const va_op_call_s *call) {
-  if (!is_wearable_profile() || call->handle->connected) {
+  if (!va_is_wearable_profile() || call->handle->connected) {
     VA_LOG_AS(DLOG_ERROR, call->op->name, "wearable, [ERROR_NOT_SUPPORTED]");
     return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
   }

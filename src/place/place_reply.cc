@@ -164,7 +164,7 @@ bool va_foreach_place_cb(app_control_h reply, const char *key, void *user_data) 
   const int ret = app_control_get_extra_data(reply, key, &value);
   if (ret != APP_CONTROL_ERROR_NONE) {
     VA_LOG_AS(DLOG_INFO, kForeachName, "foreach_place_cb failed.%s [key : %s]",
-              __app_control_error(ret), key ? key : "(null)");
+              va_app_control_error_name(ret), key ? key : "(null)");
     free(value);
     return false;
   }

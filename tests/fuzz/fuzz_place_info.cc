@@ -51,7 +51,7 @@ void write_seeds() {
     rpc_port_PlaceInfoS_h info = make_info(places);
     rpc_port_parcel_h parcel = nullptr;
     if (rpc_port_parcel_create(&parcel) != 0) abort();
-    rpc_port_parcel_write(parcel, vrec::parcelable_of(info), info);
+    rpc_port_parcel_write(parcel, va::rec::parcelable_of(info), info);
     const void *raw = nullptr;
     unsigned int size = 0;
     if (velmora_host_parcel_get_raw(parcel, &raw, &size) != 0) abort();
@@ -101,7 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     abort();
   rpc_port_PlaceInfoS_h info = nullptr;
   if (rpc_port_PlaceInfoS_create(&info) != 0) abort();
-  rpc_port_parcel_read(parcel, vrec::parcelable_of(info), info);
+  rpc_port_parcel_read(parcel, va::rec::parcelable_of(info), info);
   rpc_port_parcel_destroy(parcel);
 
   velmora_account_place_list_h list = va_place_list_new();
