@@ -465,5 +465,5 @@ TEST_F(PlatformCli, VersionManualPageAndCompletion) {
   EXPECT_EQ(r.status, 0);
   EXPECT_TRUE(contains(r.out, "complete -F _velmora_platform velmora-platform")) << r.out;
   // --root DIR before the command is skipped when completing the command's options.
-  EXPECT_TRUE(contains(r.out, "--root|--profile|--app|--meta) ((i++)) ;;")) << r.out;
+  EXPECT_TRUE(contains(r.out, "--root|--profile|--app|--meta|--phone) ((i++)) ;;")) << r.out;
 }
