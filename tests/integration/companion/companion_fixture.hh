@@ -48,7 +48,7 @@ struct CompanionReply {
     }
   }
   bool wait() {
-    return iterate_until([this] { return calls > 0; });
+    return run_until([this] { return calls > 0; });
   }
 };
 
@@ -143,22 +143,10 @@ class CompanionTest : public ::testing::Test {
     return found;
   }
 
-  // True while `pid` runs (a zombie counts as gone).
-  static bool running(pid_t pid) {
-    if (pid <= 0) return false;
-    gchar *stat = nullptr;
-    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
-    if (!g_file_get_contents(path.c_str(), &stat, nullptr, nullptr)) return false;
-    const char *close = strrchr(stat, ')');
-    const bool alive = close != nullptr && close[1] == ' ' && close[2] != 'Z' && close[2] != 'X';
-    g_free(stat);
-    return alive;
-  }
-
   static void stop_pid(pid_t pid, int sig) {
-    if (!running(pid)) return;
+    if (Agent::gone(pid)) return;
     kill(pid, sig);
-    if (!iterate_until([pid] { return !running(pid); }, 10000)) kill(pid, SIGKILL);
+    if (!run_until([pid] { return Agent::gone(pid); }, 10000)) kill(pid, SIGKILL);
   }
 
   void stop_agents() {

@@ -115,7 +115,7 @@ TEST_F(CompanionTest, ThePhonesAgentKilledDuringASignInMakesItUnreachable) {
   CompanionReply r;
   ASSERT_EQ(velmora_account_companion_sign_in(handle(), CompanionReply::cb, &r), 0);
   // The phone's agent has taken the request (it says it leaves it unanswered); then it is killed.
-  ASSERT_TRUE(vtest::iterate_until([&] { return phone_logged("companion_phone_signin from"); }));
+  ASSERT_TRUE(vtest::run_until([&] { return phone_logged("companion_phone_signin from"); }));
   EXPECT_EQ(r.calls, 0);
   stop_pid(pid_in(phone_root_), SIGKILL);
   ASSERT_TRUE(r.wait());

@@ -121,7 +121,7 @@ TEST_F(Places, AppControlRequestReadsThePlaces) {
   vtest::LogCapture log;
   PlaceReply r;
   ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-  ASSERT_TRUE(r.calls > 0 || vtest::iterate_until([&] { return r.calls > 0; }));
+  ASSERT_TRUE(r.calls > 0 || vtest::run_until([&] { return r.calls > 0; }));
   expect_two_places(r);
   EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_INFO, "Request ProfileUnsubscribe to [APP_CONTROL] Mode"))
       << log.dump();
@@ -136,7 +136,7 @@ TEST_F(Places, PortRequestReadsThePlaces) {
   vtest::LogCapture log;
   PlaceReply r;
   ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-  ASSERT_TRUE(vtest::iterate_until([&] { return r.calls > 0; }));
+  ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
   expect_two_places(r);
   EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_INFO, "Request ProfileUnsubscribe to [NIDL] Mode"))
       << log.dump();
@@ -147,7 +147,7 @@ TEST_F(Places, APortListOfSixtyStopsAtFifty) {
   velmora_account_h h = connected_handle();
   PlaceReply r;
   ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-  ASSERT_TRUE(vtest::iterate_until([&] { return r.calls > 0; }));
+  ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
   EXPECT_EQ(r.result, 0);
   ASSERT_EQ(r.places.size(), 50u);
   EXPECT_EQ(r.places[0].name, "Home");
@@ -161,7 +161,7 @@ TEST_F(Places, AnAppControlListOfSixtyKeepsFiftyAndLogsTheRest) {
   vtest::LogCapture log;
   PlaceReply r;
   ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-  ASSERT_TRUE(vtest::iterate_until([&] { return r.calls > 0; }));
+  ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
   ASSERT_EQ(r.places.size(), 50u);
   EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_ERROR, "index[51] exception")) << log.dump();
   EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_ERROR, "index[60] exception")) << log.dump();
@@ -173,7 +173,7 @@ TEST_F(Places, NoPlacesGiveAnEmptyListWhoseForeachIsNoData) {
   seed_user("other", true);
   PlaceReply r;
   ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-  ASSERT_TRUE(vtest::iterate_until([&] { return r.calls > 0; }));
+  ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
   EXPECT_EQ(r.result, 0);
   EXPECT_TRUE(r.had_list);
   EXPECT_EQ(r.foreach_result, VELMORA_ACCOUNT_ERROR_NO_DATA);
@@ -187,7 +187,7 @@ TEST_F(Places, AnAccountThatIsNotSignedInFailsInBothTransports) {
               0);
     PlaceReply r;
     ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
-    ASSERT_TRUE(vtest::iterate_until([&] { return r.calls > 0; }));
+    ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
     EXPECT_EQ(r.result, static_cast<int>(0xBFFFFFFAu)) << (port ? "port" : "app control");
   }
 }
