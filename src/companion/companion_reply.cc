@@ -42,10 +42,12 @@ void va_companion_reply_parser(velmora_account_request_h request, app_control_h 
   velmora_account_companion_h companion = va_companion_new();
   if (companion == NULL) {
     result = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
-  } else if (reply != NULL && result == VELMORA_ACCOUNT_ERROR_NONE &&
-             app_control_foreach_extra_data(reply, va_foreach_companion_extra_cb, companion) !=
-                 APP_CONTROL_ERROR_NONE) {
-    VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
+  } else if (result == VELMORA_ACCOUNT_ERROR_NONE) {
+    // A successful reply is walked, and the walk's result is the callback's; a failed one leaves
+    // the companion handle unfilled.
+    result = app_control_foreach_extra_data(reply, va_foreach_companion_extra_cb, companion);
+    if (result != APP_CONTROL_ERROR_NONE)
+      VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
   }
   // The companion handle, filled or not, belongs to the callback's receiver.
   auto callback = reinterpret_cast<velmora_account_companion_cb>(request->app_control_cb);

@@ -4,6 +4,7 @@
 
 #include "companion_fixture.hh"
 #include "dlog.h"
+#include "run_program.hh"
 
 using vtest::CompanionReply;
 using vtest::CompanionTest;
@@ -74,13 +75,23 @@ TEST_F(CompanionTest, SignInWithoutAPhoneAccountFails) {
 
 TEST_F(CompanionTest, AnUnpairedWearableIsNotPaired) {
   for (bool sign_in : {false, true}) {
+    const char *reply_name = sign_in ? "companion_sign_in_result_cb" : "companion_get_account_cb";
+    vtest::LogCapture log;
     CompanionReply r;
     velmora_account_h h = handle();
     ASSERT_EQ(sign_in ? velmora_account_companion_sign_in(h, CompanionReply::cb, &r)
                       : velmora_account_companion_get_account(h, CompanionReply::cb, &r),
               0);
     ASSERT_TRUE(r.wait());
-    EXPECT_EQ(r.result, kNotPaired) << (sign_in ? "sign-in" : "account");
+    EXPECT_EQ(r.result, kNotPaired) << reply_name;
+    EXPECT_TRUE(r.had_account);
+    EXPECT_EQ(r.exists, -1);  // the companion handle is passed unfilled
+    const vtest::LogLine *entry = log.find(std::string("[") + reply_name + "]");
+    ASSERT_NE(entry, nullptr) << log.dump();
+    EXPECT_EQ(entry->function(), reply_name);
+    const vtest::LogLine *failed = log.find("[CONVERT_ERROR_CODE] AppControl result fail");
+    ASSERT_NE(failed, nullptr) << log.dump();
+    EXPECT_EQ(failed->function(), reply_name);
   }
 }
 
@@ -121,4 +132,56 @@ TEST_F(CompanionTest, ThePhonesAgentKilledDuringASignInMakesItUnreachable) {
   ASSERT_TRUE(r.wait());
   EXPECT_EQ(r.result, kPhoneUnreachable);
   EXPECT_FALSE(wearable_signed_in(kPhoneLogin));
+}
+
+TEST_F(CompanionTest, AHandleOverThePortIsRefusedBeforeAnyAllocation) {
+  pair();
+  seed_phone_account();
+  vtest::Connection connection;
+  velmora_account_h h = nullptr;
+  ASSERT_EQ(velmora_account_connect(&h, vtest::Connection::cb, &connection), 0);
+  vtest::LogCapture log;
+  CompanionReply r;
+  EXPECT_EQ(velmora_account_companion_get_account(h, CompanionReply::cb, &r),
+            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(velmora_account_companion_sign_in(h, CompanionReply::cb, &r),
+            VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(log.count("wearable, [ERROR_NOT_SUPPORTED]"), 2) << log.dump();
+  EXPECT_EQ(log.count("companion_get_account [Wearable]"), 0);  // logged only after the clone
+  EXPECT_EQ(log.count("Get mobile_account_exist [Wearable]"), 0);
+  EXPECT_TRUE(vtest::iterate_until([&] { return connection.events > 0; }));
+  EXPECT_EQ(velmora_account_disconnect(h), 0);
+  EXPECT_EQ(r.calls, 0);
+}
+
+TEST_F(CompanionTest, TheCommandLineAsksThePhoneAndSignsInThroughIt) {
+  const std::string tool = vtest::PlatformRoot::build_dir() + "/tools/velmora-account";
+  const std::string hint = "build the velmora-account tool";
+  vtest::ProgramRun r = vtest::run_program(tool, {"companion", "status"}, hint);
+  EXPECT_EQ(r.exit_code, 1) << r.out << r.err;
+  EXPECT_NE((r.out + r.err).find("AGENT_ERROR_NOT_PAIRED"), std::string::npos) << r.out << r.err;
+
+  pair();
+  r = vtest::run_program(tool, {"companion", "status", "--json"}, hint);
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.out,
+            "{\"operation\":\"companion status\",\"result\":0,\"phone_has_account\":false,"
+            "\"signed_in\":false}\n");
+  r = vtest::run_program(tool, {"companion", "sign-in"}, hint);
+  EXPECT_EQ(r.exit_code, 1) << r.out << r.err;
+  EXPECT_NE((r.out + r.err).find("AGENT_ERROR_NO_PHONE_ACCOUNT"), std::string::npos) << r.out;
+
+  seed_phone_account();
+  r = vtest::run_program(tool, {"companion", "status"}, hint);
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.out, "phone_has_account: true\n");
+  r = vtest::run_program(tool, {"companion", "sign-in", "--timeout", "301"}, hint);
+  EXPECT_EQ(r.exit_code, 1) << r.out << r.err;
+  EXPECT_NE((r.out + r.err).find("INVALID_PARAMETER"), std::string::npos) << r.out << r.err;
+  EXPECT_FALSE(wearable_signed_in(kPhoneLogin));
+  r = vtest::run_program(tool, {"companion", "sign-in", "--timeout", "30"}, hint);
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.out, "phone_has_account: true\nsigned in through the phone\n");
+  EXPECT_TRUE(wearable_signed_in(kPhoneLogin));
+  EXPECT_EQ(vtest::run_program(tool, {"companion", "nothing"}, hint).exit_code, 2);
 }

@@ -8,6 +8,7 @@
 
 #include "../tokens/tokens_fixture.hh"
 #include "dlog.h"
+#include "run_program.hh"
 #include "velmora_account_place.h"
 
 using vtest::kLogin;
@@ -189,6 +190,9 @@ TEST_F(Places, AnAccountThatIsNotSignedInFailsInBothTransports) {
     ASSERT_EQ(velmora_account_place_request_info(h, PlaceReply::cb, &r), 0);
     ASSERT_TRUE(vtest::run_until([&] { return r.calls > 0; }));
     EXPECT_EQ(r.result, static_cast<int>(0xBFFFFFFAu)) << (port ? "port" : "app control");
+    // The list comes along all the same, empty.
+    EXPECT_TRUE(r.had_list);
+    EXPECT_EQ(r.foreach_result, VELMORA_ACCOUNT_ERROR_NO_DATA);
   }
 }
 
@@ -218,4 +222,39 @@ TEST(PlacesGate, AnAgentBelowLevelTwoIsALowerVersion) {
             VELMORA_ACCOUNT_ERROR_LOWER_VERSION);
   EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_ERROR, "(is_lower_agent(2) == true)")) << log.dump();
   EXPECT_EQ(r.calls, 0);
+}
+
+TEST_F(Places, TheCommandLineListsThePlacesInBothTransportsAndAsJson) {
+  const std::string tool = vtest::PlatformRoot::build_dir() + "/tools/velmora-account";
+  const std::string hint = "build the velmora-account tool";
+  for (const char *transport : {"app-control", "nidl"}) {
+    const vtest::ProgramRun r =
+        vtest::run_program(tool, {"places", "--login-id", kLogin, "--transport", transport}, hint);
+    EXPECT_EQ(r.exit_code, 0) << transport << "\n" << r.err;
+    EXPECT_EQ(r.out,
+              "1: Home (1 Main St)\n"
+              "   category 1, type 0, source 0, at 37.5, -122.25\n"
+              "   wifi home-net \n"
+              "2: Work\n"
+              "   category 0, type 2, source 0, at 0, 0\n")
+        << transport;
+  }
+  vtest::ProgramRun r = vtest::run_program(tool, {"places", "--login-id", kLogin, "--json"}, hint);
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(
+      r.out,
+      "{\"operation\":\"places\",\"result\":0,\"places\":[{\"name\":\"Home\",\"address\":"
+      "\"1 Main St\",\"category\":1,\"type\":0,\"location_source\":0,\"latitude\":37.5,"
+      "\"longitude\":-122.25,\"wifi_name\":\"home-net\",\"wifi_bssid\":\"\",\"bt_name\":"
+      "\"\",\"bt_address\":\"\"},{\"name\":\"Work\",\"address\":\"\",\"category\":0,"
+      "\"type\":2,\"location_source\":0,\"latitude\":0.0,\"longitude\":0.0,\"wifi_name\":\"\","
+      "\"wifi_bssid\":\"\",\"bt_name\":\"\",\"bt_address\":\"\"}]}\n");
+  seed_user("other", true);
+  r = vtest::run_program(tool, {"places", "--login-id", "other"}, hint);
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.out, "no saved places\n");
+  seed_user("outsider", false);
+  r = vtest::run_program(tool, {"places", "--login-id", "outsider", "--json"}, hint);
+  EXPECT_EQ(r.exit_code, 1) << r.out;
+  EXPECT_NE(r.out.find("\"result\":-1073741830"), std::string::npos) << r.out;
 }

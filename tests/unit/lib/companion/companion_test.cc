@@ -12,6 +12,9 @@
 #include "dlog.h"
 #include "log_capture.hh"
 #include "platform_root.hh"
+#include "request_operation.h"
+#include "request_record.h"
+#include "request_reply.h"
 #include "test_apps.hh"
 #include "velmora_account.h"
 #include "velmora_account_companion.h"
@@ -254,4 +257,119 @@ TEST_F(Companion, TheReplyStateFollowsTrueAndFalseOnly) {
     app_control_destroy(reply);
     va_companion_free(c);
   }
+}
+
+TEST(CompanionGate, BelowLevelFiveEveryAccessorIsALowerVersion) {
+  vtest::PlatformRoot root;
+  root.set_profile("wearable");
+  root.install_agent(4);
+  velmora_account_companion_h c = va_companion_new();
+  ASSERT_NE(c, nullptr);
+  vtest::LogCapture log;
+  char *s = nullptr;
+  int i = 0;
+  bool b = false;
+  const int lower = VELMORA_ACCOUNT_ERROR_LOWER_VERSION;
+  EXPECT_EQ(velmora_account_companion_get_property_str(c, 9, &s), lower);
+  EXPECT_EQ(velmora_account_companion_set_property_str(c, 9, "x"), lower);
+  EXPECT_EQ(velmora_account_companion_get_property_int(c, 2, &i), lower);
+  EXPECT_EQ(velmora_account_companion_set_property_int(c, 2, 1), lower);
+  EXPECT_EQ(velmora_account_companion_get_property_bool(c, 3, &b), lower);
+  EXPECT_EQ(velmora_account_companion_set_property_bool(c, 3, true), lower);
+  EXPECT_EQ(velmora_account_companion_destroy(c), lower);
+  EXPECT_EQ(log.count("(is_lower_agent(5) == true)"), 7) << log.dump();
+  EXPECT_EQ(c->login_id, nullptr);  // nothing was set
+  va_companion_free(c);
+}
+
+TEST_F(Companion, ANegativeTimeOutSendsNoTimeOut) {
+  ASSERT_EQ(
+      velmora_account_set_property_int(handle(), VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, -5), 0);
+  vtest::LogCapture log;
+  Reply r;
+  ASSERT_EQ(velmora_account_companion_sign_in(handle(), Reply::cb, &r), 0);
+  ASSERT_TRUE(vtest::apps::run_until([&] { return r.calls > 0; }));
+  EXPECT_EQ(r.result, 0);
+  EXPECT_EQ(log.count("Key[api_timeout]"), 0) << log.dump();
+}
+
+// ---- the reply callback with the companion parser ----
+
+namespace {
+
+// The function that logged the first line holding `text`.
+std::string function_of(const vtest::LogCapture &log, const char *text) {
+  const vtest::LogLine *line = log.find(text);
+  return line ? line->function() : std::string("<no line: ") + text + ">";
+}
+
+// A request record as the app-control send leaves it, for a reply named `reply_name`.
+struct SentRequest {
+  va_operation_s row = {};
+  velmora_account_request_h request = nullptr;
+
+  SentRequest(const char *reply_name, Reply *r) {
+    row.name = "velmora_account_companion_get_account";
+    row.app_control.reply_name = reply_name;
+    row.app_control.parser = va_companion_reply_parser;
+    request = static_cast<velmora_account_request_h>(calloc(1, sizeof *request));
+    EXPECT_EQ(velmora_account_create(&request->account), 0);
+    request->op = &row;
+    request->app_control_cb = VA_REQUEST_CB(Reply::cb);
+    request->user_data = r;
+  }
+};
+
+}  // namespace
+
+TEST_F(Companion, ASuccessfulReplySetsTheStateAndLogsEveryKey) {
+  Reply r;
+  SentRequest sent("companion_get_account_cb", &r);
+  app_control_h reply = nullptr;
+  ASSERT_EQ(app_control_create(&reply), 0);
+  app_control_add_extra_data(reply, "login_id", "me@velmora.dev");
+  app_control_add_extra_data(reply, "check_mobile_account_exist", "true");
+  vtest::LogCapture log;
+  va_reply_app_control_cb(nullptr, reply, APP_CONTROL_RESULT_SUCCEEDED, sent.request);
+  app_control_destroy(reply);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, 0);
+  EXPECT_EQ(r.exists_ret, 0);
+  EXPECT_TRUE(r.exists);
+  EXPECT_EQ(function_of(log, "[companion_get_account_cb]"), "companion_get_account_cb");
+  EXPECT_EQ(function_of(log, "Key[login_id]"), "foreach_companion_extra_cb");
+  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "Key[login_id], Value[me@velmora.dev]")) << log.dump();
+  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "Key[check_mobile_account_exist], Value[true]"))
+      << log.dump();
+  EXPECT_EQ(function_of(log, "REQUEST_HANDLE_FREE"), "companion_get_account_cb");
+}
+
+TEST_F(Companion, AFailedReplyPassesTheCompanionUnfilledWithTheConvertedError) {
+  Reply r;
+  SentRequest sent("companion_sign_in_result_cb", &r);
+  app_control_h reply = nullptr;
+  ASSERT_EQ(app_control_create(&reply), 0);
+  app_control_add_extra_data(reply, "error_code", "-1056964574");
+  app_control_add_extra_data(reply, "check_mobile_account_exist", "true");
+  vtest::LogCapture log;
+  va_reply_app_control_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, sent.request);
+  app_control_destroy(reply);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, -1056964574);
+  EXPECT_EQ(r.exists_ret, VELMORA_ACCOUNT_ERROR_NO_DATA);  // not walked: still unknown
+  EXPECT_EQ(function_of(log, "[CONVERT_ERROR_CODE] AppControl result fail"),
+            "companion_sign_in_result_cb");
+  EXPECT_EQ(log.count("Key[check_mobile_account_exist]"), 0) << log.dump();
+  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "REQUEST_HANDLE_FREE")) << log.dump();
+}
+
+TEST_F(Companion, AReplyThatCannotBeWalkedGivesTheWalksResult) {
+  Reply r;
+  SentRequest sent("companion_get_account_cb", &r);
+  vtest::LogCapture log;
+  va_reply_app_control_cb(nullptr, nullptr, APP_CONTROL_RESULT_SUCCEEDED, sent.request);
+  EXPECT_EQ(r.calls, 1);
+  EXPECT_EQ(r.result, APP_CONTROL_ERROR_INVALID_PARAMETER);
+  EXPECT_EQ(r.exists_ret, VELMORA_ACCOUNT_ERROR_NO_DATA);
+  EXPECT_EQ(function_of(log, "Fail to app_control_foreach_extra_data"), "companion_get_account_cb");
 }

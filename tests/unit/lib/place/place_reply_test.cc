@@ -186,3 +186,14 @@ TEST_F(PlaceKeys, AnEmptyPortReplyGivesAnEmptyList) {
   EXPECT_EQ(list_->count, 0);
   EXPECT_EQ(list_->l[0], nullptr);
 }
+
+TEST_F(PlaceKeys, APortReplyWithoutItsRequestIsLoggedAndDropped) {
+  rpc_port_PlaceInfoS_h info = place_info(2);
+  vtest::LogCapture log;
+  va_place_reply_from_port(nullptr, 0, info);
+  rpc_port_PlaceInfoS_destroy(info);
+  const vtest::LogLine *line = log.find("data is NULL");
+  ASSERT_NE(line, nullptr) << log.dump();
+  EXPECT_EQ(line->function(), "nidl_request_place_cb");
+  EXPECT_TRUE(log.has(kVaTag, DLOG_ERROR, "data is NULL")) << log.dump();
+}
