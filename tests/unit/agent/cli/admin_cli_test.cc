@@ -273,3 +273,39 @@ TEST_F(AdminCli, ResetStateKeepsAStateThatIsNotLostUnlessForced) {
   ASSERT_EQ(run_agent({"reset-state", "--force"}).exit_code, 0);
   EXPECT_NE(run_agent({"state"}).out.find("users (0)"), std::string::npos);
 }
+
+TEST_F(AdminCli, PlacesAreAddedChangedListedAndRemoved) {
+  ASSERT_EQ(run_agent({"seed-user", "--login-id", "alice", "--password", "pw"}).exit_code, 0);
+  CliRun add = run_agent({"places", "add", "--login-id", "alice", "--name", "Home", "--category",
+                          "1", "--latitude", "37.5", "--wifi-name", "home-net"});
+  ASSERT_EQ(add.exit_code, 0) << add.err;
+  EXPECT_EQ(add.out,
+            "1\tname=Home\taddress=\tcategory=1\ttype=-\tlocation_source=-\tlatitude=37.5"
+            "\tlongitude=-\twifi=home-net/\tbt=/\n");
+  CliRun change =
+      run_agent({"places", "change", "--login-id", "alice", "--id", "1", "--address", "1 Main St"});
+  ASSERT_EQ(change.exit_code, 0) << change.err;
+  CliRun list = run_agent({"places", "list", "--login-id", "alice"});
+  ASSERT_EQ(list.exit_code, 0) << list.err;
+  EXPECT_EQ(list.out,
+            "1\tname=Home\taddress=1 Main St\tcategory=1\ttype=-\tlocation_source=-"
+            "\tlatitude=37.5\tlongitude=-\twifi=home-net/\tbt=/\n");
+  CliRun remove = run_agent({"places", "remove", "--login-id", "alice", "--id", "1"});
+  EXPECT_EQ(remove.exit_code, 0) << remove.err;
+  EXPECT_EQ(remove.out, "removed place 1 of alice\n");
+  EXPECT_EQ(run_agent({"places", "list", "--login-id", "alice"}).out, "");
+
+  CliRun unknown = run_agent({"places", "remove", "--login-id", "alice", "--id", "1"});
+  EXPECT_EQ(unknown.exit_code, 1);
+  EXPECT_NE(unknown.err.find("AGENT_ERROR_UNKNOWN_PLACE"), std::string::npos) << unknown.err;
+  // 200 means "not given" to the library: never stored.
+  CliRun not_given = run_agent({"places", "add", "--login-id", "alice", "--category", "200"});
+  EXPECT_EQ(not_given.exit_code, 1);
+  EXPECT_NE(not_given.err.find("INVALID_PARAMETER"), std::string::npos) << not_given.err;
+  // Usage: change and remove need --id, list takes no fields, numbers must be numbers.
+  EXPECT_EQ(run_agent({"places", "change", "--login-id", "alice", "--name", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"places", "list", "--login-id", "alice", "--name", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"places", "add", "--login-id", "alice", "--latitude", "north"}).exit_code,
+            2);
+  EXPECT_EQ(run_agent({"places", "add", "--name", "x"}).exit_code, 2);
+}

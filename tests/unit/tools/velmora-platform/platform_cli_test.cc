@@ -467,3 +467,29 @@ TEST_F(PlatformCli, VersionManualPageAndCompletion) {
   // --root DIR before the command is skipped when completing the command's options.
   EXPECT_TRUE(contains(r.out, "--root|--profile|--app|--meta|--phone) ((i++)) ;;")) << r.out;
 }
+
+TEST_F(PlatformCli, PairPairsAWearableWithAPhoneShowsAndForgetsIt) {
+  vtest::PlatformRoot phone;
+  ASSERT_EQ(run({"profile", "mobile"}, phone.path()).status, 0);
+  ASSERT_EQ(run({"profile", "wearable"}, root_.path()).status, 0);
+  EXPECT_EQ(run({"pair"}, root_.path()).out, "not paired\n");
+
+  CliRun r = run({"pair", "--phone", phone.path()}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "paired with phone " + phone.path() + "\n");
+  r = run({"pair", "--json"}, root_.path());
+  EXPECT_EQ(r.out, "{\"paired_with\":\"phone\",\"root\":\"" + phone.path() + "\"}\n");
+  EXPECT_EQ(run({"pair"}, phone.path()).out, "wearable " + root_.path() + "\n");
+
+  r = run({"pair", "--unpair"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "unpaired\n");
+  EXPECT_EQ(run({"pair"}, root_.path()).out, "not paired\n");
+  EXPECT_EQ(run({"pair"}, phone.path()).out, "not paired\n");
+
+  // Only a wearable pairs, and only with a phone; --phone and --unpair exclude each other.
+  r = run({"pair", "--phone", root_.path()}, phone.path());
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(contains(r.err, "not a wearable")) << r.err;
+  EXPECT_EQ(run({"pair", "--phone", phone.path(), "--unpair"}, root_.path()).status, 2);
+}
