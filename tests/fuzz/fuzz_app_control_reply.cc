@@ -1,5 +1,6 @@
 // Velmora fuzzing: app-control replies of arbitrary keys and values, parsed by the library's reply
-// callbacks (the account-response family, the signed-in status and the account list).
+// callbacks (the account-response family, the signed-in status, the account list and the two
+// companion replies).
 //
 // An input is one selector byte (the reply callback, and whether the reply reports failure), then
 // NUL-separated strings: key, value, key, value, ... (a last key without a value gets ""). A string
@@ -13,7 +14,10 @@
 // a successful reply gives 0 and a failed one the converted "error_code"; the clone holds exactly
 // what the reply's keys say (string keys replace, "-1" refresh tokens and flags other than "Y" /
 // "N" leave the value, numbers go through base-10 strtol); the status and the list are what the
-// reply carries; no log line shows a token or code of the reply; nothing leaks.
+// reply carries; a companion reply hands over a companion handle whose mobile-account state is
+// what "check_mobile_account_exist" says ("true" 1, "false" 0, else unknown; a failed reply is not
+// read) and leaves the clone as it was; no log line shows a token or code of the reply (except in
+// the companion replies, whose visitor logs every key with its value); nothing leaks.
 //
 // Seeds: VELMORA_FUZZ_WRITE_SEEDS=<dir> writes a few typical and hostile replies into <dir> and
 // exits, e.g.
@@ -34,6 +38,7 @@
 
 #include "account_record.h"
 #include "app_control.h"
+#include "companion_record.h"
 #include "fuzz_quiet.hh"
 #include "request_record.h"
 #include "request_reply.h"
@@ -45,7 +50,7 @@
 namespace {
 
 using Extras = std::vector<std::pair<std::string, std::string>>;
-enum class Family { kResponse, kStatus, kList };
+enum class Family { kResponse, kStatus, kList, kCompanion };
 
 // The reply names of the operations' rows, with the parser their rows name (none: the default,
 // the reply's extras into the clone). One generic callback serves them all.
@@ -69,6 +74,8 @@ const Callback kCallbacks[] = {
     {"get_account_from_property_cb", nullptr, Family::kResponse},
     {"signed_in_status_cb", va_reply_parse_signed_in_status, Family::kStatus},
     {"account_list_cb", va_reply_parse_account_list, Family::kList},
+    {"companion_get_account_cb", va_companion_reply_parser, Family::kCompanion},
+    {"companion_sign_in_result_cb", va_companion_reply_parser, Family::kCompanion},
 };
 constexpr size_t kCallbackCount = sizeof(kCallbacks) / sizeof(kCallbacks[0]);
 
@@ -121,7 +128,8 @@ const std::vector<std::string> &key_dictionary() {
   static const std::vector<std::string> keys = [] {
     std::vector<std::string> k;
     for (const KeyRule &r : kRules) k.emplace_back(r.key);
-    for (const char *other : {"is_signin", "error_code", "login_id0", "login_id1", "x_login_id"})
+    for (const char *other : {"is_signin", "error_code", "login_id0", "login_id1", "x_login_id",
+                              "check_mobile_account_exist"})
       k.emplace_back(other);
     return k;
   }();
@@ -149,6 +157,7 @@ const std::vector<std::string> &value_dictionary() {
       "0x10",
       "-1073741830",  // an agent error code
       "3600",
+      "false",
   };
   return values;
 }
@@ -350,6 +359,9 @@ struct Received {
   bool signed_in = false;
   bool list_null = true;
   std::vector<std::string> ids;
+  bool had_companion = false;
+  int companion_state = -1;
+  bool companion_clean = false;  // nothing but the mobile-account state was set
 
   static void response(int result, velmora_account_h account, void *user_data) {
     auto *self = static_cast<Received *>(user_data);
@@ -371,6 +383,21 @@ struct Received {
     self->account = account;
     self->list_null = ids == nullptr;
     for (int i = 0; ids && i < length; ++i) self->ids.emplace_back(ids[i]);
+  }
+  static void companion(int result, velmora_account_h account,
+                        velmora_account_companion_h companion, void *user_data) {
+    auto *self = static_cast<Received *>(user_data);
+    ++self->calls;
+    self->result = result;
+    self->account = account;
+    self->had_companion = companion != nullptr;
+    if (!companion) return;
+    self->companion_state = companion->mobile_account_exist;
+    bool clean = companion->register_trusted_device == VA_TRISTATE_UNSET && !companion->connected;
+    for (int p = 0; p < kStrCount; ++p)
+      clean = clean && *va_account_str_field(companion, p) == nullptr;
+    self->companion_clean = clean;
+    velmora_account_companion_destroy(companion);
   }
 };
 
@@ -426,6 +453,9 @@ int run(const uint8_t *data, size_t size) {
       request->app_control_cb = reinterpret_cast<velmora_account_request_cb>(Received::list);
       request->data = calloc(1, sizeof(va_account_id_list_s));
       break;
+    case Family::kCompanion:
+      request->app_control_cb = reinterpret_cast<velmora_account_request_cb>(Received::companion);
+      break;
   }
 
   va_operation_s row = {};
@@ -434,7 +464,9 @@ int run(const uint8_t *data, size_t size) {
   row.app_control.parser = cb.parser;
   request->op = &row;
 
-  g_watch.set(extras);
+  // The companion replies' visitor logs every key with its value ("Key[%s], Value[%s]"): the
+  // agent sends no secret in them, and their log is not watched.
+  g_watch.set(cb.family == Family::kCompanion ? Extras{} : extras);
   va_reply_app_control_cb(
       nullptr, reply, failed ? APP_CONTROL_RESULT_FAILED : APP_CONTROL_RESULT_SUCCEEDED, request);
   if (g_watch.leaked) fail(g_watch.leaked, cb.name);
@@ -470,6 +502,17 @@ int run(const uint8_t *data, size_t size) {
         if (key.find("login_id") != std::string::npos && ids.size() < VA_ACCOUNT_LIST_MAX)
           ids.push_back(value);
       if (rx.list_null || rx.ids != ids) fail("wrong account list", cb.name);
+      break;
+    }
+    case Family::kCompanion: {
+      int state = VA_TRISTATE_UNSET;
+      for (const auto &[key, value] : extras)
+        if (!failed && key == "check_mobile_account_exist") {
+          if (value == "true") state = VA_TRISTATE_TRUE;
+          if (value == "false") state = VA_TRISTATE_FALSE;
+        }
+      if (!rx.had_companion || !rx.companion_clean || rx.companion_state != state)
+        fail("wrong companion handle", cb.name);
       break;
     }
   }
@@ -552,7 +595,15 @@ void maybe_write_seeds() {
     list.emplace_back("login_id" + std::to_string(i), "user" + std::to_string(i));
   list.emplace_back("x_login_id", "last");
   write_seed(dir, "account-list", selector("account_list_cb", false), list);
-  printf("wrote 7 seeds to %s\n", dir);
+  write_seed(dir, "companion-exists", selector("companion_get_account_cb", false),
+             {{"check_mobile_account_exist", "true"}, {"login_id", "user@example.com"}});
+  write_seed(dir, "companion-sign-in", selector("companion_sign_in_result_cb", false),
+             {{dict_key("check_mobile_account_exist"), dict_value("false")},
+              {"user_id", "u1"},
+              {"mcc", "450"}});
+  write_seed(dir, "companion-sign-in-failed", selector("companion_sign_in_result_cb", true),
+             {{"error_code", "-1056964574"}, {"check_mobile_account_exist", "true"}});
+  printf("wrote 10 seeds to %s\n", dir);
   exit(0);
 }
 
