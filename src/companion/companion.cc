@@ -5,6 +5,7 @@
 
 #include "account_record.h"
 #include "companion_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -19,7 +20,7 @@ extern "C" {
 
 velmora_account_companion_h va_companion_new(void) {
   auto *data =
-      static_cast<velmora_account_companion_h>(calloc(1, sizeof(velmora_account_companion_s)));
+      static_cast<velmora_account_companion_h>(va_calloc(1, sizeof(velmora_account_companion_s)));
   if (data == NULL) return NULL;
   data->connected = false;
   // The second tri-state's meaning is not settled; it starts unknown like the first.

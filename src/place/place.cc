@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "place_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -22,7 +23,7 @@ namespace {
 // The checks of create, destroy and get_place keep the extra parentheses of their logged
 // condition: "((!handle))", "((data == NULL))", "((place == NULL))".
 
-char *copy_of(const char *text) { return text ? strdup(text) : NULL; }
+char *copy_of(const char *text) { return text ? va_strdup(text) : NULL; }
 
 // A stored 0.0 (either sign) is handed out as +0.0.
 double coordinate(double stored) { return stored == 0.0 ? 0.0 : stored; }
@@ -32,7 +33,7 @@ double coordinate(double stored) { return stored == 0.0 ? 0.0 : stored; }
 extern "C" {
 
 velmora_account_place_h va_place_new(void) {
-  return static_cast<velmora_account_place_h>(calloc(1, sizeof(velmora_account_place_s)));
+  return static_cast<velmora_account_place_h>(va_calloc(1, sizeof(velmora_account_place_s)));
 }
 
 void va_place_free(velmora_account_place_h place) {

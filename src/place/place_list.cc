@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "place_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -10,10 +11,10 @@ extern "C" {
 
 velmora_account_place_list_h va_place_list_new(void) {
   auto *list =
-      static_cast<velmora_account_place_list_h>(calloc(1, sizeof(velmora_account_place_list_s)));
+      static_cast<velmora_account_place_list_h>(va_calloc(1, sizeof(velmora_account_place_list_s)));
   if (list == NULL) return NULL;
   list->l = static_cast<velmora_account_place_h *>(
-      calloc(VA_PLACE_LIST_SLOTS, sizeof(velmora_account_place_h)));
+      va_calloc(VA_PLACE_LIST_SLOTS, sizeof(velmora_account_place_h)));
   if (list->l == NULL) {
     free(list);
     return NULL;

@@ -14,6 +14,7 @@
 #include "place_record.h"
 #include "request_operation.h"
 #include "request_reply.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -63,7 +64,7 @@ void store(velmora_account_place_h place, const KeyField &f, const char *value) 
     case Kind::kText: {
       char **slot = member<char *>(place, f.offset);
       free(*slot);
-      *slot = strdup(value);
+      *slot = va_strdup(value);
       break;
     }
     case Kind::kInt:

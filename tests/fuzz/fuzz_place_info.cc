@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "account_svc_proxy.h"
+#include "fuzz_quiet.hh"
 #include "place_record.h"
 #include "records_internal.hh"
 #include "rpc_port_parcel.h"
@@ -89,8 +90,8 @@ bool check_item(rpc_port_PlaceS_h item, void *user_data) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
   write_seeds();
-  setenv("VELMORA_LOG_LEVEL", "silent", 1);  // unset fields log as they are read
   return 0;
 }
 

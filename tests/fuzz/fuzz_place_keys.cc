@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "app_control.h"
+#include "fuzz_quiet.hh"
 #include "place_record.h"
 
 namespace {
@@ -101,8 +102,8 @@ void write_seeds() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
+  vfuzz::quiet_log();
   write_seeds();
-  setenv("VELMORA_LOG_LEVEL", "silent", 1);  // every key logs a line
   return 0;
 }
 
