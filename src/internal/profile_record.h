@@ -24,55 +24,109 @@ extern "C" {
 /* Initial value of the list's reserved entries (not used by any profile operation). */
 #define VA_PROFILE_RESERVED_INITIAL 2
 
+/* Where a category's source comes from: kept per item (NAME, BIRTHDAY) or fixed by the category. */
+typedef enum {
+  VA_PROFILE_SOURCE_STORED = -1,
+  VA_PROFILE_SOURCE_IS_ACCOUNT = VELMORA_ACCOUNT_PROFILE_SOURCE_ACCOUNT,
+  VA_PROFILE_SOURCE_IS_PROFILE = VELMORA_ACCOUNT_PROFILE_SOURCE_PROFILE
+} va_profile_source_kind_e;
+
 /*
  * The categories, in category order:
- *   X(value, CONSTANT, member, item type, log word, resource word, is list, most items)
+ *   X(value, CONSTANT, member, item type, log word, resource word, is list, most items, source,
+ *     copy line, privacy-only line)
  * CONSTANT completes VELMORA_ACCOUNT_PROFILE_CATEGORY_ and
  * VELMORA_ACCOUNT_PROFILE_ITEM_<CONSTANT>_; member names the profile record's item pointer and,
- * with "l_" in front, the list's slot.
+ * with "l_" in front, the list's slot. The two lines are what
+ * velmora_account_profile_get_profile_list logs for a single category (NULL for list categories,
+ * which log "<log word> LIST [ n ]"); their spellings are the ones the service's tools look for.
  */
-#define VA_PROFILE_CATEGORIES(X)                                                                 \
-  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2)                                  \
-  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2)              \
-  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1)             \
-  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1)                            \
-  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION", "organizations",   \
-    false, 1)                                                                                    \
-  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1)                       \
-  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1)                \
-  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1)                                 \
-  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts", true, 50) \
-  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50)                      \
-  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50)                   \
-  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50)                             \
-  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50)                           \
-  X(13, HEALTH, health, va_profile_health_s, "HEALTH", "healths", false, 1)
+/* clang-format off */
+#define VA_PROFILE_CATEGORIES(X)                                                                  \
+  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2, VA_PROFILE_SOURCE_STORED,         \
+    NULL, NULL)                                                                                   \
+  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2,               \
+    VA_PROFILE_SOURCE_STORED, NULL, NULL)                                                         \
+  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1,              \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [NICKNAME]", "NICKNAME[ 0 ], Privacy only")   \
+  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1,                             \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [PHOTO]", "PHOTO[ 0 ], Privacy only")         \
+  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION", "organizations",    \
+    false, 1, VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [ORGANIZATION]",                    \
+    "ORGANIZATION[ 0 ], Privacy only")                                                            \
+  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1,                        \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [GENDER]", "GENDER[ 0 ], Privacy only")       \
+  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1,                 \
+    VA_PROFILE_SOURCE_IS_PROFILE, "get_profile list [STATUS]", "STATUS [ 0 ], Privacy only")      \
+  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1,                                  \
+    VA_PROFILE_SOURCE_IS_PROFILE, "get prifile list [NOTE]", "NOTE[ 0 ], Privacy only")           \
+  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts", true, 50,  \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
+  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50,                       \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
+  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50,                    \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
+  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50,                              \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
+  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50,                            \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
+  X(13, HEALTH, health, va_profile_health_s, "HEALTH", "healths", false, 1,                       \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [HEALTH]", "HEALTH[ 0 ], Privacy only")
 
 /*
  * The string fields of each category's item, in item-id order (the field at position n has item
- * id base + n); "verified" is always last. F(member).
+ * id base + n); "verified" is always last.
+ *   F(member, wire word, match word)
+ * The wire word names the field in update bodies and reply keys ("<resource>[_n]:<word>"); the
+ * match word is what the reply parser looks for in a key, in field order. They differ only where a
+ * shorter word is matched (NAME's phonetic fields). The capital letters keep "givenName" from
+ * matching "phoneticGivenName".
  */
-/* The formatter does not settle on one layout for this list. */
-/* clang-format off */
-#define VA_PROFILE_NAME_FIELDS(F)                                                             \
-  F(prefix) F(given_name) F(middle_name) F(family_name) F(suffix) F(phonetic_given)         \
-  F(phonetic_middle) F(phonetic_family) F(verified)
+#define VA_PROFILE_NAME_FIELDS(F)                                                          \
+  F(prefix, "prefixName", "prefixName")                                                    \
+  F(given_name, "givenName", "givenName")                                                  \
+  F(middle_name, "middleName", "middleName")                                               \
+  F(family_name, "familyName", "familyName")                                               \
+  F(suffix, "suffixName", "suffixName")                                                    \
+  F(phonetic_given, "phoneticGivenName", "phoneticGiven")                                  \
+  F(phonetic_middle, "phoneticMiddleName", "phoneticMiddle")                               \
+  F(phonetic_family, "phoneticFamilyName", "phoneticFamily")                               \
+  F(verified, "verified", "verified")
+#define VA_PROFILE_BIRTHDAY_FIELDS(F)                                                      \
+  F(year, "date:year", "date:year") F(month, "date:month", "date:month")                   \
+  F(day, "date:day", "date:day") F(date, "value", "value") F(type, "type", "type")         \
+  F(verified, "verified", "verified")
+#define VA_PROFILE_NICKNAME_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
+#define VA_PROFILE_PHOTO_FIELDS(F)                                                         \
+  F(url, "url", "url") F(create_index, "createIndex", "createIndex")                       \
+  F(create_time, "createTime", "createTime") F(hash, "hash", "hash")                       \
+  F(verified, "verified", "verified")
+#define VA_PROFILE_ORGANIZATION_FIELDS(F)                                                  \
+  F(company, "company", "company") F(department, "department", "department")               \
+  F(title, "title", "title") F(verified, "verified", "verified")
+#define VA_PROFILE_GENDER_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
+#define VA_PROFILE_STATUS_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
+#define VA_PROFILE_NOTE_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
+#define VA_PROFILE_CONTACT_FIELDS(F)                                                       \
+  F(value, "value", "value") F(type, "type", "type") F(label, "label", "label")            \
+  F(key, "key", "key") F(verified, "verified", "verified")
+#define VA_PROFILE_MESSENGER_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
+#define VA_PROFILE_PHONE_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
+#define VA_PROFILE_EMAIL_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
+#define VA_PROFILE_WEB_FIELDS(F)                                                           \
+  F(value, "value", "value") F(key, "key", "key") F(verified, "verified", "verified")
+#define VA_PROFILE_EVENT_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
+#define VA_PROFILE_HEALTH_FIELDS(F)                                                        \
+  F(height, "height", "height") F(weight, "weight", "weight")                              \
+  F(activity_level, "activityLevel", "activityLevel") F(verified, "verified", "verified")
 /* clang-format on */
-#define VA_PROFILE_BIRTHDAY_FIELDS(F) F(year) F(month) F(day) F(date) F(type) F(verified)
-#define VA_PROFILE_NICKNAME_FIELDS(F) F(value) F(verified)
-#define VA_PROFILE_PHOTO_FIELDS(F) F(url) F(create_index) F(create_time) F(hash) F(verified)
-#define VA_PROFILE_ORGANIZATION_FIELDS(F) F(company) F(department) F(title) F(verified)
-#define VA_PROFILE_GENDER_FIELDS(F) F(value) F(verified)
-#define VA_PROFILE_STATUS_FIELDS(F) F(value) F(verified)
-#define VA_PROFILE_NOTE_FIELDS(F) F(value) F(verified)
-#define VA_PROFILE_MESSENGER_FIELDS(F) F(value) F(type) F(label) F(key) F(verified)
-#define VA_PROFILE_PHONE_FIELDS(F) F(value) F(type) F(label) F(key) F(verified)
-#define VA_PROFILE_EMAIL_FIELDS(F) F(value) F(type) F(label) F(key) F(verified)
-#define VA_PROFILE_WEB_FIELDS(F) F(value) F(key) F(verified)
-#define VA_PROFILE_EVENT_FIELDS(F) F(value) F(type) F(label) F(key) F(verified)
-#define VA_PROFILE_HEALTH_FIELDS(F) F(height) F(weight) F(activity_level) F(verified)
 
-#define VA_PROFILE_STRING_MEMBER(member) char *member;
+/* The word that names a NAME or BIRTHDAY item's source in update bodies and reply keys
+ * ("names_2:metadata:source:type" = "ACCOUNT"), and what the reply parser looks for. */
+#define VA_PROFILE_SOURCE_WORD "metadata:source:type"
+#define VA_PROFILE_SOURCE_MATCH "source:type"
+
+#define VA_PROFILE_STRING_MEMBER(member, word, match) char *member;
 
 /* Item records. NAME and BIRTHDAY also keep a source (VELMORA_ACCOUNT_PROFILE_SOURCE_* or
  * VA_PROFILE_SOURCE_UNSET). */
@@ -168,14 +222,20 @@ struct velmora_account_profile_list_s {
 /* What the code needs to know about one category. */
 typedef struct {
   int category;
+  const char *member;   /* "name", "phone", ...: the record's member, in condition logs */
   const char *log_word; /* "NAME", "PHONE", ... */
   const char *resource; /* the category's name on the wire: "names", "phoneNumbers", ... */
   bool is_list;
   int limit;                       /* most items in a list */
+  va_profile_source_kind_e source; /* stored per item, or fixed ACCOUNT / PROFILE */
+  const char *copy_line;           /* get_profile_list's lines for a single category */
+  const char *privacy_only_line;
   int item_base;                   /* item id of the first string field */
   int string_count;                /* string fields; the last is "verified" */
   const size_t *string_offsets;    /* offset of each string field in the item record */
   const char *const *string_names; /* member name of each string field */
+  const char *const *wire_words;   /* each field's word in update bodies and reply keys */
+  const char *const *match_words;  /* each field's word as the reply parser looks for it */
   bool has_source;                 /* NAME and BIRTHDAY */
   size_t source_offset;
   size_t item_size;
@@ -220,6 +280,9 @@ void va_profile_list_release(struct velmora_account_profile_list_s *list);
  * entry `index` of a list category's array. NULL when absent or out of range. */
 void *va_profile_list_get_item(const struct velmora_account_profile_list_s *list, int category,
                                int index);
+/* The slot of `category`: the single item record of a single category, or the pointer array of a
+ * list category; NULL when it is missing (or for a bad category). */
+void *va_profile_list_slot(const struct velmora_account_profile_list_s *list, int category);
 /* Stores `item` as item `index` of `category` (the previous record is not freed). False when the
  * category, the index or the list category's array is not there. */
 bool va_profile_list_set_item(struct velmora_account_profile_list_s *list, int category, int index,

@@ -32,29 +32,40 @@ constexpr size_t source_offset() {
 }
 
 // Per category: the offsets and member names of the item's string fields.
-#define VA_FIELD_OFFSET(m) offsetof(Item, m),
-#define VA_FIELD_NAME(m) #m,
-#define VA_DEFINE_FIELDS(value, CONST, member, type, log_word, resource, is_list, limit) \
-  namespace cat_##CONST {                                                                \
-    using Item = type;                                                                   \
-    constexpr size_t kOffsets[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_OFFSET)};        \
-    constexpr const char *kNames[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NAME)};       \
+#define VA_FIELD_OFFSET(m, word, match) offsetof(Item, m),
+#define VA_FIELD_NAME(m, word, match) #m,
+#define VA_FIELD_WORD(m, word, match) word,
+#define VA_FIELD_MATCH(m, word, match) match,
+#define VA_DEFINE_FIELDS(value, CONST, member, type, ...)                             \
+  namespace cat_##CONST {                                                             \
+    using Item = type;                                                                \
+    constexpr size_t kOffsets[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_OFFSET)};     \
+    constexpr const char *kNames[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NAME)};    \
+    constexpr const char *kWords[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_WORD)};    \
+    constexpr const char *kMatches[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_MATCH)}; \
   }
 VA_PROFILE_CATEGORIES(VA_DEFINE_FIELDS)
 #undef VA_DEFINE_FIELDS
 
-#define VA_DESCRIBE(value, CONST, member, type, log_word, resource, is_list, limit) \
-  {value,                                                                           \
-   log_word,                                                                        \
-   resource,                                                                        \
-   is_list,                                                                         \
-   limit,                                                                           \
-   item_base(value),                                                                \
-   static_cast<int>(std::size(cat_##CONST::kOffsets)),                              \
-   cat_##CONST::kOffsets,                                                           \
-   cat_##CONST::kNames,                                                             \
-   kHasSource<type>,                                                                \
-   source_offset<type>(),                                                           \
+#define VA_DESCRIBE(value, CONST, member, type, log_word, resource, is_list, limit, source, \
+                    copy_line, privacy_only_line)                                           \
+  {value,                                                                                   \
+   #member,                                                                                 \
+   log_word,                                                                                \
+   resource,                                                                                \
+   is_list,                                                                                 \
+   limit,                                                                                   \
+   source,                                                                                  \
+   copy_line,                                                                               \
+   privacy_only_line,                                                                       \
+   item_base(value),                                                                        \
+   static_cast<int>(std::size(cat_##CONST::kOffsets)),                                      \
+   cat_##CONST::kOffsets,                                                                   \
+   cat_##CONST::kNames,                                                                     \
+   cat_##CONST::kWords,                                                                     \
+   cat_##CONST::kMatches,                                                                   \
+   kHasSource<type>,                                                                        \
+   source_offset<type>(),                                                                   \
    sizeof(type)},
 constexpr va_profile_category_desc kCategories[] = {VA_PROFILE_CATEGORIES(VA_DESCRIBE)};
 #undef VA_DESCRIBE
@@ -62,11 +73,12 @@ static_assert(std::size(kCategories) == VA_PROFILE_CATEGORY_COUNT);
 
 // The table agrees with the public constants: category values, and each category's last string id
 // (VERIFIED) and source id.
-#define VA_CHECK(value, CONST, member, type, log_word, resource, is_list, limit) \
-  static_assert(VELMORA_ACCOUNT_PROFILE_CATEGORY_##CONST == value);              \
-  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_VERIFIED ==               \
-                item_base(value) + std::size(cat_##CONST::kOffsets) - 1);        \
-  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_SOURCE ==                 \
+#define VA_CHECK(value, CONST, member, type, log_word, resource, is_list, limit, source, ...) \
+  static_assert((source == VA_PROFILE_SOURCE_STORED) == kHasSource<type>);                    \
+  static_assert(VELMORA_ACCOUNT_PROFILE_CATEGORY_##CONST == value);                           \
+  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_VERIFIED ==                            \
+                item_base(value) + std::size(cat_##CONST::kOffsets) - 1);                     \
+  static_assert(VELMORA_ACCOUNT_PROFILE_ITEM_##CONST##_SOURCE ==                              \
                 item_base(value) + std::size(cat_##CONST::kOffsets));
 VA_PROFILE_CATEGORIES(VA_CHECK)
 #undef VA_CHECK
@@ -201,7 +213,7 @@ velmora_account_profile_list_s *va_profile_list_new(void) {
     list->privacy[c] = VELMORA_ACCOUNT_PROFILE_PRIVACY_UNKNOWN;
   }
   bool ok = true;
-#define VA_ALLOC(value, CONST, member, type, log_word, resource, is_list, limit) \
+#define VA_ALLOC(value, CONST, member, type, log_word, resource, is_list, limit, ...) \
   ok = slot_alloc(list->l_##member, value, limit) && ok;
   VA_PROFILE_CATEGORIES(VA_ALLOC)
 #undef VA_ALLOC
@@ -214,7 +226,7 @@ velmora_account_profile_list_s *va_profile_list_new(void) {
 
 void va_profile_list_release(velmora_account_profile_list_s *list) {
   if (!list) return;
-#define VA_RELEASE(value, CONST, member, type, log_word, resource, is_list, limit) \
+#define VA_RELEASE(value, CONST, member, type, log_word, resource, is_list, limit, ...) \
   slot_release(list->l_##member, value, limit);
   VA_PROFILE_CATEGORIES(VA_RELEASE)
 #undef VA_RELEASE
@@ -226,11 +238,23 @@ void *va_profile_list_get_item(const velmora_account_profile_list_s *list, int c
                                int index) {
   if (!list) return nullptr;
   switch (category) {
-#define VA_LIST_GET(value, CONST, member, type, log_word, resource, is_list, limit) \
-  case value:                                                                       \
+#define VA_LIST_GET(value, CONST, member, type, log_word, resource, is_list, limit, ...) \
+  case value:                                                                            \
     return slot_get(list->l_##member, index, limit);
     VA_PROFILE_CATEGORIES(VA_LIST_GET)
 #undef VA_LIST_GET
+  }
+  return nullptr;
+}
+
+void *va_profile_list_slot(const velmora_account_profile_list_s *list, int category) {
+  if (!list) return nullptr;
+  switch (category) {
+#define VA_LIST_SLOT(value, CONST, member, ...) \
+  case value:                                   \
+    return list->l_##member;
+    VA_PROFILE_CATEGORIES(VA_LIST_SLOT)
+#undef VA_LIST_SLOT
   }
   return nullptr;
 }
@@ -239,8 +263,8 @@ bool va_profile_list_set_item(velmora_account_profile_list_s *list, int category
                               void *item) {
   if (!list) return false;
   switch (category) {
-#define VA_LIST_SET(value, CONST, member, type, log_word, resource, is_list, limit) \
-  case value:                                                                       \
+#define VA_LIST_SET(value, CONST, member, type, log_word, resource, is_list, limit, ...) \
+  case value:                                                                            \
     return slot_set(list->l_##member, index, limit, item);
     VA_PROFILE_CATEGORIES(VA_LIST_SET)
 #undef VA_LIST_SET
