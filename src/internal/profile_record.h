@@ -280,6 +280,10 @@ void va_profile_list_release(struct velmora_account_profile_list_s *list);
  * entry `index` of a list category's array. NULL when absent or out of range. */
 void *va_profile_list_get_item(const struct velmora_account_profile_list_s *list, int category,
                                int index);
+/* Item `index` of `category`, allocated (zeroed) and stored when missing; *existed (may be NULL)
+ * tells which. NULL when the slot or the index is not there, or out of memory. */
+void *va_profile_list_item_at(struct velmora_account_profile_list_s *list, int category, int index,
+                              bool *existed);
 /* The slot of `category`: the single item record of a single category, or the pointer array of a
  * list category; NULL when it is missing (or for a bad category). */
 void *va_profile_list_slot(const struct velmora_account_profile_list_s *list, int category);

@@ -68,14 +68,10 @@ int copy_list(const velmora_account_profile_list_s *link, const va_profile_categ
       VA_LOGE("(account->link->l_%s[i] == NULL)", desc->member);
       return VELMORA_ACCOUNT_ERROR_NONE;
     }
-    void *to = va_profile_list_get_item(ll, category, i);
+    void *to = va_profile_list_item_at(ll, category, i, NULL);
     if (to == NULL) {
-      to = va_profile_item_new(category);
-      if (to == NULL) {
-        VA_LOGE("(ll->l_%s[i] == NULL)", desc->member);
-        return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
-      }
-      va_profile_list_set_item(ll, category, i, to);
+      VA_LOGE("(ll->l_%s[i] == NULL)", desc->member);
+      return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
     }
     if (!va_profile_item_copy(to, from, category, skipped_position(category)))
       return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;

@@ -57,20 +57,16 @@ int va_profile_append_item(velmora_account_profile_list_h dest, velmora_account_
     VA_LOGE("(dest->l_%s == NULL)", desc->member);
     return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
-  void *to = va_profile_list_get_item(dest, category, index);
+  bool existed = false;
+  void *to = va_profile_list_item_at(dest, category, index, &existed);
   if (to == NULL) {
-    to = va_profile_item_new(category);
-    if (to == NULL) {
-      if (desc->is_list)
-        VA_LOGE("(dest->l_%s[i] == NULL)", desc->member);
-      else
-        VA_LOGE("(dest->l_%s == NULL)", desc->member);
-      return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
-    }
-    va_profile_list_set_item(dest, category, index, to);
-  } else {
-    VA_LOGI("memory allocated");
+    if (desc->is_list)
+      VA_LOGE("(dest->l_%s[i] == NULL)", desc->member);
+    else
+      VA_LOGE("(dest->l_%s == NULL)", desc->member);
+    return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
+  if (existed) VA_LOGI("memory allocated");
   if (!va_profile_item_copy(to, from, category, -1)) return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   if (desc->has_source && from != NULL)
     *va_profile_item_source(to, category) =

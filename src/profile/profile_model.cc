@@ -247,6 +247,22 @@ void *va_profile_list_get_item(const velmora_account_profile_list_s *list, int c
   return nullptr;
 }
 
+void *va_profile_list_item_at(velmora_account_profile_list_s *list, int category, int index,
+                              bool *existed) {
+  void *item = va_profile_list_get_item(list, category, index);
+  if (existed) *existed = item != nullptr;
+  if (item) return item;
+  const va_profile_category_desc *desc = va_profile_category(category);
+  if (!desc || !list || index < 0 || index >= desc->limit) return nullptr;
+  if (desc->is_list && !va_profile_list_slot(list, category)) return nullptr;
+  item = va_profile_item_new(category);
+  if (item && !va_profile_list_set_item(list, category, index, item)) {
+    va_profile_item_free(category, item);
+    item = nullptr;
+  }
+  return item;
+}
+
 void *va_profile_list_slot(const velmora_account_profile_list_s *list, int category) {
   if (!list) return nullptr;
   switch (category) {
