@@ -34,91 +34,120 @@ typedef enum {
 /*
  * The categories, in category order:
  *   X(value, CONSTANT, member, item type, log word, resource word, is list, most items, source,
- *     copy line, privacy-only line)
+ *     copy line, privacy-only line, Nidl)
  * CONSTANT completes VELMORA_ACCOUNT_PROFILE_CATEGORY_ and
  * VELMORA_ACCOUNT_PROFILE_ITEM_<CONSTANT>_; member names the profile record's item pointer and,
  * with "l_" in front, the list's slot. The two lines are what
  * velmora_account_profile_get_profile_list logs for a single category (NULL for list categories,
  * which log "<log word> LIST [ n ]"); their spellings are the ones the service's tools look for.
+ * Nidl names the category in the port's records: its item record <Nidl>S, its field of ProfileS
+ * (<Nidl>List for a list category, <Nidl> for a single one) and its field of PrivacyS (<Nidl>).
  */
 /* clang-format off */
-#define VA_PROFILE_CATEGORIES(X)                                                                  \
-  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2, VA_PROFILE_SOURCE_STORED,         \
-    NULL, NULL)                                                                                   \
-  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2,               \
-    VA_PROFILE_SOURCE_STORED, NULL, NULL)                                                         \
-  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1,              \
-    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [NICKNAME]", "NICKNAME[ 0 ], Privacy only")   \
-  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1,                             \
-    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [PHOTO]", "PHOTO[ 0 ], Privacy only")         \
-  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION", "organizations",    \
-    false, 1, VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [ORGANIZATION]",                    \
-    "ORGANIZATION[ 0 ], Privacy only")                                                            \
-  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1,                        \
-    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [GENDER]", "GENDER[ 0 ], Privacy only")       \
-  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1,                 \
-    VA_PROFILE_SOURCE_IS_PROFILE, "get_profile list [STATUS]", "STATUS [ 0 ], Privacy only")      \
-  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1,                                  \
-    VA_PROFILE_SOURCE_IS_PROFILE, "get prifile list [NOTE]", "NOTE[ 0 ], Privacy only")           \
-  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts", true, 50,  \
-    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
-  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50,                       \
-    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
-  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50,                    \
-    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
-  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50,                              \
-    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
-  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50,                            \
-    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL)                                                     \
-  X(13, HEALTH, health, va_profile_health_s, "HEALTH", "healths", false, 1,                       \
-    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [HEALTH]", "HEALTH[ 0 ], Privacy only")
+#define VA_PROFILE_CATEGORIES(X)                                                                   \
+  X(0, NAME, name, va_profile_name_s, "NAME", "names", true, 2, VA_PROFILE_SOURCE_STORED,          \
+    NULL, NULL, Name)                                                                              \
+  X(1, BIRTHDAY, birthday, va_profile_birthday_s, "BIRTHDAY", "birthdays", true, 2,                \
+    VA_PROFILE_SOURCE_STORED, NULL, NULL, Birthday)                                                \
+  X(2, NICKNAME, nickname, va_profile_nickname_s, "NICKNAME", "nicknames", false, 1,               \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [NICKNAME]", "NICKNAME[ 0 ], Privacy only",   \
+    Nickname)                                                                                      \
+  X(3, PHOTO, photo, va_profile_photo_s, "PHOTO", "photos", false, 1,                              \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [PHOTO]", "PHOTO[ 0 ], Privacy only", Photo)   \
+  X(4, ORGANIZATION, organization, va_profile_organization_s, "ORGANIZATION", "organizations",     \
+    false, 1, VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [ORGANIZATION]",                     \
+    "ORGANIZATION[ 0 ], Privacy only", Organization)                                               \
+  X(5, GENDER, gender, va_profile_gender_s, "GENDER", "genders", false, 1,                         \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [GENDER]", "GENDER[ 0 ], Privacy only",       \
+    Gender)                                                                                        \
+  X(6, STATUS, status, va_profile_status_s, "STATUS", "statusMessages", false, 1,                  \
+    VA_PROFILE_SOURCE_IS_PROFILE, "get_profile list [STATUS]", "STATUS [ 0 ], Privacy only",      \
+    Status)                                                                                        \
+  X(7, NOTE, note, va_profile_note_s, "NOTE", "notes", false, 1,                                   \
+    VA_PROFILE_SOURCE_IS_PROFILE, "get prifile list [NOTE]", "NOTE[ 0 ], Privacy only", Note)      \
+  X(8, MESSENGER, messenger, va_profile_messenger_s, "MESSENGER", "messengerAccounts", true, 50,   \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL, Messenger)                                           \
+  X(9, PHONE, phone, va_profile_phone_s, "PHONE", "phoneNumbers", true, 50,                        \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL, Phone)                                               \
+  X(10, EMAIL, email, va_profile_email_s, "EMAIL", "emailAddresses", true, 50,                     \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL, Email)                                               \
+  X(11, WEB, web, va_profile_web_s, "WEB", "webAddresses", true, 50,                               \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL, Web)                                                 \
+  X(12, EVENT, event, va_profile_event_s, "EVENT", "events", true, 50,                             \
+    VA_PROFILE_SOURCE_IS_PROFILE, NULL, NULL, Event)                                               \
+  X(13, HEALTH, health, va_profile_health_s, "HEALTH", "healths", false, 1,                        \
+    VA_PROFILE_SOURCE_IS_ACCOUNT, "get profile list [HEALTH]", "HEALTH[ 0 ], Privacy only",       \
+    Health)
 
 /*
  * The string fields of each category's item, in item-id order (the field at position n has item
  * id base + n); "verified" is always last.
- *   F(member, wire word, match word)
+ *   F(member, wire word, match word, Nidl)
  * The wire word names the field in update bodies and reply keys ("<resource>[_n]:<word>"); the
  * match word is what the reply parser looks for in a key, in field order. They differ only where a
  * shorter word is matched (NAME's phonetic fields). The capital letters keep "givenName" from
- * matching "phoneticGivenName".
+ * matching "phoneticGivenName". Nidl is the field of the port's item record (<Nidl>S) that carries
+ * it; NAME and BIRTHDAY keep their source in the record's field Source ("ACCOUNT", "PROFILE").
  */
-#define VA_PROFILE_NAME_FIELDS(F)                                                          \
-  F(prefix, "prefixName", "prefixName")                                                    \
-  F(given_name, "givenName", "givenName")                                                  \
-  F(middle_name, "middleName", "middleName")                                               \
-  F(family_name, "familyName", "familyName")                                               \
-  F(suffix, "suffixName", "suffixName")                                                    \
-  F(phonetic_given, "phoneticGivenName", "phoneticGiven")                                  \
-  F(phonetic_middle, "phoneticMiddleName", "phoneticMiddle")                               \
-  F(phonetic_family, "phoneticFamilyName", "phoneticFamily")                               \
-  F(verified, "verified", "verified")
-#define VA_PROFILE_BIRTHDAY_FIELDS(F)                                                      \
-  F(year, "date:year", "date:year") F(month, "date:month", "date:month")                   \
-  F(day, "date:day", "date:day") F(date, "value", "value") F(type, "type", "type")         \
-  F(verified, "verified", "verified")
-#define VA_PROFILE_NICKNAME_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
-#define VA_PROFILE_PHOTO_FIELDS(F)                                                         \
-  F(url, "url", "url") F(create_index, "createIndex", "createIndex")                       \
-  F(create_time, "createTime", "createTime") F(hash, "hash", "hash")                       \
-  F(verified, "verified", "verified")
-#define VA_PROFILE_ORGANIZATION_FIELDS(F)                                                  \
-  F(company, "company", "company") F(department, "department", "department")               \
-  F(title, "title", "title") F(verified, "verified", "verified")
-#define VA_PROFILE_GENDER_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
-#define VA_PROFILE_STATUS_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
-#define VA_PROFILE_NOTE_FIELDS(F) F(value, "value", "value") F(verified, "verified", "verified")
-#define VA_PROFILE_CONTACT_FIELDS(F)                                                       \
-  F(value, "value", "value") F(type, "type", "type") F(label, "label", "label")            \
-  F(key, "key", "key") F(verified, "verified", "verified")
+#define VA_PROFILE_NAME_FIELDS(F)                                                \
+  F(prefix, "prefixName", "prefixName", Prefix)                                  \
+  F(given_name, "givenName", "givenName", GivenName)                             \
+  F(middle_name, "middleName", "middleName", MiddleName)                         \
+  F(family_name, "familyName", "familyName", FamilyName)                         \
+  F(suffix, "suffixName", "suffixName", Suffix)                                  \
+  F(phonetic_given, "phoneticGivenName", "phoneticGiven", PhoneticGiven)         \
+  F(phonetic_middle, "phoneticMiddleName", "phoneticMiddle", PhoneticMiddle)     \
+  F(phonetic_family, "phoneticFamilyName", "phoneticFamily", PhoneticFamily)     \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_BIRTHDAY_FIELDS(F)                                            \
+  F(year, "date:year", "date:year", Year)                                        \
+  F(month, "date:month", "date:month", Month)                                    \
+  F(day, "date:day", "date:day", Day)                                            \
+  F(date, "value", "value", Date)                                                \
+  F(type, "type", "type", Type)                                                  \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_NICKNAME_FIELDS(F)                                            \
+  F(value, "value", "value", Value)                                              \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_PHOTO_FIELDS(F)                                               \
+  F(url, "url", "url", Url)                                                      \
+  F(create_index, "createIndex", "createIndex", CreateIndex)                     \
+  F(create_time, "createTime", "createTime", CreateTime)                         \
+  F(hash, "hash", "hash", Hash)                                                  \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_ORGANIZATION_FIELDS(F)                                        \
+  F(company, "company", "company", Company)                                      \
+  F(department, "department", "department", Department)                          \
+  F(title, "title", "title", Title)                                              \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_GENDER_FIELDS(F)                                              \
+  F(value, "value", "value", Value)                                              \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_STATUS_FIELDS(F)                                              \
+  F(value, "value", "value", Value)                                              \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_NOTE_FIELDS(F)                                                \
+  F(value, "value", "value", Value)                                              \
+  F(verified, "verified", "verified", Verified)
+#define VA_PROFILE_CONTACT_FIELDS(F)                                             \
+  F(value, "value", "value", Value)                                              \
+  F(type, "type", "type", Type)                                                  \
+  F(label, "label", "label", Label)                                              \
+  F(key, "key", "key", Key)                                                      \
+  F(verified, "verified", "verified", Verified)
 #define VA_PROFILE_MESSENGER_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
 #define VA_PROFILE_PHONE_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
 #define VA_PROFILE_EMAIL_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
-#define VA_PROFILE_WEB_FIELDS(F)                                                           \
-  F(value, "value", "value") F(key, "key", "key") F(verified, "verified", "verified")
+#define VA_PROFILE_WEB_FIELDS(F)                                                 \
+  F(value, "value", "value", Value)                                              \
+  F(key, "key", "key", Key)                                                      \
+  F(verified, "verified", "verified", Verified)
 #define VA_PROFILE_EVENT_FIELDS(F) VA_PROFILE_CONTACT_FIELDS(F)
-#define VA_PROFILE_HEALTH_FIELDS(F)                                                        \
-  F(height, "height", "height") F(weight, "weight", "weight")                              \
-  F(activity_level, "activityLevel", "activityLevel") F(verified, "verified", "verified")
+#define VA_PROFILE_HEALTH_FIELDS(F)                                              \
+  F(height, "height", "height", Height)                                          \
+  F(weight, "weight", "weight", Weight)                                          \
+  F(activity_level, "activityLevel", "activityLevel", ActivityLevel)             \
+  F(verified, "verified", "verified", Verified)
 /* clang-format on */
 
 /* The word that names a NAME or BIRTHDAY item's source in update bodies and reply keys
@@ -126,7 +155,7 @@ typedef enum {
 #define VA_PROFILE_SOURCE_WORD "metadata:source:type"
 #define VA_PROFILE_SOURCE_MATCH "source:type"
 
-#define VA_PROFILE_STRING_MEMBER(member, word, match) char *member;
+#define VA_PROFILE_STRING_MEMBER(member, word, match, nidl) char *member;
 
 /* Item records. NAME and BIRTHDAY also keep a source (VELMORA_ACCOUNT_PROFILE_SOURCE_* or
  * VA_PROFILE_SOURCE_UNSET). */
@@ -236,6 +265,8 @@ typedef struct {
   const char *const *string_names; /* member name of each string field */
   const char *const *wire_words;   /* each field's word in update bodies and reply keys */
   const char *const *match_words;  /* each field's word as the reply parser looks for it */
+  const char *nidl;                /* "Name": the port's NameS, ProfileS.NameList, PrivacyS.Name */
+  const char *const *nidl_fields;  /* each field's name in the port's item record */
   bool has_source;                 /* NAME and BIRTHDAY */
   size_t source_offset;
   size_t item_size;

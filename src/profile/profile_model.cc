@@ -32,10 +32,11 @@ constexpr size_t source_offset() {
 }
 
 // Per category: the offsets and member names of the item's string fields.
-#define VA_FIELD_OFFSET(m, word, match) offsetof(Item, m),
-#define VA_FIELD_NAME(m, word, match) #m,
-#define VA_FIELD_WORD(m, word, match) word,
-#define VA_FIELD_MATCH(m, word, match) match,
+#define VA_FIELD_OFFSET(m, word, match, nidl) offsetof(Item, m),
+#define VA_FIELD_NAME(m, word, match, nidl) #m,
+#define VA_FIELD_WORD(m, word, match, nidl) word,
+#define VA_FIELD_MATCH(m, word, match, nidl) match,
+#define VA_FIELD_NIDL(m, word, match, nidl) #nidl,
 #define VA_DEFINE_FIELDS(value, CONST, member, type, ...)                             \
   namespace cat_##CONST {                                                             \
     using Item = type;                                                                \
@@ -43,12 +44,13 @@ constexpr size_t source_offset() {
     constexpr const char *kNames[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NAME)};    \
     constexpr const char *kWords[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_WORD)};    \
     constexpr const char *kMatches[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_MATCH)}; \
+    constexpr const char *kNidl[] = {VA_PROFILE_##CONST##_FIELDS(VA_FIELD_NIDL)};     \
   }
 VA_PROFILE_CATEGORIES(VA_DEFINE_FIELDS)
 #undef VA_DEFINE_FIELDS
 
 #define VA_DESCRIBE(value, CONST, member, type, log_word, resource, is_list, limit, source, \
-                    copy_line, privacy_only_line)                                           \
+                    copy_line, privacy_only_line, nidl)                                     \
   {value,                                                                                   \
    #member,                                                                                 \
    log_word,                                                                                \
@@ -64,6 +66,8 @@ VA_PROFILE_CATEGORIES(VA_DEFINE_FIELDS)
    cat_##CONST::kNames,                                                                     \
    cat_##CONST::kWords,                                                                     \
    cat_##CONST::kMatches,                                                                   \
+   #nidl,                                                                                   \
+   cat_##CONST::kNidl,                                                                      \
    kHasSource<type>,                                                                        \
    source_offset<type>(),                                                                   \
    sizeof(type)},
