@@ -23,7 +23,8 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
       mcc_(users_, accounts_),
       consents_(*db_, users_, accounts_, clock_),
       linking_(*db_, accounts_, clients_, tokens_, clock_),
-      places_(*db_, users_, accounts_) {
+      places_(*db_, users_, accounts_),
+      profiles_(*db_, users_, accounts_, clients_) {
   set_clock(nullptr);
 }
 

@@ -30,6 +30,7 @@
 #include "linking.hh"
 #include "mcc.hh"
 #include "places.hh"
+#include "profiles.hh"
 #include "result.hh"
 #include "state_db.hh"
 #include "tokens.hh"
@@ -55,6 +56,7 @@ class AgentState {
   Consents &consents() { return consents_; }
   Linking &linking() { return linking_; }
   Places &places() { return places_; }
+  Profiles &profiles() { return profiles_; }
 
   // The faults of an operation in this root's faults.conf (read again when it changed).
   Fault faults(const std::string &operation) { return faults_.faults(operation); }
@@ -93,6 +95,7 @@ class AgentState {
   Consents consents_;
   Linking linking_;
   Places places_;
+  Profiles profiles_;
 };
 
 }  // namespace vagent

@@ -8,6 +8,7 @@
 #include "identity.hh"
 #include "linking.hh"
 #include "places.hh"
+#include "profiles.hh"
 #include "tokens.hh"
 #include "users.hh"
 
@@ -25,6 +26,7 @@ const std::vector<const SchemaArea *> &schema_areas() {
       &linking_schema(),   // partner clients and account linking with them
       &consents_schema(),  // terms consents with the time each was given
       &places_schema(),    // saved places of each user
+      &profiles_schema(),  // users' profiles and the applications subscribed to their changes
   };
   return table;
 }
