@@ -23,6 +23,29 @@ bool Request::has(const char *key) const {
   return found;
 }
 
+Extras Request::all() const {
+  Extras out;
+  app_control_foreach_extra_data(
+      request_,
+      [](app_control_h ac, const char *key, void *data) {
+        char *value = nullptr;
+        if (app_control_get_extra_data(ac, key, &value) == APP_CONTROL_ERROR_NONE && value)
+          static_cast<Extras *>(data)->emplace_back(key, value);
+        free(value);
+        return true;
+      },
+      &out);
+  return out;
+}
+
+std::string Request::caller() const {
+  char *id = nullptr;
+  if (app_control_get_caller(request_, &id) != APP_CONTROL_ERROR_NONE || !id) return "";
+  std::string out = id;
+  free(id);
+  return out;
+}
+
 Answer failure(int code) {
   Answer a;
   a.ok = false;
@@ -47,7 +70,7 @@ const std::vector<Operation> &app_control_operations() {
   static const std::vector<Operation> table = [] {
     std::vector<Operation> all;
     for (const auto *group : {&token_operations(), &query_operations(), &service_operations(),
-                              &place_operations(), &companion_operations()})
+                              &place_operations(), &companion_operations(), &profile_operations()})
       all.insert(all.end(), group->begin(), group->end());
     return all;
   }();

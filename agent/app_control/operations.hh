@@ -29,6 +29,10 @@ class Request {
   // The extra `key`, or "" when the request has none.
   std::string extra(const char *key) const;
   bool has(const char *key) const;
+  // Every extra, in the order the sender added them.
+  Extras all() const;
+  // The id of the application that sent it ("" for a sender that runs as no application).
+  std::string caller() const;
 
  private:
   app_control_h request_;
@@ -85,6 +89,8 @@ const std::vector<Operation> &place_operations();
 const std::vector<Operation> &companion_operations();
 // Work the companion operations still wait for (the idle exit waits for it).
 bool companion_busy();
+// The user's profile, its privacy and change notification (app_control/profile.cc).
+const std::vector<Operation> &profile_operations();
 
 // Every operation served, in lookup order.
 const std::vector<Operation> &app_control_operations();

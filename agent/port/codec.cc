@@ -9,13 +9,13 @@ namespace vagent::nidl {
 
 namespace {
 
-// A record read from a request and thrown away: the agent keeps no profile or privacy content.
-template <typename H, int (*Create)(H *), int (*Destroy)(H)>
-bool skip_record(rpc_port_parcel_h parcel) {
+// A record read from a request into `out`.
+template <typename H, int (*Create)(H *), typename Owner>
+bool read_record(rpc_port_parcel_h parcel, Owner *out) {
   H h = nullptr;
   if (Create(&h) != 0) return false;
+  out->reset(h);
   rpc_port_parcel_read(parcel, va::rec::parcelable_of(h), h);
-  Destroy(h);
   return true;
 }
 
@@ -80,13 +80,11 @@ bool read_request(rpc_port_parcel_h parcel, const std::vector<ArgKind> &args, Ni
         break;
       }
       case ArgKind::kProfile:
-        if (!skip_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create, rpc_port_ProfileS_destroy>(
-                parcel))
+        if (!read_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create>(parcel, &out->profile))
           return false;
         break;
       case ArgKind::kPrivacy:
-        if (!skip_record<rpc_port_PrivacyS_h, rpc_port_PrivacyS_create, rpc_port_PrivacyS_destroy>(
-                parcel))
+        if (!read_record<rpc_port_PrivacyS_h, rpc_port_PrivacyS_create>(parcel, &out->privacy))
           return false;
         break;
       case ArgKind::kDelegate:
@@ -135,7 +133,8 @@ Parcel result_parcel(OutKind kind, const Output &output, int result) {
 }
 
 Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_AccountS_h account,
-                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults) {
+                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults,
+                       const rpc_port_ProfileS_h profile) {
   Parcel p = new_parcel();
   if (!p) return p;
   rpc_port_parcel_write_int32(p.get(), kProtocolCallback);
@@ -168,8 +167,11 @@ Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_A
                            rpc_port_PlaceInfoS_destroy>(p.get());
       break;
     case kResponseProfileCb:
-      write_empty_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create, rpc_port_ProfileS_destroy>(
-          p.get());
+      if (profile)
+        rpc_port_parcel_write(p.get(), va::rec::parcelable_of(profile), profile);
+      else
+        write_empty_record<rpc_port_ProfileS_h, rpc_port_ProfileS_create,
+                           rpc_port_ProfileS_destroy>(p.get());
       break;
     default:  // ResponseErrorCb, or an id the agent does not know: the result alone
       break;

@@ -37,6 +37,14 @@ struct PlaceInfoDeleter {
   void operator()(rpc_port_PlaceInfoS_s *h) const { rpc_port_PlaceInfoS_destroy(h); }
 };
 using PlaceInfo = std::unique_ptr<rpc_port_PlaceInfoS_s, PlaceInfoDeleter>;
+struct ProfileDeleter {
+  void operator()(rpc_port_ProfileS_s *h) const { rpc_port_ProfileS_destroy(h); }
+};
+using Profile = std::unique_ptr<rpc_port_ProfileS_s, ProfileDeleter>;
+struct PrivacyDeleter {
+  void operator()(rpc_port_PrivacyS_s *h) const { rpc_port_PrivacyS_destroy(h); }
+};
+using Privacy = std::unique_ptr<rpc_port_PrivacyS_s, PrivacyDeleter>;
 
 struct ParcelDeleter {
   void operator()(rpc_port_parcel_s *h) const { rpc_port_parcel_destroy(h); }
@@ -54,12 +62,13 @@ struct DelegateRef {
   bool once = false;
 };
 
-// A decoded request. Strings and ints are kept in argument order; a record that was read is kept
-// only for AccountS (the agent serves no profile or privacy content).
+// A decoded request. Strings and ints are kept in argument order, records as they were read.
 struct NidlRequest {
   std::vector<std::string> strings;
   std::vector<int> ints;
   Account account;
+  Profile profile;
+  Privacy privacy;
   bool has_delegate = false;
   DelegateRef delegate;
 
@@ -91,9 +100,10 @@ struct PushFaults {
 };
 
 // protocol 1, the delegate header, the result, and the record of the delegate's type (the given
-// account for ResponseCb, the given places for ResponsePlaceCb, empty records when none is given
-// and for profiles, nothing for ResponseErrorCb).
+// account for ResponseCb, the given places for ResponsePlaceCb, the given profile for
+// ResponseProfileCb, an empty record where none is given, nothing for ResponseErrorCb).
 Parcel callback_parcel(const DelegateRef &delegate, int result, const rpc_port_AccountS_h account,
-                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults);
+                       const rpc_port_PlaceInfoS_h places, const PushFaults &faults,
+                       const rpc_port_ProfileS_h profile = nullptr);
 
 }  // namespace vagent::nidl

@@ -2,9 +2,7 @@
 //
 // Synchronous methods answer in their result. Methods with a reply delegate answer in the pushed
 // callback: tokens, codes, the MCC, terms consents, the account of a user id, the linking
-// status and the saved places come from the agent core. Profiles are not served by this agent:
-// those methods answer VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED (0xC0000002, "AGENT_ERROR_NOT_SUPPORTED"
-// in `velmora-agent errors`) in their callback, never an empty success.
+// status, the saved places and profiles come from the agent core.
 #include "port/methods.hh"
 
 #include "port/answers.hh"
@@ -12,9 +10,6 @@
 namespace vagent::nidl {
 
 namespace {
-
-// Profiles are not served by this agent.
-Answer not_supported(AgentState &, const NidlRequest &) { return pushed(errc::kNotSupported); }
 
 using K = ArgKind;
 
@@ -39,23 +34,23 @@ const std::vector<Method> &methods() {
        "RequestProfileInfo",
        {K::kAccount, K::kString, K::kDelegate},
        OutKind::kNone,
-       not_supported},
+       request_profile_info},
       {12,
        "UpdateProfileInfo",
        {K::kAccount, K::kInt, K::kProfile, K::kDelegate},
        OutKind::kNone,
-       not_supported},
+       update_profile_info},
       {13,
        "UpdatePrivacyInfo",
        {K::kAccount, K::kPrivacy, K::kDelegate},
        OutKind::kNone,
-       not_supported},
+       update_privacy_info},
       {14, "CommonAccount", {K::kAccount, K::kInt, K::kDelegate}, OutKind::kNone, common_account},
       {15,
        "CommonProfile",
        {K::kAccount, K::kInt, K::kString, K::kDelegate},
        OutKind::kNone,
-       not_supported},
+       common_profile},
   };
   return table;
 }

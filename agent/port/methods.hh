@@ -20,6 +20,7 @@ struct Answer {
   int push_result = 0;    // the pushed callback's result (methods with a delegate)
   Account push_account;   // the pushed ResponseCb's account (empty record when null)
   PlaceInfo push_places;  // the pushed ResponsePlaceCb's places (empty record when null)
+  Profile push_profile;   // the pushed ResponseProfileCb's profile (empty record when null)
 };
 
 struct Method {
@@ -54,6 +55,13 @@ Answer request_place_info(AgentState &state, const NidlRequest &request);
 
 // port/services.cc: the request types of CommonAccount.
 Answer common_account(AgentState &state, const NidlRequest &request);
+
+// port/profile.cc
+Answer request_profile_info(AgentState &state, const NidlRequest &request);
+Answer update_profile_info(AgentState &state, const NidlRequest &request);
+Answer update_privacy_info(AgentState &state, const NidlRequest &request);
+// The profile operations of CommonProfile: 2 one category, 3 the privacy.
+Answer common_profile(AgentState &state, const NidlRequest &request);
 
 // The row of method id `id`, or nullptr.
 const Method *find_method(int id);

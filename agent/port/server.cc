@@ -124,7 +124,7 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     nidl::PushFaults pf{fault.push_unknown_delegate_id, fault.push_wrong_sequence,
                         fault.push_malformed_body};
     push = nidl::callback_parcel(req.delegate, answer.push_result, answer.push_account.get(),
-                                 answer.push_places.get(), pf);
+                                 answer.push_places.get(), pf, answer.push_profile.get());
   }
   nidl::Parcel result = nidl::result_parcel(method->out, answer.output, answer.result);
   NIDL_LOG(
