@@ -82,6 +82,7 @@ int cmd_reset_state(const Args &args);
 int cmd_register_partner(const Args &args);
 int cmd_consents(const Args &args);
 int cmd_places(const Args &args);
+int cmd_profile(const Args &args);
 int cmd_fault(const Args &args);
 int cmd_clock(const Args &args);
 int cmd_state(const Args &args);

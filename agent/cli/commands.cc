@@ -29,6 +29,12 @@ const std::vector<Command> &commands() {
        "          [--wifi-bssid B] [--bt-name N] [--bt-address A]\n"
        "places change --login-id L --id N [the fields of add]\n"
        "places remove --login-id L --id N"},
+      {"profile", cmd_profile,
+       "profile show --login-id L [--category WORD]   the profile as the agent keeps it\n"
+       "profile set --login-id L --category WORD [WORD[_N]:FIELD=VALUE]...   replaces the items\n"
+       "profile privacy --login-id L WORD=0|1|2...\n"
+       "profile verify --login-id L --category WORD --item N [--value V]   (the agent's own)\n"
+       "profile subscribers --login-id L   applications told of its changes"},
       {"fault", cmd_fault,
        "fault set <operation|*> key=value...\n"
        "fault clear [operation|*]\n"
