@@ -11,6 +11,7 @@
 #include "account_svc_proxy.h"
 #include "app_control.h"
 #include "profile_record.h"
+#include "request_record.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -79,13 +80,33 @@ const char *va_profile_source_text(int source);
 void va_profile_list_from_nidl(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile);
 
 /* The port's profile record of an update: Type "profile", Resource the word of `category`, the
- * list's items of that category (verified fields left out) and the list's privacy values.
- * NULL when out of memory. */
+ * list's items of that category (verified fields left out) and the list's privacy values; for a
+ * category of -1 (nothing to send) the Type and the privacy alone. NULL when out of memory. */
 rpc_port_ProfileS_h va_profile_nidl_from_list(velmora_account_profile_list_h list, int category);
 
 /* The port's privacy record holding the list's fourteen privacy values (3 where none is known).
  * NULL when out of memory. */
 rpc_port_PrivacyS_h va_profile_nidl_privacy_from_list(velmora_account_profile_list_h list);
+
+/* ---- replies to the profile requests (profile_replies.cc) ---- */
+
+/* App-control reply parsers (va_reply_parser_fn): the whole profile into the clone's link (new),
+ * then (result, clone); one category or the privacy into a new list in the request's list slot,
+ * then (result, list) and the clone released; an update's result to (result, clone); a
+ * subscription's "login_id" into the clone, then (result, clone). */
+void va_profile_reply_info(velmora_account_request_h request, app_control_h reply, int result);
+void va_profile_reply_list(velmora_account_request_h request, app_control_h reply, int result);
+void va_profile_reply_update(velmora_account_request_h request, app_control_h reply, int result);
+void va_profile_reply_subscription(velmora_account_request_h request, app_control_h reply,
+                                   int result);
+
+/* Port delegate callbacks, user data the request record: ResponseProfileCb of request_info (the
+ * clone's link) and of request_profile / request_privacy (a list to the caller), ResponseErrorCb
+ * of update_info and of update_privacy (whose request record is kept, not freed). */
+void va_profile_port_info_cb(void *user_data, int result, rpc_port_ProfileS_h profile);
+void va_profile_port_list_cb(void *user_data, int result, rpc_port_ProfileS_h profile);
+void va_profile_port_update_cb(void *user_data, int result);
+void va_profile_port_privacy_cb(void *user_data, int result);
 
 #ifdef __cplusplus
 }

@@ -102,7 +102,8 @@ typedef struct {
 typedef struct {
   const char *values[VA_OP_MAX_ARGS]; /* the values of VA_SOURCE_ARG extras */
   const char *resource;               /* port: replaces the row's resource when not NULL */
-  void *body;                         /* port: the ProfileS or PrivacyS an update sends */
+  void *body; /* port: the ProfileS or PrivacyS an update sends; app control: what the row's body
+                 hook reads (a profile list) */
 } va_op_args_s;
 
 typedef struct va_operation_s va_operation_s;
@@ -149,6 +150,11 @@ typedef int (*va_op_prepare_fn)(va_op_call_s *call, app_control_h app_control,
 typedef void (*va_reply_parser_fn)(velmora_account_request_h request, app_control_h reply,
                                    int result);
 
+/* Adds what follows the extras table (a profile update's body) to the app control, from the call
+ * (args->body). A result other than NONE releases the clone, the app control and the holder, and
+ * is returned. */
+typedef int (*va_op_body_fn)(const va_op_call_s *call, app_control_h app_control);
+
 /* How a ResponseCb delegate's AccountS fills the clone (va_fill_from_account_s and
  * va_fill_linking_from_account_s). */
 typedef int (*va_port_fill_fn)(velmora_account_h account, rpc_port_AccountS_h s);
@@ -182,6 +188,7 @@ struct va_operation_s {
     const char *app_id;           /* AGENT_APP_ID or AGENT_UI_APP_ID */
     const char *const *operation; /* &REQUEST_OP_... */
     va_op_prepare_fn prepare;
+    va_op_body_fn body;        /* NULL: the extras table is all that is sent */
     const char *reply_name;    /* the reply callback's name in the log: "access_token_result_cb" */
     va_reply_parser_fn parser; /* NULL: the reply's extras into the clone, then the callback */
   } app_control;

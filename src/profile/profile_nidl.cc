@@ -6,7 +6,6 @@
 #include "profile_internal.h"
 #include "profile_record.h"
 #include "records_internal.hh"
-#include "request_send.h"
 #include "va_log.h"
 
 namespace {
@@ -147,11 +146,14 @@ rpc_port_PrivacyS_h va_profile_nidl_privacy_from_list(velmora_account_profile_li
 rpc_port_ProfileS_h va_profile_nidl_from_list(velmora_account_profile_list_h list, int category) {
   const va_profile_category_desc *d = va_profile_category(category);
   rpc_port_ProfileS_h profile = NULL;
-  if (d == NULL || list == NULL || rpc_port_ProfileS_create(&profile) != 0) return NULL;
+  if (list == NULL || rpc_port_ProfileS_create(&profile) != 0) return NULL;
+  // Without a category (a list holding no item) the record carries the privacy alone.
   bool ok = rpc_port_ProfileS_set_Type(profile, "profile") == 0 &&
-            rpc_port_ProfileS_set_Resource(profile, d->resource) == 0;
-  const int count = d->is_list ? list->count[category] : (list->count[category] >= 1 ? 1 : 0);
-  for (int i = 0; ok && i < count && i < d->limit; ++i) {
+            (d == NULL || rpc_port_ProfileS_set_Resource(profile, d->resource) == 0);
+  const int count = d == NULL    ? 0
+                    : d->is_list ? list->count[category]
+                                 : (list->count[category] >= 1 ? 1 : 0);
+  for (int i = 0; ok && i < count && i < d->limit; ++i) {  // count is 0 without a category
     void *from = va_profile_list_get_item(list, category, i);
     void *to = va_profile_nidl_item_new(category);
     ok = to != NULL && (from == NULL || write_item(d, from, to));

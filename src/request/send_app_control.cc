@@ -78,6 +78,13 @@ int va_send_app_control(va_op_call_s *call) {
 
   app_control_set_operation(app_control, *form->app_control.operation);
   add_extras(call, form, app_control);
+  if (form->app_control.body != nullptr) {
+    const int ret = form->app_control.body(call, app_control);
+    if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
+      release(call, app_control);
+      return ret;
+    }
+  }
 
   auto *request = static_cast<velmora_account_request_h>(
       va_calloc(1, sizeof(struct velmora_account_request_s)));

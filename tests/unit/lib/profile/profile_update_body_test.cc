@@ -158,7 +158,9 @@ TEST_F(ProfileTest, TheSingleCategoriesComeFirstInTheirOrder) {
     // A later category in the list does not change what is sent.
     Profile event(VELMORA_ACCOUNT_PROFILE_CATEGORY_EVENT);
     event.set(VELMORA_ACCOUNT_PROFILE_ITEM_EVENT_VALUE, "e");
-    if (c.category != 11) ASSERT_EQ(velmora_account_profile_list_append(l, event), 0);
+    if (c.category != 11) {
+      ASSERT_EQ(velmora_account_profile_list_append(l, event), 0);
+    }
     EXPECT_EQ(body_of(l), c.body) << d->log_word;
   }
 }
@@ -217,7 +219,9 @@ TEST_F(ProfileTest, AListGoesToTheRecordsOfThePortAndBackFieldByField) {
       }
     }
     for (int other = 0; other < VA_PROFILE_CATEGORY_COUNT; ++other)
-      if (other != c) EXPECT_EQ(back->count[other], 0) << d->log_word << " " << other;
+      if (other != c) {
+        EXPECT_EQ(back->count[other], 0) << d->log_word << " " << other;
+      }
     rpc_port_ProfileS_destroy(record);
   }
 }
