@@ -93,7 +93,7 @@ extern "C" {
 VELMORA_API int velmora_account_profile_get_profile_list(velmora_account_h handle, int category,
                                                          velmora_account_profile_list_h ll) {
   VA_LOGI("velmora_account_profile_get_profile_list [category : %d]", category);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(handle == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(ll == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const velmora_account_profile_list_s *link = handle->link;

@@ -76,7 +76,7 @@ int va_profile_append_item(velmora_account_profile_list_h dest, velmora_account_
 
 VELMORA_API int velmora_account_profile_create(int category, velmora_account_profile_h *handle) {
   VA_LOGI("velmora_account_profile_create [%d]", category);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
   auto *data =
@@ -103,7 +103,7 @@ VELMORA_API int velmora_account_profile_create(int category, velmora_account_pro
 }
 
 VELMORA_API int velmora_account_profile_destroy(velmora_account_profile_h profile) {
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   velmora_account_profile_h data = profile;
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_LOGI("velmora_account_profile_destroy [%d]", data->category);
@@ -114,7 +114,7 @@ VELMORA_API int velmora_account_profile_destroy(velmora_account_profile_h profil
 
 VELMORA_API int velmora_account_profile_list_create(velmora_account_profile_list_h *handle) {
   VA_LOGI("[%s]", __func__);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   velmora_account_profile_list_h list = va_profile_list_new();
   VA_RETV_IF(list == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
@@ -124,7 +124,7 @@ VELMORA_API int velmora_account_profile_list_create(velmora_account_profile_list
 
 VELMORA_API int velmora_account_profile_list_destroy(velmora_account_profile_list_h list) {
   VA_LOGI("[%s]", __func__);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   velmora_account_profile_list_h data = list;
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   va_profile_list_release(data);
@@ -133,7 +133,7 @@ VELMORA_API int velmora_account_profile_list_destroy(velmora_account_profile_lis
 
 VELMORA_API int velmora_account_profile_list_append(velmora_account_profile_list_h list,
                                                     velmora_account_profile_h profile) {
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(list == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const int category = profile->category;

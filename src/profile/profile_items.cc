@@ -34,7 +34,7 @@ extern "C" {
 VELMORA_API int velmora_account_profile_get_item_str(velmora_account_profile_h profile, int item,
                                                      char **value) {
   VA_LOGI("[velmora_account_profile_get_item_str 0x%3x]", item);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const ItemRef ref = decode(item);
@@ -61,7 +61,7 @@ __attribute__((noinline)) char *va_dup_field_not_released_by_set(const char *val
 VELMORA_API int velmora_account_profile_set_item_str(velmora_account_profile_h profile, int item,
                                                      const char *value) {
   VA_LOGI("[velmora_account_profile_set_item_str 0x%3x]", item);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const ItemRef ref = decode(item);
@@ -83,7 +83,7 @@ VELMORA_API int velmora_account_profile_get_item_source(velmora_account_profile_
                                                         int *value) {
   // The line carries the function's shorter, older name.
   VA_LOGI("[velmora_account_profile_get_source 0x%3x]", item);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const ItemRef ref = decode(item);
@@ -118,7 +118,7 @@ VELMORA_API int velmora_account_profile_get_item_source(velmora_account_profile_
 
 VELMORA_API int velmora_account_profile_set_item_source(velmora_account_profile_h profile, int item,
                                                         int value) {
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value > VELMORA_ACCOUNT_PROFILE_SOURCE_PROFILE,
              VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
@@ -138,7 +138,7 @@ VELMORA_API int velmora_account_profile_set_item_source(velmora_account_profile_
 // The category of the two privacy functions is only checked: a profile has one privacy value.
 VELMORA_API int velmora_account_profile_get_privacy(velmora_account_profile_h profile, int category,
                                                     int *value) {
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   if (va_profile_category(category) == NULL) return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
@@ -150,7 +150,7 @@ VELMORA_API int velmora_account_profile_get_privacy(velmora_account_profile_h pr
 VELMORA_API int velmora_account_profile_set_privacy(velmora_account_profile_h profile, int category,
                                                     int value) {
   VA_LOGI("[%s]", __func__);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(profile == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(value > VELMORA_ACCOUNT_PROFILE_PRIVACY_GROUP,
              VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);

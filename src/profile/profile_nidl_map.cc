@@ -13,16 +13,16 @@ namespace {
 constexpr size_t kNoField = static_cast<size_t>(-1);
 
 struct CategoryPlace {
-  const vrec::RecordDesc *item = nullptr;  // <Nidl>S
+  const va::rec::RecordDesc *item = nullptr;  // <Nidl>S
   size_t fields[16] = {};                  // offset of each string field in <Nidl>S
   size_t source = kNoField;                // offset of Source (NAME, BIRTHDAY)
   size_t in_profile = kNoField;            // offset of <Nidl>List / <Nidl> in ProfileS
   size_t in_privacy = kNoField;            // offset of <Nidl> in PrivacyS
 };
 
-size_t offset_of(const vrec::RecordDesc *desc, const std::string &name) {
+size_t offset_of(const va::rec::RecordDesc *desc, const std::string &name) {
   if (!desc) return kNoField;
-  for (const vrec::FieldDesc &f : desc->field_span())
+  for (const va::rec::FieldDesc &f : desc->field_span())
     if (name == f.name) return f.offset;
   return kNoField;
 }
@@ -32,14 +32,14 @@ struct Places {
   size_t privacy_in_profile = kNoField;
 
   Places() {
-    const vrec::RecordDesc *profile = vrec::find_type("ProfileS");
-    const vrec::RecordDesc *privacy = vrec::find_type("PrivacyS");
+    const va::rec::RecordDesc *profile = va::rec::find_type("ProfileS");
+    const va::rec::RecordDesc *privacy = va::rec::find_type("PrivacyS");
     privacy_in_profile = offset_of(profile, "Privacy");
     for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) {
       const va_profile_category_desc *d = va_profile_category(c);
       CategoryPlace &p = category[c];
       const std::string nidl = d->nidl;
-      p.item = vrec::find_type((nidl + "S").c_str());
+      p.item = va::rec::find_type((nidl + "S").c_str());
       for (int f = 0; f < d->string_count && f < 16; ++f)
         p.fields[f] = offset_of(p.item, d->nidl_fields[f]);
       if (d->has_source) p.source = offset_of(p.item, "Source");
@@ -71,12 +71,12 @@ extern "C" {
 
 void *va_profile_nidl_item_new(int category) {
   const CategoryPlace *p = place(category);
-  return p && p->item ? vrec::create(*p->item, "va_profile_nidl_item_new") : nullptr;
+  return p && p->item ? va::rec::create(*p->item, "va_profile_nidl_item_new") : nullptr;
 }
 
 void va_profile_nidl_item_free(int category, void *item) {
   const CategoryPlace *p = place(category);
-  if (p && p->item) vrec::destroy(*p->item, item);
+  if (p && p->item) va::rec::destroy(*p->item, item);
 }
 
 char **va_profile_nidl_field(void *item, int category, int position) {

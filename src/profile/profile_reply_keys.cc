@@ -183,7 +183,7 @@ bool va_profile_foreach_extra_cb(app_control_h app_control, const char *key, voi
   char *value = NULL;
   const int err = app_control_get_extra_data(app_control, key, &value);
   if (err != APP_CONTROL_ERROR_NONE) {
-    VA_LOGI("foreach_extra_profile_cb failed.%s [key : %s]", __app_control_error(err), key);
+    VA_LOGI("foreach_extra_profile_cb failed.%s [key : %s]", va_app_control_error_name(err), key);
     return true;
   }
   VA_LOGI("Key[%s]", key);

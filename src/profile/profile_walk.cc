@@ -14,7 +14,7 @@ VELMORA_API int velmora_account_profile_list_foreach(velmora_account_profile_lis
                                                      velmora_account_profile_cb callback,
                                                      void *user_data) {
   VA_LOGI("[%s]", __func__);
-  VA_RETV_IF(is_agent_installed() == false, VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
+  VA_RETV_IF_NO_AGENT();
   VA_RETV_IF(list == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   VA_RETV_IF(callback == NULL, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
   const int *n = list->count;
