@@ -53,9 +53,9 @@ inline constexpr int kNotPaired = static_cast<int>(0xC1000022u);         // no p
 inline constexpr int kPhoneUnreachable = static_cast<int>(0xC1000023u);  // the phone did not answer
 inline constexpr int kNoPhoneAccount = static_cast<int>(0xC1000024u);    // the phone has no account
 // A profile change with more items than a category holds (2 names, 2 birthdays, 50 of a list).
-inline constexpr int kProfileLimit = static_cast<int>(0xC1000012u);
+inline constexpr int kProfileLimit = static_cast<int>(0xC1000030u);
 // A profile change that sets a "verified" field, which only the agent sets.
-inline constexpr int kReadOnlyField = static_cast<int>(0xC1000013u);
+inline constexpr int kReadOnlyField = static_cast<int>(0xC1000031u);
 
 }  // namespace errc
 

@@ -78,9 +78,9 @@ constexpr va_error_info kErrors[] = {
      "the paired phone's agent could not be reached, died, or did not answer in time", true},
     {agent_code(0x24), "AGENT_ERROR_NO_PHONE_ACCOUNT",
      "the paired phone has no signed-in account: sign in on the phone first", true},
-    {agent_code(0x12), "AGENT_ERROR_PROFILE_LIMIT",
+    {agent_code(0x30), "AGENT_ERROR_PROFILE_LIMIT",
      "a profile change holds more items than the category takes (2 names, 2 birthdays, 50)", true},
-    {agent_code(0x13), "AGENT_ERROR_READ_ONLY_FIELD",
+    {agent_code(0x31), "AGENT_ERROR_READ_ONLY_FIELD",
      "a profile change sets a verified field, which only the agent sets", true},
 };
 

@@ -14,10 +14,10 @@ constexpr size_t kNoField = static_cast<size_t>(-1);
 
 struct CategoryPlace {
   const va::rec::RecordDesc *item = nullptr;  // <Nidl>S
-  size_t fields[16] = {};                  // offset of each string field in <Nidl>S
-  size_t source = kNoField;                // offset of Source (NAME, BIRTHDAY)
-  size_t in_profile = kNoField;            // offset of <Nidl>List / <Nidl> in ProfileS
-  size_t in_privacy = kNoField;            // offset of <Nidl> in PrivacyS
+  size_t fields[16] = {};                     // offset of each string field in <Nidl>S
+  size_t source = kNoField;                   // offset of Source (NAME, BIRTHDAY)
+  size_t in_profile = kNoField;               // offset of <Nidl>List / <Nidl> in ProfileS
+  size_t in_privacy = kNoField;               // offset of <Nidl> in PrivacyS
 };
 
 size_t offset_of(const va::rec::RecordDesc *desc, const std::string &name) {
