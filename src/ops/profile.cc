@@ -8,6 +8,7 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "op_extras.hh"
 #include "profile_internal.h"
 #include "profile_record.h"
 #include "request_operation.h"
@@ -22,24 +23,9 @@
 
 namespace {
 
-template <size_t N>
-constexpr size_t count_of(const va_extra_s (&)[N]) {
-  return N;
-}
-
 // What a call hands to its row: VA_SOURCE_ARG values.
 enum { kArgResource = 0, kArgRequestToServer = 1 };
 
-constexpr va_extra_s kLoginId = {.key = "login_id",
-                                 .field = rpc_port_AccountS_set_LoginId,
-                                 .source = VA_SOURCE_STR,
-                                 .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
-                                 .need = VA_EXTRA_REQUIRED};
-constexpr va_extra_s kClientId = {.key = "client_id",
-                                  .field = rpc_port_AccountS_set_ClientId,
-                                  .source = VA_SOURCE_STR,
-                                  .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
-                                  .need = VA_EXTRA_REQUIRED};
 // "Y" when the handle's request-to-server flag holds true: an extra over app control, the
 // CountryCode field over the port.
 constexpr va_extra_s kRequestToServer = {.key = "request_to_server",
@@ -51,39 +37,39 @@ constexpr va_extra_s kRequestToServerExtra = {
     .key = "request_to_server", .source = VA_SOURCE_ARG, .property = kArgRequestToServer};
 
 constexpr va_extra_s kSingleProfileExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.field = rpc_port_AccountS_set_Aaa, .source = VA_SOURCE_CONST, .value = "profile"},
     {.key = "resource", .source = VA_SOURCE_ARG, .property = kArgResource},
     kRequestToServer,
 };
 constexpr va_extra_s kPrivacyExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.field = rpc_port_AccountS_set_Aaa, .source = VA_SOURCE_CONST, .value = "privacy"},
     {.key = "category", .source = VA_SOURCE_CONST, .value = "privacy"},
     {.key = "resource", .source = VA_SOURCE_CONST, .value = "all"},
     kRequestToServer,
 };
 constexpr va_extra_s kInfoExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "resource", .source = VA_SOURCE_CONST, .value = "all"},
     kRequestToServerExtra,
 };
 constexpr va_extra_s kUpdateExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "category", .source = VA_SOURCE_CONST, .value = "profile"},
 };
 constexpr va_extra_s kUpdatePrivacyExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "category", .source = VA_SOURCE_CONST, .value = "privacy"},
 };
 // A subscription needs the login id; the client id goes along when set.
 constexpr va_extra_s kSubscriptionExtras[] = {
-    kLoginId,
+    va::kLoginIdExtra,
     {.key = "client_id", .source = VA_SOURCE_STR, .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID}};
 
 constexpr const char *kLoginAndClient =
@@ -120,7 +106,7 @@ const va_operation_s kRequestProfile = {
     .name = "velmora_account_profile_request_profile",
     .api_level = 3,
     .extras = kSingleProfileExtras,
-    .extra_count = count_of(kSingleProfileExtras),
+    .extra_count = va::count_of(kSingleProfileExtras),
     .invalid_property_log = kLoginAndClient,
     .check = note_request_to_server,
     .app_control = {.mode_log = "Request RequestSingleProfile to [APP_CONTROL] Mode",
@@ -141,7 +127,7 @@ const va_operation_s kRequestPrivacy = {
     .name = "velmora_account_profile_request_privacy",
     .api_level = 3,
     .extras = kPrivacyExtras,
-    .extra_count = count_of(kPrivacyExtras),
+    .extra_count = va::count_of(kPrivacyExtras),
     .invalid_property_log = kLoginAndClient,
     .check = note_request_to_server,
     .app_control = {.mode_log = "Request SinglePrivacy to [APP_CONTROL] Mode",
@@ -162,7 +148,7 @@ const va_operation_s kRequestPrivacy = {
 const va_operation_s kRequestInfo = {
     .name = "velmora_account_profile_request_info",
     .extras = kInfoExtras,
-    .extra_count = count_of(kInfoExtras),
+    .extra_count = va::count_of(kInfoExtras),
     .invalid_property_log = kLoginAndClient,
     .app_control = {.mode_log = "Request ProfileInfo to [APP_CONTROL] Mode",
                     .app_id = AGENT_APP_ID,
@@ -181,7 +167,7 @@ const va_operation_s kRequestInfo = {
 const va_operation_s kUpdateInfo = {
     .name = "velmora_account_profile_update_info",
     .extras = kUpdateExtras,
-    .extra_count = count_of(kUpdateExtras),
+    .extra_count = va::count_of(kUpdateExtras),
     .invalid_property_log =
         "Invalid Property, loginId/clientId is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request UpdateProfile to [APP_CONTROL] Mode",
@@ -202,7 +188,7 @@ const va_operation_s kUpdateInfo = {
 const va_operation_s kUpdatePrivacy = {
     .name = "velmora_account_profile_update_privacy",
     .extras = kUpdatePrivacyExtras,
-    .extra_count = count_of(kUpdatePrivacyExtras),
+    .extra_count = va::count_of(kUpdatePrivacyExtras),
     .invalid_property_log = kLoginAndClient,
     .app_control = {.mode_log = "Request UpdatePrivacy to [APP_CONTROL] Mode",
                     .app_id = AGENT_APP_ID,
@@ -222,7 +208,7 @@ const va_operation_s kSubscribe = {
     .name = "velmora_account_profile_subscribe",
     .api_level = 2,
     .extras = kSubscriptionExtras,
-    .extra_count = count_of(kSubscriptionExtras),
+    .extra_count = va::count_of(kSubscriptionExtras),
     .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request ProfileSubscirbe to [APP_CONTROL] Mode",
                     .app_id = AGENT_APP_ID,
@@ -235,7 +221,7 @@ const va_operation_s kUnsubscribe = {
     .name = "velmora_account_profile_unsubscribe",
     .api_level = 2,
     .extras = kSubscriptionExtras,
-    .extra_count = count_of(kSubscriptionExtras),
+    .extra_count = va::count_of(kSubscriptionExtras),
     .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request ProfileUnsubscribe to [APP_CONTROL] Mode",
                     .app_id = AGENT_APP_ID,

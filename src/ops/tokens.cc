@@ -10,6 +10,7 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "op_extras.hh"
 #include "request_operation.h"
 #include "request_reply.h"
 #include "va_base.h"
@@ -22,21 +23,6 @@
 
 namespace {
 
-template <size_t N>
-constexpr size_t count_of(const va_extra_s (&)[N]) {
-  return N;
-}
-
-constexpr va_extra_s kLoginId = {.key = "login_id",
-                                 .field = rpc_port_AccountS_set_LoginId,
-                                 .source = VA_SOURCE_STR,
-                                 .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
-                                 .need = VA_EXTRA_REQUIRED};
-constexpr va_extra_s kClientId = {.key = "client_id",
-                                  .field = rpc_port_AccountS_set_ClientId,
-                                  .source = VA_SOURCE_STR,
-                                  .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
-                                  .need = VA_EXTRA_REQUIRED};
 constexpr va_extra_s kScope = {.key = "scope",
                                .field = rpc_port_AccountS_set_Scope,
                                .source = VA_SOURCE_STR,
@@ -48,8 +34,8 @@ constexpr va_extra_s kScope = {.key = "scope",
 
 // The secret is required on a TV only; its value is never logged.
 constexpr va_extra_s kAccessTokenExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "client_secret",
      .field = rpc_port_AccountS_set_ClientSecret,
      .source = VA_SOURCE_STR,
@@ -69,12 +55,12 @@ constexpr va_extra_s kAccessTokenExtras[] = {
 
 // The last access token, in both forms: nothing is required by the blocking one, which sends
 // these over the port only when set.
-constexpr va_extra_s kLastAccessTokenExtras[] = {kLoginId, kClientId, kScope};
+constexpr va_extra_s kLastAccessTokenExtras[] = {va::kLoginIdExtra, va::kClientIdExtra, kScope};
 
 // The device unique code travels as "device_physical_address".
 constexpr va_extra_s kAuthCodeExtras[] = {
-    kLoginId,
-    kClientId,
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "device_physical_address",
      .field = rpc_port_AccountS_set_DeviceUniqueCode,
      .source = VA_SOURCE_STR,
@@ -85,12 +71,12 @@ constexpr va_extra_s kAuthCodeExtras[] = {
     kScope,
 };
 
-constexpr va_extra_s kEffortlessExtras[] = {kLoginId, kClientId, kScope};
+constexpr va_extra_s kEffortlessExtras[] = {va::kLoginIdExtra, va::kClientIdExtra, kScope};
 
 const va_operation_s kAccessToken = {
     .name = "velmora_account_request_access_token",
     .extras = kAccessTokenExtras,
-    .extra_count = count_of(kAccessTokenExtras),
+    .extra_count = va::count_of(kAccessTokenExtras),
     .invalid_property_log =
         "Invalid Property, login_id/client_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request AccessToken to [APP_CONTROL] Mode",
@@ -108,7 +94,7 @@ const va_operation_s kAccessToken = {
 const va_operation_s kLastAccessToken = {
     .name = "velmora_account_get_last_access_token",
     .extras = kLastAccessTokenExtras,
-    .extra_count = count_of(kLastAccessTokenExtras),
+    .extra_count = va::count_of(kLastAccessTokenExtras),
     .check_at = VA_CHECK_AFTER_TARGET,
     .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.app_id = AGENT_APP_ID,
@@ -119,7 +105,7 @@ const va_operation_s kLastAccessToken = {
 const va_operation_s kAuthCode = {
     .name = "velmora_account_request_auth_code",
     .extras = kAuthCodeExtras,
-    .extra_count = count_of(kAuthCodeExtras),
+    .extra_count = va::count_of(kAuthCodeExtras),
     .invalid_property_log = "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request AuthCode to [APP_CONTROL] Mode",
                     .app_id = AGENT_APP_ID,
@@ -135,7 +121,7 @@ const va_operation_s kAuthCode = {
 const va_operation_s kEffortless = {
     .name = "velmora_account_request_auth_code_for_effortless_login",
     .extras = kEffortlessExtras,
-    .extra_count = count_of(kEffortlessExtras),
+    .extra_count = va::count_of(kEffortlessExtras),
     .invalid_property_log =
         "Invalid Property, login_id/client_id is not set. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.mode_log = "Request Effortless to [APP_CONTROL] Mode",
