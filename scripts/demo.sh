@@ -2,6 +2,7 @@
 # The demo: a fresh platform root, the account agent installed in it, a demo user signed in with a
 # client, then an access token and an authorization code through the library with velmora-account,
 # over app control and over the agent's RPC port, and the signed-in accounts with the default one;
+# the profile (set, read back, a watching application told of each change) with examples/profile.c;
 # saved places; then a wearable's root paired with this phone, which signs in through the phone and
 # reads places. Cleans up after itself (the agents it caused to be launched, the roots). Exit
 # status 0 only when every step worked.
@@ -35,6 +36,7 @@ WEARABLE=$(mktemp -d "${TMPDIR:-/tmp}/velmora-demo-wearable-XXXXXX")
 # The agents the demo caused to be launched run detached: stop them, then remove the roots.
 cleanup() {
   local status=$?
+  [[ -n ${WATCH_PID:-} ]] && kill "$WATCH_PID" 2>/dev/null || true
   for r in "$ROOT" "$WEARABLE"; do
     "$PLATFORM" --root "$r" stop "$APP_ID" >/dev/null 2>&1 || true
     "$PLATFORM" --root "$r" stop "$APP_ID.ui" >/dev/null 2>&1 || true
@@ -116,6 +118,45 @@ expect_line "login_id: $LOGIN" default --sync
 say "make $SECOND the default over the port; the store says so at once"
 expect_line "login_id: $SECOND" default set "$SECOND" --sync --timeout 30
 expect_line "login_id: $SECOND" default --sync
+
+say "the profile: an application watches it while the nickname is set and read back in each transport"
+# examples/profile.c: with --watch it subscribes to the profile's changes and prints the agent's
+# change notices (launch requests to it, so it is installed as an application); otherwise it sets
+# the nickname through the library and reads the whole profile back.
+EXAMPLE=$BUILD/examples/example_profile
+WATCHER=dev.example.profile
+run "$PLATFORM" install "$WATCHER" --app "$WATCHER:service:$EXAMPLE"
+printf '$ VELMORA_APP_ID=%s example_profile --watch %s %s 2 &\n' "$WATCHER" "$LOGIN" "$CLIENT"
+VELMORA_APP_ID=$WATCHER "$EXAMPLE" --watch "$LOGIN" "$CLIENT" 2 >"$ROOT/watch.txt" 2>&1 &
+WATCH_PID=$!
+for _ in $(seq 300); do
+  grep -q '^subscribed' "$ROOT/watch.txt" && break
+  kill -0 "$WATCH_PID" 2>/dev/null || break
+  sleep 0.1
+done
+grep -q '^subscribed' "$ROOT/watch.txt" || { cat "$ROOT/watch.txt" >&2; exit 1; }
+for mode in "" --nidl; do
+  nickname=$([[ -z $mode ]] && echo "Demo over app control" || echo "Demo over the port")
+  printf '$ example_profile %s %s %s "%s"\n' "$mode" "$LOGIN" "$CLIENT" "$nickname"
+  out=$("$EXAMPLE" $mode "$LOGIN" "$CLIENT" "$nickname")
+  sed 's/^/    /' <<<"$out"
+  grep -qx "nickname: $nickname" <<<"$out" || { echo "demo: the nickname did not read back" >&2; exit 1; }
+done
+wait "$WATCH_PID"
+WATCH_PID=
+echo "    the watching application printed:"
+sed 's/^/    /' "$ROOT/watch.txt"
+grep -q '^  nicknames:value = Demo over the port$' "$ROOT/watch.txt" ||
+  { echo "demo: the watcher was not told of the change" >&2; exit 1; }
+
+say "the profile with velmora-account: phone numbers set over the port, the profile read over app control"
+who=(--login-id "$LOGIN" --client-id "$CLIENT" --timeout 30)
+run "$ACCOUNT" profile set phoneNumbers "value=+1 555 0100" "type=mobile" "2:value=+1 555 0199" \
+  --transport nidl "${who[@]}"
+printf '$ velmora-account profile get %s\n' "${who[*]}"
+out=$("$ACCOUNT" profile get "${who[@]}")
+sed 's/^/    /' <<<"$out"
+grep -qx 'phoneNumbers_2:value=+1 555 0199' <<<"$out" || { echo "demo: the phones did not read back" >&2; exit 1; }
 
 say "the agent runs detached from the commands that launched it; its output is in its log"
 run "$PLATFORM" ps

@@ -8,10 +8,11 @@
 //   (un)registeruserprofilenotification   the calling application (un)subscribes to the changes
 //                         of "login_id"'s profile (profile_notify.hh)
 // Reads and updates need "login_id" of a signed-in account and a registered "client_id";
-// "request_to_server" asks for nothing more here (the agent's profile is the only copy). Replies
-// of (un)subscribe carry "login_id".
+// "request_to_server" = "Y" asks for nothing more here (the agent's profile is the only copy) and
+// is logged. Replies of (un)subscribe carry "login_id".
 #include "app_control/profile_keys.hh"
 #include "app_control/profile_notify.hh"
+#include "dlog.h"
 #include "errors.hh"
 #include "velmora_account_request_op.h"
 
@@ -31,6 +32,9 @@ Answer get_profile(AgentState &state, const Request &req) {
   if (!profile.ok()) return failure(profile.code());
   Answer a;
   const std::string resource = req.extra("resource");
+  if (req.extra("request_to_server") == "Y")
+    note_request_to_server(req.extra("category") == "privacy" ? "privacy" : resource,
+                           "app control");
   if (req.extra("category") == "privacy") {
     put_profile(&a.extras, profile.value(), kPrivacyPart);
   } else if (resource == "all") {

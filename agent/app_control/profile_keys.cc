@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "dlog.h"
 #include "errors.hh"
 #include "profile_record.h"
 
@@ -114,6 +115,11 @@ Result<ProfileChange> read_privacy_body(const Extras &extras) {
   }
   if (change.privacy.empty()) return invalid("a privacy update names at least one category");
   return change;
+}
+
+void note_request_to_server(const std::string &what, const char *transport) {
+  dlog_print(DLOG_INFO, "VELMORA_AGENT", "profile: %s asked of the server (request_to_server, %s)",
+             what.c_str(), transport);
 }
 
 }  // namespace vagent::appcontrol

@@ -30,6 +30,10 @@ void put_profile_category(Extras *extras, const UserProfile &profile, int catego
 // Appends the keys of every category.
 void put_profile(Extras *extras, const UserProfile &profile, int parts = kBothParts);
 
+// Logs that a read asked for the server's copy ("request_to_server"): `what` is the resource
+// asked for, `transport` "app control" or "port".
+void note_request_to_server(const std::string &what, const char *transport);
+
 // The category whose resource word is `word`, or -1.
 int category_of_resource(const std::string &word);
 

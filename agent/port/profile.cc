@@ -3,6 +3,8 @@
 //   RequestProfileInfo(account, "all")     the whole profile, privacy included
 //   CommonProfile(account, 2, <resource>)  one category, with its privacy
 //   CommonProfile(account, 3, "all")       the privacy of every category
+//                                          (a CountryCode of "Y" asks for the server's copy:
+//                                          logged, nothing more)
 //   UpdateProfileInfo(account, n, profile) replaces the items of the category named by the
 //                                          profile's Resource (n is not looked at; privacy travels
 //                                          by UpdatePrivacyInfo)
@@ -163,6 +165,9 @@ Answer request_profile_info(AgentState &state, const NidlRequest &req) {
 Answer common_profile(AgentState &state, const NidlRequest &req) {
   const int operation = req.ints.empty() ? -1 : req.ints[0];
   const std::string resource = req.strings.empty() ? "" : req.strings[0];
+  // The library says "request_to_server" in the CountryCode field.
+  if (req.field(rpc_port_AccountS_get_CountryCode) == "Y")
+    appcontrol::note_request_to_server(operation == kAllPrivacy ? "privacy" : resource, "port");
   if (operation == kAllPrivacy && resource == "all")
     return profile_answer(state, req, every_category(), false);
   const int category = appcontrol::category_of_resource(resource);

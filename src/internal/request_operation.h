@@ -202,9 +202,10 @@ struct va_operation_s {
                                  "Failed to <fail_name>[<request_type>]. err = %d" with fail_type */
     bool fail_type;
     va_delegate_kind_e delegate;
-    const char *reply_name; /* VA_DELEGATE_ACCOUNT: the callback's name: "NidlAccessTokenCb" */
-    va_port_fill_fn fill;   /* VA_DELEGATE_ACCOUNT: NULL is va_fill_from_account_s */
-    union {                 /* the other delegates: the area's delegate callback */
+    const char *reply_name;   /* VA_DELEGATE_ACCOUNT: the callback's name: "NidlAccessTokenCb" */
+    va_port_fill_fn fill;     /* VA_DELEGATE_ACCOUNT: NULL is va_fill_from_account_s */
+    bool reply_keeps_request; /* the reply never frees the request record (the privacy update) */
+    union {                   /* the other delegates: the area's delegate callback */
       rpc_port_AccountSvc_ResponsePlaceCb_cb place;
       rpc_port_AccountSvc_ResponseProfileCb_cb profile;
       rpc_port_AccountSvc_ResponseErrorCb_cb error;

@@ -201,6 +201,7 @@ const va_operation_s kUpdatePrivacy = {
              .fail_name = "rpc_port_Update_Privacy",
              .delegate = VA_DELEGATE_ERROR,
              .reply_name = "NidlUpdatePrivacyCb",
+             .reply_keeps_request = true,
              .reply = {.error = va_profile_port_privacy_cb}},
 };
 

@@ -163,8 +163,8 @@ void va_profile_port_update_cb(void *user_data, int result) {
   port_exit(request, name_of(request, true));
 }
 
-// The privacy update's reply has never released its request record; it is kept so
-// (tests/lsan.supp).
+// The privacy update's reply has never released its request record; it is kept so (the row's
+// reply_keeps_request; tests/lsan.supp).
 void va_profile_port_privacy_cb(void *user_data, int result) {
   velmora_account_request_h request = port_entry(user_data);
   if (request == NULL) return;

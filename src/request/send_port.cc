@@ -76,7 +76,9 @@ int va_send_port(va_op_call_s *call) {
   }
 
   velmora_account_request_h request =
-      va_request_create_port(call->clone, call->callback, call->user_data);
+      op->port.reply_keeps_request
+          ? va_request_create_port_kept(call->clone, call->callback, call->user_data)
+          : va_request_create_port(call->clone, call->callback, call->user_data);
   void *delegate = request != nullptr ? make_delegate(op, request) : nullptr;
   if (delegate == nullptr) {
     VA_LOG_AS(DLOG_INFO, op->name, "__create_nidl_request [VA_ERROR_OUT_OF_MEMORY]");

@@ -39,6 +39,7 @@ struct Options {
   gboolean sync = FALSE;
   gboolean verbose = FALSE;
   gint timeout_s = 30;
+  gint count = 1;  // profile watch: the changes to wait for
 };
 Options &options();
 

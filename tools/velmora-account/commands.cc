@@ -20,6 +20,7 @@ int cmd_consent(const Args &args);
 int cmd_linking(const Args &args);
 int cmd_companion(const Args &args);
 int cmd_places(const Args &args);
+int cmd_profile(const Args &args);
 
 Options &options() {
   static Options o;
@@ -85,9 +86,9 @@ const vcli::Tool &tool() {
       "the Velmora account client from the command line",
       "Asks the account agent for tokens and authorization codes, which accounts are signed in "
       "and which is the default, the account services (MCC, terms consents, account linking), "
-      "saved places and, on a wearable, the paired phone's account through the library, in "
-      "either transport, and prints the properties of the answer that are set. A failure prints "
-      "the "
+      "saved places, the user's profile (read, changed, watched) and, on a wearable, the paired "
+      "phone's account through the library, in either transport, and prints the properties of "
+      "the answer that are set. A failure prints the "
       "result code's name and what it means; with --json every outcome, failures and time-outs "
       "included, is one JSON object on stdout. Secrets are read from a file or standard input, "
       "never from the command line.",
@@ -107,6 +108,7 @@ const vcli::Tool &tool() {
           {"scope", Arg::kString, &o.scope, "SCOPE", "the requested scope (\"read write\")"},
           {"expired-token", Arg::kString, &o.expired_token, "TOKEN", "a token to replace"},
           {"device-code", Arg::kString, &o.device_code, "CODE", "the device's unique code"},
+          {"count", Arg::kInt, &o.count, "N", "profile watch: the changes to wait for (default 1)"},
           {"sync", Arg::kFlag, &o.sync, nullptr,
            "the blocking form (last-token and default set need the nidl transport, which they "
            "select unless --transport is given; status, accounts and default read the platform's "
@@ -208,6 +210,15 @@ const vcli::Tool &tool() {
            cmd_companion,
            1,
            1},
+          {"profile",
+           "get [CATEGORY] | set CATEGORY [N:]FIELD=VALUE... | privacy CATEGORY=0|1|2... | watch",
+           "read, change or watch the user's profile (categories and fields as the agent's keys "
+           "name them: phoneNumbers, value; watch runs as the installed application "
+           "$VELMORA_APP_ID)",
+           {"login-id", "client-id", "client-secret-file", "count"},
+           cmd_profile,
+           1,
+           vcli::kAnyNumber},
       },
       {{vcli::kExitOk, "the answer carries what was asked for"},
        {vcli::kExitFailed,
