@@ -201,8 +201,12 @@ printf '$ velmora-platform accounts   (the wearable'"'"'s account store)\n'
 "$PLATFORM" accounts | sed 's/^/    /'
 
 say "the wearable reads places of the account it signed in with (its agent keeps its own)"
-run "$AGENT" --root "$WEARABLE" places add --login-id "$LOGIN" --name Gym --category 3 | sed 's/^/    /'
-printf '$ velmora-account places --login-id %s   (on the wearable)\n' "$LOGIN"
-out=$("$ACCOUNT" places --login-id "$LOGIN" --timeout 30)
+# The phone's default account at the time of the companion sign-in (the demo made $SECOND the
+# default above): the wearable's store names it.
+WEARABLE_LOGIN=$("$PLATFORM" --root "$WEARABLE" accounts | awk '$3 == "default=true" { print $2 }')
+[[ -n $WEARABLE_LOGIN ]] || { echo "demo: the wearable has no default account" >&2; exit 1; }
+run "$AGENT" --root "$WEARABLE" places add --login-id "$WEARABLE_LOGIN" --name Gym --category 3 | sed 's/^/    /'
+printf '$ velmora-account places --login-id %s   (on the wearable)\n' "$WEARABLE_LOGIN"
+out=$("$ACCOUNT" places --login-id "$WEARABLE_LOGIN" --timeout 30)
 sed 's/^/    /' <<<"$out"
 grep -q "Gym" <<<"$out" || { echo "demo: no Gym among the wearable's places" >&2; exit 1; }
