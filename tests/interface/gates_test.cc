@@ -11,6 +11,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -287,6 +288,52 @@ const Row kRows[] = {
 };
 // clang-format on
 
+// Exported functions whose rows are not written yet: companion accounts and saved places, and the
+// profile, landed together before their gate rows were. The list only shrinks: a name leaves it in
+// the change that adds its row (EveryExportedFunctionHasARow fails on a listed name that has a row
+// or is not exported, and on any other exported function without a row).
+const char *const kRowsNotWrittenYet[] = {
+    "velmora_account_companion_create",
+    "velmora_account_companion_destroy",
+    "velmora_account_companion_get_account",
+    "velmora_account_companion_get_property_bool",
+    "velmora_account_companion_get_property_int",
+    "velmora_account_companion_get_property_str",
+    "velmora_account_companion_set_property_bool",
+    "velmora_account_companion_set_property_int",
+    "velmora_account_companion_set_property_str",
+    "velmora_account_companion_sign_in",
+    "velmora_account_place_create",
+    "velmora_account_place_destroy",
+    "velmora_account_place_get_location",
+    "velmora_account_place_get_network",
+    "velmora_account_place_get_place",
+    "velmora_account_place_list_create",
+    "velmora_account_place_list_destroy",
+    "velmora_account_place_list_foreach",
+    "velmora_account_place_request_info",
+    "velmora_account_profile_create",
+    "velmora_account_profile_destroy",
+    "velmora_account_profile_get_item_source",
+    "velmora_account_profile_get_item_str",
+    "velmora_account_profile_get_privacy",
+    "velmora_account_profile_get_profile_list",
+    "velmora_account_profile_list_append",
+    "velmora_account_profile_list_create",
+    "velmora_account_profile_list_destroy",
+    "velmora_account_profile_list_foreach",
+    "velmora_account_profile_request_info",
+    "velmora_account_profile_request_privacy",
+    "velmora_account_profile_request_profile",
+    "velmora_account_profile_set_item_source",
+    "velmora_account_profile_set_item_str",
+    "velmora_account_profile_set_privacy",
+    "velmora_account_profile_subscribe",
+    "velmora_account_profile_unsubscribe",
+    "velmora_account_profile_update_info",
+    "velmora_account_profile_update_privacy",
+};
+
 struct Cell {
   const Row *row;
   When when;
@@ -431,14 +478,21 @@ TEST(GatesTable, EveryExportedFunctionHasARow) {
   ASSERT_FALSE(exported.empty()) << "nm listed nothing for " << library;
   std::set<std::string> rows;
   for (const Row &row : kRows) EXPECT_TRUE(rows.insert(row.function).second) << row.function;
-  std::string missing, stray;
+  std::set<std::string> not_written_yet(std::begin(kRowsNotWrittenYet),
+                                        std::end(kRowsNotWrittenYet));
+  std::string missing, stray, stale;
+  for (const std::string &name : not_written_yet)
+    if (rows.count(name) || !exported.count(name)) stale += "  " + name + "\n";
   for (const std::string &name : exported)
-    if (!rows.count(name)) missing += "  " + name + "\n";
+    if (!rows.count(name) && !not_written_yet.count(name)) missing += "  " + name + "\n";
   for (const std::string &name : rows)
     if (!exported.count(name)) stray += "  " + name + "\n";
   EXPECT_TRUE(missing.empty()) << "exported functions without a row in the gates table:\n"
                                << missing;
   EXPECT_TRUE(stray.empty()) << "rows for functions the library does not export:\n" << stray;
+  EXPECT_TRUE(stale.empty()) << "kRowsNotWrittenYet names a function that has a row or is not "
+                                "exported (remove it from the list):\n"
+                             << stale;
 }
 
 }  // namespace

@@ -149,7 +149,7 @@ TEST_F(CompanionTest, AHandleOverThePortIsRefusedBeforeAnyAllocation) {
   EXPECT_EQ(log.count("wearable, [ERROR_NOT_SUPPORTED]"), 2) << log.dump();
   EXPECT_EQ(log.count("companion_get_account [Wearable]"), 0);  // logged only after the clone
   EXPECT_EQ(log.count("Get mobile_account_exist [Wearable]"), 0);
-  EXPECT_TRUE(vtest::iterate_until([&] { return connection.events > 0; }));
+  EXPECT_TRUE(vtest::run_until([&] { return connection.events > 0; }));
   EXPECT_EQ(velmora_account_disconnect(h), 0);
   EXPECT_EQ(r.calls, 0);
 }

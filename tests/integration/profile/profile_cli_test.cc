@@ -108,7 +108,7 @@ TEST_F(ProfileCli, WatchPrintsTheChangesItIsTold) {
   ASSERT_NE(pid, 0);
   // The watcher has subscribed once the agent lists it.
   const std::string agent = PlatformRoot::agent_exec();
-  ASSERT_TRUE(iterate_until([&] {
+  ASSERT_TRUE(run_until([&] {
     const ProgramRun r = run_program(agent, {"profile", "subscribers", "--login-id", kLogin}, "");
     return r.out.find(kApp) != std::string::npos;
   }));

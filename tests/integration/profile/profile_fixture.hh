@@ -40,7 +40,7 @@ struct ListCompletion {
     self->list = list;
   }
   bool wait() {
-    return iterate_until([this] { return calls > 0; });
+    return run_until([this] { return calls > 0; });
   }
 };
 
@@ -118,7 +118,7 @@ class ProfileOpsTest : public TokensTest {
  protected:
   // Runs the main loop a little, for a callback that must not come.
   static void settle() {
-    iterate_until([] { return false; }, 300);
+    run_until([] { return false; }, 300);
   }
 
   // Sends `list` with update_info on `h` and waits for the answer; returns its result.
@@ -199,7 +199,7 @@ class ProfileOpsTest : public TokensTest {
           g_spawn_close_pid(child);
         },
         &exit_info);
-    EXPECT_TRUE(iterate_until([&exit_info] { return exit_info.exited; }));
+    EXPECT_TRUE(run_until([&exit_info] { return exit_info.exited; }));
     return exit_info.status;
   }
 

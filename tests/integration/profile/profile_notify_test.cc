@@ -94,7 +94,7 @@ TEST_F(ProfileNotify, ASubscriberIsToldOfAChangeMadeByAnotherProcess) {
   ASSERT_EQ(agent_command({"set", "--login-id", kLogin, "--category", "phoneNumbers",
                            "phoneNumbers:value=+1 555 0100", "phoneNumbers_2:value=+1 555 0101"}),
             0);
-  ASSERT_TRUE(iterate_until([this] { return !seen_.extras.empty(); }));
+  ASSERT_TRUE(run_until([this] { return !seen_.extras.empty(); }));
   ASSERT_EQ(seen_.extras.size(), 1u);
   EXPECT_EQ(seen_.operations[0], kChangedOperation);
   Extras &change = seen_.extras[0];
@@ -120,7 +120,7 @@ TEST_F(ProfileNotify, APrivacyChangeIsToldAsPrivacy) {
   Completion subscribed;
   ASSERT_EQ(subscription(true, &subscribed), 0);
   ASSERT_EQ(agent_command({"privacy", "--login-id", kLogin, "nicknames=2"}), 0);
-  ASSERT_TRUE(iterate_until([this] { return !seen_.extras.empty(); }));
+  ASSERT_TRUE(run_until([this] { return !seen_.extras.empty(); }));
   Extras &change = seen_.extras[0];
   EXPECT_EQ(change["category"], "privacy");
   EXPECT_EQ(change["resource"], "nicknames");
@@ -149,7 +149,7 @@ TEST_F(ProfileNotify, AChangeThroughTheLibraryIsToldToo) {
   ASSERT_EQ(subscription(true, &subscribed), 0);
   velmora_account_h port = connected_handle();
   set_category(port, VELMORA_ACCOUNT_PROFILE_CATEGORY_NICKNAME, 1);
-  ASSERT_TRUE(iterate_until([this] { return !seen_.extras.empty(); }));
+  ASSERT_TRUE(run_until([this] { return !seen_.extras.empty(); }));
   EXPECT_EQ(seen_.extras[0]["resource"], "nicknames");
   EXPECT_EQ(seen_.extras[0]["nicknames:value"],
             field_value(VELMORA_ACCOUNT_PROFILE_CATEGORY_NICKNAME, 0, 0));
