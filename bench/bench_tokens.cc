@@ -513,7 +513,7 @@ void print_tables() {
         printf("%-9s %-12s %-18s %9.1f %9.1f %+7.1f%% %9.1f %9.1f %-10s %s\n",
                vbench::regime_name(regime), vbench::transport_name(t), state.c_str(),
                figure(*base, regime), figure(*with, regime), 100 * change, base->agent_cpu_us,
-               with->agent_cpu_us, "<= +10%", tally.mark(change <= 0.10));
+               with->agent_cpu_us, "within 10%", tally.mark(std::fabs(change) <= 0.10));
       }
 
   printf("\nClient processes asking at once (no client secret): throughput and latency over all\n");
