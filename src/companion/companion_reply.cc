@@ -37,14 +37,16 @@ bool va_foreach_companion_extra_cb(app_control_h reply, const char *key, void *u
   return true;
 }
 
-void va_companion_reply_parser(velmora_account_request_h request, app_control_h reply, int result) {
+void va_companion_reply_parser(velmora_account_request_h request, app_control_h reply,
+                               app_control_result_e launch, int result) {
   const char *name = va_reply_name(request, false);
   velmora_account_companion_h companion = va_companion_new();
   if (companion == NULL) {
     result = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
-  } else if (result == VELMORA_ACCOUNT_ERROR_NONE) {
-    // A successful reply is walked, and the walk's result is the callback's; a failed one leaves
-    // the companion handle unfilled.
+  } else if (launch == APP_CONTROL_RESULT_SUCCEEDED) {
+    // A successful launch's reply is walked, and the walk's result is the callback's. A failed
+    // launch leaves the companion handle unfilled and keeps its converted result, even when that
+    // is 0 (no "error_code": the agent went away, say).
     result = app_control_foreach_extra_data(reply, va_foreach_companion_extra_cb, companion);
     if (result != APP_CONTROL_ERROR_NONE)
       VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");

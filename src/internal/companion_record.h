@@ -33,10 +33,13 @@ void va_companion_free(velmora_account_companion_h companion);
 bool va_foreach_companion_extra_cb(app_control_h reply, const char *key, void *user_data);
 
 /* The reading of both companion replies (companion_get_account_cb, companion_sign_in_result_cb):
- * a new companion record, filled from a successful reply, handed with the response handle to the
- * caller's velmora_account_companion_cb. The result is -12 when the record could not be made, the
- * converted error of a failed reply, else the result of walking the reply's extras. */
-void va_companion_reply_parser(velmora_account_request_h request, app_control_h reply, int result);
+ * a new companion record, filled from a successful launch's reply, handed with the response handle
+ * to the caller's velmora_account_companion_cb. A failed launch passes the record unfilled, whether
+ * or not its reply carries an "error_code". The result is -12 when the record could not be made,
+ * the converted error of a failed launch (0 without an "error_code"), else the result of walking
+ * the reply's extras. */
+void va_companion_reply_parser(velmora_account_request_h request, app_control_h reply,
+                               app_control_result_e launch, int result);
 
 #ifdef __cplusplus
 }

@@ -74,7 +74,7 @@ int va_place_list_from_nidl(velmora_account_place_list_h list, rpc_port_PlaceInf
  * the request record itself.
  */
 void va_place_reply_from_app_control(velmora_account_request_h request, app_control_h reply,
-                                     int result);
+                                     app_control_result_e launch, int result);
 void va_place_reply_from_port(void *user_data, int result, rpc_port_PlaceInfoS_h info);
 
 #ifdef __cplusplus

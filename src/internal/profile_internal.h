@@ -94,11 +94,14 @@ rpc_port_PrivacyS_h va_profile_nidl_privacy_from_list(velmora_account_profile_li
  * then (result, clone); one category or the privacy into a new list in the request's list slot,
  * then (result, list) and the clone released; an update's result to (result, clone); a
  * subscription's "login_id" into the clone, then (result, clone). */
-void va_profile_reply_info(velmora_account_request_h request, app_control_h reply, int result);
-void va_profile_reply_list(velmora_account_request_h request, app_control_h reply, int result);
-void va_profile_reply_update(velmora_account_request_h request, app_control_h reply, int result);
+void va_profile_reply_info(velmora_account_request_h request, app_control_h reply,
+                           app_control_result_e launch, int result);
+void va_profile_reply_list(velmora_account_request_h request, app_control_h reply,
+                           app_control_result_e launch, int result);
+void va_profile_reply_update(velmora_account_request_h request, app_control_h reply,
+                             app_control_result_e launch, int result);
 void va_profile_reply_subscription(velmora_account_request_h request, app_control_h reply,
-                                   int result);
+                                   app_control_result_e launch, int result);
 
 /* Port delegate callbacks, user data the request record: ResponseProfileCb of request_info (the
  * clone's link) and of request_profile / request_privacy (a list to the caller), ResponseErrorCb

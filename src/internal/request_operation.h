@@ -143,12 +143,14 @@ typedef int (*va_op_prepare_fn)(va_op_call_s *call, app_control_h app_control,
 
 /*
  * An area's own reading of an app-control reply. Called by the generic reply callback after its
- * entry line and with the reply's result (0, or the converted "error_code"): reads the reply, calls
- * the caller's callback (request->app_control_cb, of the operation's callback type) and frees what
- * it keeps in the holder. The generic callback then frees the request record.
+ * entry line, with the launch result (`launch`: APP_CONTROL_RESULT_SUCCEEDED, or the failure the
+ * platform reported, with or without a reply) and the reply's result code (`result`: 0, or the
+ * converted "error_code", which is 0 as well for a failed reply without one): reads the reply,
+ * calls the caller's callback (request->app_control_cb, of the operation's callback type) and frees
+ * what it keeps in the holder. The generic callback then frees the request record.
  */
 typedef void (*va_reply_parser_fn)(velmora_account_request_h request, app_control_h reply,
-                                   int result);
+                                   app_control_result_e launch, int result);
 
 /* Adds what follows the extras table (a profile update's body) to the app control, from the call
  * (args->body). A result other than NONE releases the clone, the app control and the holder, and

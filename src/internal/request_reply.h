@@ -82,7 +82,8 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
 /* The default: the reply's extras into the clone (va_fill_extra_cb), then the caller's
  * velmora_account_response_cb with (result, clone, user data); a successful reply whose values
  * could not all be stored gives VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY. */
-void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result);
+void va_reply_parse_account(velmora_account_request_h request, app_control_h reply,
+                            app_control_result_e launch, int result);
 /* The pieces of va_reply_parse_account, for parsers that do something in between (sign-out clears
  * the login id): the extras into the clone, and the call of the response callback. */
 /* va_reply_fill_account returns VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY when a value could not be
@@ -92,11 +93,11 @@ void va_reply_call_response(velmora_account_request_h request, int result);
 /* The signed-in status (holder: va_signed_in_status_s, freed here) to a
  * velmora_account_signed_in_cb. */
 void va_reply_parse_signed_in_status(velmora_account_request_h request, app_control_h reply,
-                                     int result);
+                                     app_control_result_e launch, int result);
 /* The login ids of the reply (holder: va_account_id_list_s, freed here with the list) to a
  * velmora_account_list_cb. */
 void va_reply_parse_account_list(velmora_account_request_h request, app_control_h reply,
-                                 int result);
+                                 app_control_result_e launch, int result);
 
 /* ---- extra-data visitors ---- */
 

@@ -202,7 +202,7 @@ int va_place_list_from_nidl(velmora_account_place_list_h list, rpc_port_PlaceInf
 }
 
 void va_place_reply_from_app_control(velmora_account_request_h request, app_control_h reply,
-                                     int result) {
+                                     app_control_result_e, int result) {
   velmora_account_place_list_h list = va_place_list_new();
   request->data = list;
   VA_LOG_AS(DLOG_INFO, kAppControlReplyName, "[place_request_info_cb] foreach_place_cb");

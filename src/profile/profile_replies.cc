@@ -92,7 +92,8 @@ extern "C" {
 
 // ---- app control (va_reply_parser_fn) ----
 
-void va_profile_reply_info(velmora_account_request_h request, app_control_h reply, int result) {
+void va_profile_reply_info(velmora_account_request_h request, app_control_h reply,
+                           app_control_result_e, int result) {
   const char *name = name_of(request, false);
   velmora_account_h account = request->account;
   if (account == NULL) {
@@ -105,7 +106,8 @@ void va_profile_reply_info(velmora_account_request_h request, app_control_h repl
   call_response_callback(request, request->app_control_cb, result);
 }
 
-void va_profile_reply_list(velmora_account_request_h request, app_control_h reply, int result) {
+void va_profile_reply_list(velmora_account_request_h request, app_control_h reply,
+                           app_control_result_e, int result) {
   const char *name = name_of(request, false);
   auto **slot = reinterpret_cast<velmora_account_profile_list_h *>(&request->data);
   velmora_account_profile_list_h list = list_for(name, slot, "va_profile_list_h is NULL");
@@ -117,14 +119,15 @@ void va_profile_reply_list(velmora_account_request_h request, app_control_h repl
   call_list_callback(request, request->app_control_cb, result, list);
 }
 
-void va_profile_reply_update(velmora_account_request_h request, app_control_h, int result) {
+void va_profile_reply_update(velmora_account_request_h request, app_control_h, app_control_result_e,
+                             int result) {
   if (request->account != NULL && request->account->link != NULL)
     VA_LOG_AS(DLOG_INFO, name_of(request, false), "Error : Profile handle is not null");
   call_response_callback(request, request->app_control_cb, result);
 }
 
 void va_profile_reply_subscription(velmora_account_request_h request, app_control_h reply,
-                                   int result) {
+                                   app_control_result_e, int result) {
   const char *name = name_of(request, false);
   VA_LOG_AS(DLOG_INFO, name, "[%s] foreach_cb", name);
   va_reply_fill_account(request, reply);  // the reply's "login_id"

@@ -46,7 +46,8 @@ void va_reply_call_response(velmora_account_request_h request, int result) {
   if (callback != nullptr) callback(result, request->account, request->user_data);
 }
 
-void va_reply_parse_account(velmora_account_request_h request, app_control_h reply, int result) {
+void va_reply_parse_account(velmora_account_request_h request, app_control_h reply,
+                            app_control_result_e, int result) {
   const int filled = va_reply_fill_account(request, reply);
   va_reply_call_response(request, result == VELMORA_ACCOUNT_ERROR_NONE ? filled : result);
 }
@@ -64,7 +65,7 @@ void va_reply_app_control_cb(app_control_h request_app_control, app_control_h re
   va_reply_parser_fn parse = request->op != nullptr && request->op->app_control.parser != nullptr
                                  ? request->op->app_control.parser
                                  : va_reply_parse_account;
-  parse(request, reply, ret);
+  parse(request, reply, result, ret);
 
   VA_LOG_AS(DLOG_INFO, name, "REQUEST_HANDLE_FREE");
   free(request);  // the account now belongs to the callback's receiver

@@ -26,7 +26,7 @@ void free_ids(va_account_id_list_s *ids) {
 extern "C" {
 
 void va_reply_parse_signed_in_status(velmora_account_request_h request, app_control_h reply,
-                                     int result) {
+                                     app_control_result_e, int result) {
   va_signed_in_status_s local = {};
   auto *status =
       request->data != nullptr ? static_cast<va_signed_in_status_s *>(request->data) : &local;
@@ -43,7 +43,7 @@ void va_reply_parse_signed_in_status(velmora_account_request_h request, app_cont
 }
 
 void va_reply_parse_account_list(velmora_account_request_h request, app_control_h reply,
-                                 int result) {
+                                 app_control_result_e, int result) {
   const char *name = va_reply_name(request, false);
   va_account_id_list_s local = {};
   auto *ids =

@@ -15,10 +15,10 @@
 // what the reply's keys say (string keys replace, "-1" refresh tokens and flags other than "Y" /
 // "N" leave the value, numbers go through base-10 strtol); the status and the list are what the
 // reply carries; a companion reply hands over a companion handle whose mobile-account state is
-// what "check_mobile_account_exist" says ("true" 1, "false" 0, else unknown; a failed reply with an
-// error code is not read) and leaves the clone as it was; no log line shows a token or code of the
-// reply (except in the companion replies, whose visitor logs every key with its value); nothing
-// leaks.
+// what "check_mobile_account_exist" says ("true" 1, "false" 0, else unknown; a failed reply is not
+// read, with or without an error code) and leaves the clone as it was; no log line shows a token or
+// code of the reply (except in the companion replies, whose visitor logs every key with its value);
+// nothing leaks.
 //
 // Seeds: VELMORA_FUZZ_WRITE_SEEDS=<dir> writes a few typical and hostile replies into <dir> and
 // exits, e.g.
@@ -506,11 +506,11 @@ int run(const uint8_t *data, size_t size) {
       break;
     }
     case Family::kCompanion: {
-      // The parser sees the converted result only: a failed reply without an error code (0) is
-      // read like a successful one.
+      // Only a successful launch's reply is read: a failed one, with or without an error code,
+      // passes the companion handle unfilled.
       int state = VA_TRISTATE_UNSET;
       for (const auto &[key, value] : extras)
-        if (expected_result == 0 && key == "check_mobile_account_exist") {
+        if (!failed && key == "check_mobile_account_exist") {
           if (value == "true") state = VA_TRISTATE_TRUE;
           if (value == "false") state = VA_TRISTATE_FALSE;
         }

@@ -134,6 +134,33 @@ TEST_F(CompanionTest, ThePhonesAgentKilledDuringASignInMakesItUnreachable) {
   EXPECT_FALSE(wearable_signed_in(kPhoneLogin));
 }
 
+TEST_F(CompanionTest, TheWearablesAgentKilledDuringASignInPassesTheCompanionUnfilled) {
+  pair();
+  seed_phone_account();
+  set_phone_fault("companion_phone_signin", "never_answer", "1");
+  vtest::LogCapture log;
+  CompanionReply r;
+  ASSERT_EQ(velmora_account_companion_sign_in(handle(), CompanionReply::cb, &r), 0);
+  // The wearable's agent has taken the request and passed it to the phone, which leaves it
+  // unanswered; then the wearable's agent is killed: the launch fails without a reply.
+  ASSERT_TRUE(vtest::run_until([&] { return phone_logged("companion_phone_signin from"); }));
+  EXPECT_EQ(r.calls, 0);
+  stop_pid(pid_in(wearable_.path()), SIGKILL);
+  ASSERT_TRUE(r.wait());
+  // No "error_code" to convert: the result is 0, and the companion handle is passed unfilled.
+  EXPECT_EQ(r.result, VELMORA_ACCOUNT_ERROR_NONE);
+  EXPECT_TRUE(r.had_account);
+  EXPECT_EQ(r.exists, -1);
+  const vtest::LogLine *failed = log.find("[CONVERT_ERROR_CODE] AppControl result fail");
+  ASSERT_NE(failed, nullptr) << log.dump();
+  EXPECT_EQ(failed->function(), "companion_sign_in_result_cb");
+  EXPECT_TRUE(log.has(vtest::kVaTag, DLOG_INFO, "ErrorCode is NULL [(null)], value set to 0"))
+      << log.dump();
+  EXPECT_EQ(log.count("Fail to app_control_foreach_extra_data"), 0) << log.dump();
+  EXPECT_EQ(log.find("REQUEST_HANDLE_FREE")->function(), "companion_sign_in_result_cb");
+  EXPECT_FALSE(wearable_signed_in(kPhoneLogin));
+}
+
 TEST_F(CompanionTest, AHandleOverThePortIsRefusedBeforeAnyAllocation) {
   pair();
   seed_phone_account();
