@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "json_out.hh"
 #include "velmora_account_version.h"
 
 namespace vcli {
@@ -14,6 +15,19 @@ namespace {
 
 const Tool *g_tool = nullptr;
 const Command *g_command = nullptr;
+const gboolean *g_json_flag = nullptr;  // the tool's --json option, once parsed
+bool g_json_asked = false;              // --json among the words before `--`
+
+const char *tool_name() { return g_tool ? g_tool->name : "velmora"; }
+
+// One failure as one JSON object on stdout, when --json was asked for.
+void print_failure(const char *error, const std::string &message, int exit_status) {
+  if (!json_output()) return;
+  JsonOut json;
+  if (g_command) json.str("command", g_command->name);
+  add_failure(json, error, message, exit_status);
+  json.print();
+}
 
 const Option *find_option(const Tool &tool, const char *name) {
   for (const Option &o : tool.options)
@@ -162,19 +176,33 @@ int parse(const Tool &tool, const Command *command, std::vector<char *> words, A
 
 const Command *current_command() { return g_command; }
 
+bool json_output() { return g_json_asked || (g_json_flag && *g_json_flag); }
+
 int usage_error(const std::string &message) {
-  const char *tool = g_tool ? g_tool->name : "velmora";
+  const std::string tool = tool_name();
+  const std::string help = g_command ? tool + " " + g_command->name + " --help" : tool + " --help";
   if (g_command)
-    fprintf(stderr, "%s %s: %s\n(see %s %s --help)\n", tool, g_command->name, message.c_str(), tool,
-            g_command->name);
+    fprintf(stderr, "%s %s: %s\n(see %s)\n", tool.c_str(), g_command->name, message.c_str(),
+            help.c_str());
   else
-    fprintf(stderr, "%s: %s\n(see %s --help)\n", tool, message.c_str(), tool);
+    fprintf(stderr, "%s: %s\n(see %s)\n", tool.c_str(), message.c_str(), help.c_str());
+  print_failure(kErrorUsage, message + " (see " + help + ")", kExitUsage);
   return kExitUsage;
 }
 
-int fail(const std::string &message) {
-  fprintf(stderr, "%s: %s\n", g_tool ? g_tool->name : "velmora", message.c_str());
+void tell(const std::string &message) { fprintf(stderr, "%s: %s\n", tool_name(), message.c_str()); }
+
+int fail(const char *error, const std::string &message) {
+  tell(message);
+  print_failure(error, message, kExitFailed);
   return kExitFailed;
+}
+
+int fail(const std::string &message) { return fail(kErrorFailed, message); }
+
+int add_failure(JsonOut &json, const char *error, const std::string &message, int exit_status) {
+  json.str("error", error).str("message", message).integer("exit_status", exit_status);
+  return exit_status;
 }
 
 bool read_secret(const std::string &source, std::string *secret, std::string *error) {
@@ -210,6 +238,12 @@ int run(const Tool &tool, int argc, char **argv) {
   g_tool = &tool;
   g_command = nullptr;
   g_set_prgname(tool.name);
+  const Option *json = find_option(tool, "json");
+  g_json_flag =
+      json && json->arg == Arg::kFlag ? static_cast<const gboolean *>(json->data) : nullptr;
+  g_json_asked = false;
+  for (int i = 1; g_json_flag && i < argc && strcmp(argv[i], "--") != 0; ++i)
+    if (strcmp(argv[i], "--json") == 0) g_json_asked = true;
   // The subcommand is the first word that is neither an option nor an option's value.
   int at = -1;
   for (int i = 1; i < argc; ++i) {
@@ -246,7 +280,10 @@ int run(const Tool &tool, int argc, char **argv) {
     status = parse(tool, nullptr, words, &positional, &version, &man, &completion);
     if (status < 0) {
       if (version) {
-        printf("%s %s\n", tool.name, VELMORA_ACCOUNT_VERSION_STRING);
+        if (json_output())
+          JsonOut().str("tool", tool.name).str("version", VELMORA_ACCOUNT_VERSION_STRING).print();
+        else
+          printf("%s %s\n", tool.name, VELMORA_ACCOUNT_VERSION_STRING);
         status = kExitOk;
       } else if (man) {
         fputs(man_page(tool).c_str(), stdout);

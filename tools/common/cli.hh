@@ -74,10 +74,31 @@ int run(const Tool &tool, int argc, char **argv);
 
 // The subcommand being run (for messages), or nullptr.
 const Command *current_command();
-// "<tool> <command>: <message>" and a hint to --help on stderr; returns kExitUsage.
+// True when the command line asks for --json (the tool has a flag option named "json"). Known
+// before the command line is parsed, so that a usage error is printed as JSON too.
+bool json_output();
+
+// The names of the failures a tool reports on its own (those of the platform, the library or the
+// agent carry the name of their code).
+inline constexpr const char *kErrorUsage = "VELMORA_TOOL_ERROR_USAGE";
+inline constexpr const char *kErrorFailed = "VELMORA_TOOL_ERROR_FAILED";
+
+// Every failure says what happened on stderr ("<tool>: <message>"); with --json it is also one
+// object on stdout: {"command": ..., "error": <name>, "message": <message>, "exit_status": N}
+// (no "command" before a subcommand was chosen). `message` says what to do about it.
+//
+// "<tool> <command>: <message>" and a hint to --help; returns kExitUsage.
 int usage_error(const std::string &message);
-// "<tool>: <message>" on stderr; returns kExitFailed.
+// A failure named `error`; returns kExitFailed.
+int fail(const char *error, const std::string &message);
+// The same, named kErrorFailed.
 int fail(const std::string &message);
+// "<tool>: <message>" on stderr only (one of several problems a command reports in one object).
+void tell(const std::string &message);
+// Adds the members of a failure ("error", "message", "exit_status") to an object a command prints
+// itself (a listing that is partly read); returns `exit_status`.
+class JsonOut;
+int add_failure(JsonOut &json, const char *error, const std::string &message, int exit_status);
 
 // A secret read from a file, or from standard input when `source` is "-": its first line without
 // the line end. False with *error when it cannot be read or is empty.

@@ -7,6 +7,7 @@
 
 #include "account_store.h"
 #include "commands.hh"
+#include "velmora_host.h"
 #include "velmora_host_store.h"
 
 namespace vplat {
@@ -39,6 +40,35 @@ bool print_record(const char *package, const char *user_name, const char *const 
   return true;
 }
 
+// The store could not be read: its code's name, and what to do about it.
+int store_failure(int err) {
+  const std::string path = std::string(velmora_host_root()) + "/store/accounts.db";
+  std::string message =
+      "cannot read the account store " + path + " (" + platform_error_name(err, true) + "): ";
+  switch (err) {
+    case ACCOUNT_ERROR_DB_NOT_OPENED:
+    case ACCOUNT_ERROR_DB_FAILED:
+    case ACCOUNT_ERROR_QUERY_SYNTAX_ERROR:
+      message +=
+          "the file is damaged or is not an account store; restore it from a copy, or move it "
+          "aside to start with an empty store (the accounts it held must then sign in again)";
+      break;
+    case ACCOUNT_ERROR_DATABASE_BUSY:
+      message += "another process holds the store; try again when it is done";
+      break;
+    case ACCOUNT_ERROR_PERMISSION_DENIED:
+      message += "this process may not read it; run as the user who owns the platform root";
+      break;
+    case ACCOUNT_ERROR_OUT_OF_MEMORY:
+      message += "out of memory; free some memory and try again";
+      break;
+    default:
+      message += "see the platform's log lines above (VELMORA_LOG_LEVEL=debug shows more)";
+      break;
+  }
+  return fail(platform_error_name(err, true), message);
+}
+
 }  // namespace
 
 int run_accounts(const Args &args) {
@@ -46,8 +76,7 @@ int run_accounts(const Args &args) {
   Listing listing;
   listing.json.begin_array("accounts");
   const int err = velmora_host_store_foreach(package, print_record, &listing);
-  if (err != ACCOUNT_ERROR_NONE)
-    return fail("cannot read the account store (error " + std::to_string(err) + ")");
+  if (err != ACCOUNT_ERROR_NONE) return store_failure(err);
   listing.json.end_array();
   if (options().json)
     listing.json.print();

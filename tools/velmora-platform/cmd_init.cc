@@ -13,11 +13,12 @@ int run_init(const Args &) {
   if (!profile.empty() && !known_profile(profile))
     return usage_error("unknown profile '" + profile + "' (mobile, wearable or tv)");
   char *error = nullptr;
-  if (velmora_host_init_root(profile.empty() ? nullptr : profile.c_str(), &error) != 0)
-    return fail_with(error, "cannot create the platform root");
+  if (const int err = velmora_host_init_root(profile.empty() ? nullptr : profile.c_str(), &error);
+      err != 0)
+    return fail_with(err, error, "cannot create the platform root", kCannotWrite);
   char *current = nullptr;
-  if (velmora_host_get_profile(&current, &error) != 0)
-    return fail_with(error, "cannot read the device profile");
+  if (const int err = velmora_host_get_profile(&current, &error); err != 0)
+    return fail_with(err, error, "cannot read the device profile", kDamagedDeviceConfig);
   if (options().json)
     vcli::JsonOut().str("root", velmora_host_root()).str("profile", current).print();
   else

@@ -93,9 +93,10 @@ int run_install(const Args &args) {
   for (const Meta &m : metadata)
     c_meta.push_back({m.app_id.c_str(), m.key.c_str(), m.value.c_str()});
   char *error = nullptr;
-  if (velmora_host_install_package(package_id.c_str(), c_apps.data(), c_apps.size(), c_meta.data(),
-                                   c_meta.size(), &error) != 0)
-    return fail_with(error, "cannot install " + package_id);
+  if (const int err = velmora_host_install_package(package_id.c_str(), c_apps.data(), c_apps.size(),
+                                                   c_meta.data(), c_meta.size(), &error);
+      err != 0)
+    return fail_with(err, error, "cannot install " + package_id, kCannotWrite);
   if (options().json)
     vcli::JsonOut()
         .str("installed", package_id)

@@ -31,7 +31,8 @@ int run_mcc(const Args &args) {
   char *error = nullptr;
   if (args.empty()) {
     char *mcc = nullptr;
-    if (velmora_host_get_mcc(&mcc, &error) != 0) return fail_with(error, "cannot read the MCC");
+    if (const int err = velmora_host_get_mcc(&mcc, &error); err != 0)
+      return fail_with(err, error, "cannot read the MCC", kDamagedDeviceConfig);
     const std::string value = mcc ? mcc : "";
     free(mcc);
     return print_mcc(value);
@@ -40,8 +41,8 @@ int run_mcc(const Args &args) {
   if (!value.empty() &&
       (value.size() != 3 || value.find_first_not_of("0123456789") != std::string::npos))
     return usage_error("an MCC is three digits, not '" + args[0] + "' (or none)");
-  if (velmora_host_set_mcc(value.c_str(), &error) != 0)
-    return fail_with(error, "cannot set the MCC");
+  if (const int err = velmora_host_set_mcc(value.c_str(), &error); err != 0)
+    return fail_with(err, error, "cannot set the MCC", kCannotWrite);
   return print_mcc(value);
 }
 

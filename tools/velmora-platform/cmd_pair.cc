@@ -43,7 +43,8 @@ int run_pair(const Args &) {
   char *error = nullptr;
   if (o.unpair && o.phone) return usage_error("give --phone or --unpair, not both");
   if (o.unpair) {
-    if (velmora_host_unpair(&error) != 0) return fail_with(error, "cannot unpair");
+    if (const int err = velmora_host_unpair(&error); err != 0)
+      return fail_with(err, error, "cannot unpair", kCannotWrite);
     if (o.json)
       vcli::JsonOut().str("paired_with", "none").null("root").print();
     else
@@ -51,8 +52,8 @@ int run_pair(const Args &) {
     return kExitOk;
   }
   if (!o.phone) return show();
-  if (velmora_host_pair_phone(o.phone, &error) != 0)
-    return fail_with(error, std::string("cannot pair with ") + o.phone);
+  if (const int err = velmora_host_pair_phone(o.phone, &error); err != 0)
+    return fail_with(err, error, std::string("cannot pair with ") + o.phone, kCannotWrite);
   char *phone = nullptr;
   velmora_host_paired_phone(&phone);
   const std::string root = phone ? phone : o.phone;

@@ -11,8 +11,8 @@ int run_profile(const Args &args) {
   char *error = nullptr;
   if (args.empty()) {
     char *profile = nullptr;
-    if (velmora_host_get_profile(&profile, &error) != 0)
-      return fail_with(error, "cannot read the device profile");
+    if (const int err = velmora_host_get_profile(&profile, &error); err != 0)
+      return fail_with(err, error, "cannot read the device profile", kDamagedDeviceConfig);
     if (options().json)
       vcli::JsonOut().str("profile", profile).print();
     else
@@ -22,8 +22,8 @@ int run_profile(const Args &args) {
   }
   if (!known_profile(args[0]))
     return usage_error("unknown profile '" + args[0] + "' (mobile, wearable or tv)");
-  if (velmora_host_set_profile(args[0].c_str(), &error) != 0)
-    return fail_with(error, "cannot set the device profile");
+  if (const int err = velmora_host_set_profile(args[0].c_str(), &error); err != 0)
+    return fail_with(err, error, "cannot set the device profile", kCannotWrite);
   if (options().json)
     vcli::JsonOut().str("profile", args[0]).print();
   else

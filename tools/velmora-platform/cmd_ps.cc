@@ -11,8 +11,8 @@ namespace vplat {
 int run_ps(const Args &) {
   velmora_host_running_s *apps = nullptr;
   size_t count = 0;
-  if (velmora_host_list_running(&apps, &count) != 0)
-    return fail("cannot list the running applications");
+  if (const int err = velmora_host_list_running(&apps, &count); err != 0)
+    return fail_with(err, nullptr, "cannot list the running applications");
   if (options().json) {
     vcli::JsonOut json;
     json.begin_array("running");

@@ -8,8 +8,8 @@ namespace vplat {
 
 int run_remove(const Args &args) {
   char *error = nullptr;
-  if (velmora_host_remove_package(args[0].c_str(), &error) != 0)
-    return fail_with(error, "cannot remove " + args[0]);
+  if (const int err = velmora_host_remove_package(args[0].c_str(), &error); err != 0)
+    return fail_with(err, error, "cannot remove " + args[0], kCannotWrite);
   if (options().json)
     vcli::JsonOut().str("removed", args[0]).print();
   else

@@ -11,7 +11,8 @@ namespace vplat {
 int run_show(const Args &args) {
   std::vector<AppView> apps;
   std::string error;
-  if (!read_package(args[0], &apps, &error)) return fail(error);
+  int code = 0;
+  if (!read_package(args[0], &apps, &error, &code)) return fail(platform_error_name(code), error);
   if (options().json) {
     vcli::JsonOut json;
     json.str("package_id", args[0]).begin_array("apps");

@@ -13,8 +13,8 @@ constexpr int kStopTimeoutMs = 5000;
 
 int run_stop(const Args &args) {
   char *error = nullptr;
-  if (velmora_host_stop_app(args[0].c_str(), kStopTimeoutMs, &error) != 0)
-    return fail_with(error, "cannot stop " + args[0]);
+  if (const int err = velmora_host_stop_app(args[0].c_str(), kStopTimeoutMs, &error); err != 0)
+    return fail_with(err, error, "cannot stop " + args[0]);
   if (options().json)
     vcli::JsonOut().str("stopped", args[0]).print();
   else

@@ -7,6 +7,11 @@
 #include <cstdlib>
 #include <string>
 
+#include "account_store.h"
+#include "app_info.h"
+#include "package_manager.h"
+#include "velmora_host.h"
+
 namespace vplat {
 
 Options &options() {
@@ -31,9 +36,10 @@ int choose_root(const vcli::Command &command) {
   g_free(absolute);
   setenv("VELMORA_PLATFORM_ROOT", root.c_str(), 1);
   if (std::string(command.name) != "init" && !g_file_test(root.c_str(), G_FILE_TEST_IS_DIR))
-    return vplat::fail("platform root " + root +
-                       " does not exist (create it with: velmora-platform init --root " + root +
-                       ")");
+    return vplat::fail(platform_error_name(-2),
+                       "platform root " + root +
+                           " does not exist (create it with: velmora-platform init --root " + root +
+                           ")");
   return -1;
 }
 
@@ -130,14 +136,72 @@ const vcli::Tool &tool() {
   return kTool;
 }
 
-int fail(const std::string &message) { return vcli::fail(message); }
+int fail(const char *error, const std::string &message) { return vcli::fail(error, message); }
 
 int usage_error(const std::string &message) { return vcli::usage_error(message); }
 
-int fail_with(char *platform_message, const std::string &fallback) {
-  const int status = fail(platform_message ? platform_message : fallback);
+namespace {
+
+struct PlatformError {
+  int code;
+  const char *name;
+  const char *what_to_do;  // nullptr: the message says it
+};
+
+// The codes of the administration functions of velmora_host.h (negative errno values) and of the
+// package registry.
+constexpr PlatformError kAdminErrors[] = {
+    {-2, "PLATFORM_ERROR_NO_SUCH_ROOT", nullptr},
+    {-3, "PLATFORM_ERROR_NOT_RUNNING", "`velmora-platform ps` lists the running applications"},
+    {-5, "PLATFORM_ERROR_IO_ERROR", nullptr},
+    {-12, "PLATFORM_ERROR_OUT_OF_MEMORY", "free some memory and try again"},
+    {-13, "PLATFORM_ERROR_PERMISSION_DENIED", nullptr},
+    {-22, "PLATFORM_ERROR_INVALID_PARAMETER", "see `velmora-platform --help`"},
+    {VELMORA_HOST_NOT_PAIRED, "PLATFORM_ERROR_NOT_PAIRED",
+     "pair first: velmora-platform pair --phone PHONE-ROOT"},
+    {PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE, "PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE",
+     "`velmora-platform list` shows the installed packages"},
+    {APP_MANAGER_ERROR_NO_SUCH_APP, "APP_MANAGER_ERROR_NO_SUCH_APP",
+     "`velmora-platform list` shows the installed applications"},
+};
+
+// The codes of the account store.
+constexpr PlatformError kStoreErrors[] = {
+    {ACCOUNT_ERROR_OUT_OF_MEMORY, "ACCOUNT_ERROR_OUT_OF_MEMORY", "free some memory and try again"},
+    {ACCOUNT_ERROR_PERMISSION_DENIED, "ACCOUNT_ERROR_PERMISSION_DENIED", nullptr},
+    {ACCOUNT_ERROR_INVALID_PARAMETER, "ACCOUNT_ERROR_INVALID_PARAMETER", nullptr},
+    {ACCOUNT_ERROR_NO_DATA, "ACCOUNT_ERROR_NO_DATA", nullptr},
+    {ACCOUNT_ERROR_DB_FAILED, "ACCOUNT_ERROR_DB_FAILED", nullptr},
+    {ACCOUNT_ERROR_DB_NOT_OPENED, "ACCOUNT_ERROR_DB_NOT_OPENED", nullptr},
+    {ACCOUNT_ERROR_QUERY_SYNTAX_ERROR, "ACCOUNT_ERROR_QUERY_SYNTAX_ERROR", nullptr},
+    {ACCOUNT_ERROR_DATABASE_BUSY, "ACCOUNT_ERROR_DATABASE_BUSY",
+     "another process holds the store: try again when it is done"},
+};
+
+template <size_t N>
+const PlatformError *find_error(const PlatformError (&table)[N], int code) {
+  for (const PlatformError &e : table)
+    if (e.code == code) return &e;
+  return nullptr;
+}
+
+}  // namespace
+
+const char *platform_error_name(int code, bool store) {
+  const PlatformError *e = store ? find_error(kStoreErrors, code) : find_error(kAdminErrors, code);
+  return e ? e->name : vcli::kErrorFailed;
+}
+
+int fail_with(int code, char *platform_message, const std::string &fallback,
+              const std::string &what_to_do) {
+  std::string message = platform_message ? platform_message : fallback;
   free(platform_message);
-  return status;
+  const PlatformError *e = find_error(kAdminErrors, code);
+  if (code == -5 && !what_to_do.empty())
+    message += ": " + what_to_do;
+  else if (e && e->what_to_do)
+    message += " (" + std::string(e->what_to_do) + ")";
+  return fail(platform_error_name(code), message);
 }
 
 bool known_profile(const std::string &profile) {

@@ -34,12 +34,30 @@ Options &options();
 // The tool: its options, subcommands and exit statuses.
 const vcli::Tool &tool();
 
-// Prints "velmora-platform: <message>" to stderr and returns kExitFailed.
-int fail(const std::string &message);
-// Takes a platform message handed out by velmora_host_* (freed here) and fails with it.
-int fail_with(char *platform_message, const std::string &fallback);
+// Prints "velmora-platform: <message>" to stderr (and with --json one object naming `error` on
+// stdout) and returns kExitFailed.
+int fail(const char *error, const std::string &message);
+// The name of a code returned by velmora_host_*, the package registry (PACKAGE_MANAGER_ERROR_*,
+// APP_MANAGER_ERROR_*) or, with `store`, the account store (ACCOUNT_ERROR_*).
+const char *platform_error_name(int code, bool store = false);
+// Fails with the code a velmora_host_* function returned and the message it handed out (freed
+// here; `fallback` when there is none), followed by `what_to_do` when the code is -5 (a file of
+// the root that cannot be read or written, or is malformed). The message of a refused root (-13)
+// says what to do itself.
+int fail_with(int code, char *platform_message, const std::string &fallback,
+              const std::string &what_to_do = "");
 // Usage error of the running subcommand.
 int usage_error(const std::string &message);
+
+// What to do when a file of the root cannot be written, or when device.conf or a package file
+// cannot be read.
+inline constexpr const char *kCannotWrite =
+    "check that the platform root is on a writable file system with free space";
+inline constexpr const char *kDamagedDeviceConfig =
+    "set the device profile again to write a new device configuration (velmora-platform profile "
+    "mobile|wearable|tv), then the MCC if the device has one (velmora-platform mcc MCC)";
+inline constexpr const char *kDamagedPackage =
+    "install the package again (velmora-platform install) or remove it (velmora-platform remove)";
 
 // The profiles a device can have.
 bool known_profile(const std::string &profile);

@@ -4,21 +4,25 @@
 #include <cstdlib>
 
 #include "app_info.h"
+#include "commands.hh"
 #include "package_manager.h"
 #include "velmora_host.h"
 
 namespace vplat {
 
-bool read_package(const std::string &package_id, std::vector<AppView> *apps, std::string *error) {
+bool read_package(const std::string &package_id, std::vector<AppView> *apps, std::string *error,
+                  int *code) {
   package_info_h info = nullptr;
   const int ret = package_info_create(package_id.c_str(), &info);
+  *code = ret;
   if (ret == PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE) {
-    *error = "package '" + package_id + "' is not installed";
+    *error = "package '" + package_id +
+             "' is not installed (`velmora-platform list` shows the installed packages)";
     return false;
   }
   if (ret != PACKAGE_MANAGER_ERROR_NONE) {
-    *error = "package '" + package_id + "' cannot be read: its package file is malformed (error " +
-             std::to_string(ret) + ")";
+    *error = "package '" + package_id + "' cannot be read: its package file is malformed; " +
+             kDamagedPackage;
     return false;
   }
   package_info_foreach_app_from_package(

@@ -14,8 +14,9 @@ struct AppView {
   std::vector<std::pair<std::string, std::string>> metadata;
 };
 
-// Reads a package with package_info_* and app_info_*. False with a message when it is not
-// installed or cannot be read.
-bool read_package(const std::string &package_id, std::vector<AppView> *apps, std::string *error);
+// Reads a package with package_info_* and app_info_*. False with a message that says what to do and
+// the registry's code (PACKAGE_MANAGER_ERROR_*) when it is not installed or cannot be read.
+bool read_package(const std::string &package_id, std::vector<AppView> *apps, std::string *error,
+                  int *code);
 
 }  // namespace vplat

@@ -203,6 +203,27 @@ TEST_F(AccountCli, BadCommandLinesAreUsageErrorsWithAHint) {
   }
 }
 
+// With --json a bad command line is one object too, naming the usage error and the help to read.
+TEST_F(AccountCli, BadCommandLinesWithJsonAreOneObject) {
+  const std::vector<std::vector<std::string>> cases = {
+      {"--json"},
+      {"--json", "frobnicate"},
+      {"token", "--json", "--bogus"},
+      {"token", "--json", "--transport", "carrier-pigeon"},
+      {"token", "--json", "extra"},
+  };
+  for (const auto &args : cases) {
+    const ProgramRun r = account(args);
+    SCOPED_TRACE(args.back());
+    EXPECT_EQ(r.exit_code, 2) << r.err;
+    const Json json(r.out);
+    ASSERT_TRUE(json.valid()) << "[" << r.out << "]";
+    EXPECT_EQ(json.str("error"), "VELMORA_TOOL_ERROR_USAGE");
+    EXPECT_NE(json.str("message").find("--help)"), std::string::npos) << r.out;
+    EXPECT_EQ(json.integer("exit_status"), 2);
+  }
+}
+
 TEST_F(AccountCli, DoubleDashEndsTheOptions) {
   prepare();
   std::vector<std::string> args = {"token"};

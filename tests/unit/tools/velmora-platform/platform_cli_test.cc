@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "json_view.hh"
 #include "platform_root.hh"
 #include "run_program.hh"
 #include "system_info.h"
@@ -54,6 +55,8 @@ CliRun run(const std::vector<std::string> &args, const std::string &root,
   g_strfreev(env);
   return r;
 }
+
+constexpr const char *kUsageError = "VELMORA_TOOL_ERROR_USAGE";
 
 bool contains(const std::string &text, const std::string &part) {
   return text.find(part) != std::string::npos;
@@ -451,6 +454,114 @@ TEST_F(PlatformCli, ListingsAsJsonAndEmptyListingsSaySo) {
   EXPECT_EQ(r.out, "{\"profile\":\"mobile\"}\n");
   r = run({"--json", "remove", "dev.example.a"}, root_.path());
   EXPECT_EQ(r.out, "{\"removed\":\"dev.example.a\"}\n");
+}
+
+// --json: every failure is one object too, naming the error and saying what to do; the text goes
+// to stderr as without --json.
+TEST_F(PlatformCli, FailuresAsJsonNameTheErrorAndSayWhatToDo) {
+  const struct {
+    std::vector<std::string> args;
+    int status;
+    const char *error;
+    const char *advice;  // part of "message"
+  } cases[] = {
+      {{"show", "dev.example.none", "--json"},
+       1,
+       "PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE",
+       "`velmora-platform list` shows the installed packages"},
+      {{"--json", "remove", "dev.example.none"},
+       1,
+       "PACKAGE_MANAGER_ERROR_NO_SUCH_PACKAGE",
+       "`velmora-platform list` shows the installed packages"},
+      {{"stop", "dev.example.none", "--json"},
+       1,
+       "PLATFORM_ERROR_NOT_RUNNING",
+       "`velmora-platform ps` lists the running applications"},
+      {{"--json", "--root", root_.path_of("not-there"), "profile"},
+       1,
+       "PLATFORM_ERROR_NO_SUCH_ROOT",
+       "create it with: velmora-platform init --root"},
+      {{"profile", "Not-A-Profile", "--json"},
+       2,
+       kUsageError,
+       "(see velmora-platform profile --help)"},
+      {{"--json", "frobnicate"}, 2, kUsageError, "(see velmora-platform --help)"},
+      {{"--json", "--bogus", "list"}, 2, kUsageError, "Unknown option --bogus"},
+      {{"--json"}, 2, kUsageError, "no command given (see velmora-platform --help)"},
+  };
+  for (const auto &c : cases) {
+    const CliRun r = run(c.args, root_.path());
+    SCOPED_TRACE(c.args[0] + " " + (c.args.size() > 1 ? c.args[1] : ""));
+    EXPECT_EQ(r.status, c.status) << r.err;
+    const vtest::Json json(r.out);
+    ASSERT_TRUE(json.valid()) << "[" << r.out << "]";
+    EXPECT_EQ(json.str("error"), c.error) << r.out;
+    EXPECT_TRUE(contains(json.str("message"), c.advice)) << r.out;
+    EXPECT_EQ(json.integer("exit_status"), c.status) << r.out;
+    EXPECT_FALSE(r.err.empty());  // and the same in text for a person
+  }
+  // A subcommand's failure names the subcommand; --version is an object too.
+  EXPECT_EQ(vtest::Json(run({"stop", "x.y", "--json"}, root_.path()).out).str("command"), "stop");
+  const CliRun version = run({"--version", "--json"}, root_.path());
+  EXPECT_EQ(vtest::Json(version.out).str("tool"), "velmora-platform") << version.out;
+}
+
+// A device configuration that cannot be read is named with the way to write a new one.
+TEST_F(PlatformCli, MalformedConfigurationAsJsonSaysHowToRewriteIt) {
+  std::ofstream(root_.path_of("device.conf")) << "[device\nprofile=mobile\n";
+  for (const char *command : {"profile", "mcc"}) {
+    const CliRun r = run({command, "--json"}, root_.path());
+    EXPECT_EQ(r.status, 1) << r.err;
+    const vtest::Json json(r.out);
+    ASSERT_TRUE(json.valid()) << command << " [" << r.out << "]";
+    EXPECT_EQ(json.str("error"), "PLATFORM_ERROR_IO_ERROR");
+    EXPECT_TRUE(contains(json.str("message"), "device.conf is malformed")) << r.out;
+    EXPECT_TRUE(contains(json.str("message"), "velmora-platform profile mobile|wearable|tv"))
+        << r.out;
+  }
+  // ... and doing so works.
+  EXPECT_EQ(run({"profile", "wearable"}, root_.path()).status, 0);
+  EXPECT_EQ(run({"profile"}, root_.path()).out, "wearable\n");
+}
+
+// An account store that is not a database: the code's name (not a number) and what to do.
+TEST_F(PlatformCli, DamagedAccountStoreIsNamedWithWhatToDo) {
+  ASSERT_EQ(run({"accounts"}, root_.path()).status, 0);
+  const std::string store = root_.path_of("store/accounts.db");
+  std::ofstream(store, std::ios::trunc) << std::string(4096, 'x');
+  CliRun r = run({"accounts", "--json"}, root_.path());
+  EXPECT_EQ(r.status, 1) << r.err;
+  const vtest::Json json(r.out);
+  ASSERT_TRUE(json.valid()) << "[" << r.out << "]";
+  EXPECT_EQ(json.str("error"), "ACCOUNT_ERROR_DB_NOT_OPENED");
+  EXPECT_TRUE(contains(json.str("message"), store)) << r.out;
+  EXPECT_TRUE(contains(json.str("message"), "move it aside to start with an empty store")) << r.out;
+  EXPECT_FALSE(json.has("accounts"));
+  EXPECT_TRUE(contains(r.err, "ACCOUNT_ERROR_DB_NOT_OPENED")) << r.err;
+  EXPECT_FALSE(contains(r.err, "error -")) << r.err;
+  // Moving it aside gives an empty store, as the message says.
+  std::filesystem::rename(store, store + ".damaged");
+  r = run({"accounts", "--json"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "{\"accounts\":[]}\n");
+}
+
+// A listing that is partly read is still one object: what could be read, and the failure.
+TEST_F(PlatformCli, ListWithAMalformedPackageFileIsOneJsonObject) {
+  root_.install_package("dev.example.a", {{"dev.example.a", "ui", "/x"}});
+  std::ofstream(root_.path_of("packages/dev.example.b.pkg"))
+      << "[package]\nid=dev.example.b\napps=x\n";
+  const CliRun r = run({"list", "--json"}, root_.path());
+  EXPECT_EQ(r.status, 1);
+  const vtest::Json json(r.out);
+  ASSERT_TRUE(json.valid()) << "[" << r.out << "]";
+  EXPECT_TRUE(contains(r.out, "\"packages\":[{\"package_id\":\"dev.example.a\"")) << r.out;
+  ASSERT_EQ(json.strings("errors").size(), 1u) << r.out;
+  EXPECT_TRUE(contains(json.strings("errors")[0], "package 'dev.example.b' is malformed"));
+  EXPECT_EQ(json.str("error"), "PLATFORM_ERROR_IO_ERROR");
+  EXPECT_TRUE(contains(json.str("message"), "velmora-platform remove")) << r.out;
+  EXPECT_EQ(json.integer("exit_status"), 1);
+  EXPECT_TRUE(contains(r.err, "package 'dev.example.b' is malformed")) << r.err;
 }
 
 TEST_F(PlatformCli, VersionManualPageAndCompletion) {
