@@ -6,7 +6,9 @@
 
 #include <benchmark/benchmark.h>
 #include <glib.h>
+#include <signal.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -101,6 +103,16 @@ inline bool start_echo_peer(size_t response_payload, EchoPeer *peer) {
 inline bool echo_once(const EchoPeer &peer, const std::vector<unsigned char> &request,
                       std::vector<unsigned char> *response) {
   return write_all(peer.fd, request.data(), request.size()) && read_frame(peer.fd, response);
+}
+
+// Stops the echoing child and closes the floor's socket.
+inline void stop_echo_peer(EchoPeer *peer) {
+  if (peer->pid <= 0) return;
+  close(peer->fd);
+  kill(peer->pid, SIGKILL);
+  int status;
+  waitpid(peer->pid, &status, 0);
+  *peer = EchoPeer{};
 }
 
 // ---- results ----

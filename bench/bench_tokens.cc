@@ -157,49 +157,13 @@ std::map<std::string, Result> &results() {
 
 // The row being run: its rig (root, agent), its client and its echo peer. Made when a row's first
 // run starts; torn down when another row starts, and at the end.
-struct Current {
-  std::string name;
-  std::unique_ptr<vbench::TokenClient> client;
-  std::unique_ptr<vbench::Rig> rig;
-  vbench::EchoPeer echo;
-};
-
-Current &current() {
-  static Current c;
-  return c;
-}
-
-void stop_echo(vbench::EchoPeer *echo) {
-  if (echo->pid <= 0) return;
-  close(echo->fd);
-  kill(echo->pid, SIGKILL);
-  int status;
-  waitpid(echo->pid, &status, 0);
-  *echo = vbench::EchoPeer{};
-}
-
-void tear_down() {
-  Current &c = current();
-  c.client.reset();  // before its agent goes
-  c.rig.reset();
-  stop_echo(&c.echo);
-  c.name.clear();
-  vbench::enter_regime(Regime::kUnpinned);
-}
+using Current = vbench::RowRun<vbench::TokenClient>;
 
 Current &start(const Row &row) {
-  Current &c = current();
-  if (c.name == row.name) return c;
-  tear_down();
-  c.name = row.name;
-  vbench::enter_regime(row.regime);
+  Current &c = Current::current();
+  if (!c.begin(row.name, row.regime)) return c;
   if (row.kind == Kind::kFloor) {
-    if (!vbench::start_echo_peer(frame_sizes().response, &c.echo))
-      die("cannot start the echo peer");
-    std::vector<unsigned char> in;
-    if (!vbench::echo_once(c.echo, vbench::frame(frame_sizes().request), &in) ||
-        in.size() != frame_sizes().response)
-      die("the socketpair echo did not answer");
+    c.start_floor(frame_sizes().request, frame_sizes().response);
     return c;
   }
   vbench::RigOptions options;
@@ -215,13 +179,7 @@ Current &start(const Row &row) {
   c.client = std::make_unique<vbench::TokenClient>(row.transport, secret, c.rig->secret());
   for (int i = 0; i < kWarmUp; ++i)
     if (!c.client->request()) die(row.name + ": no access token");
-  if (c.rig->agent_pid() <= 0) die(row.name + ": the agent did not start");
-  // The agent was started by this process in the row's regime: it must run where this does.
-  cpu_set_t mine, agents;
-  if (sched_getaffinity(0, sizeof mine, &mine) != 0 ||
-      sched_getaffinity(c.rig->agent_pid(), sizeof agents, &agents) != 0 ||
-      !CPU_EQUAL(&mine, &agents))
-    die(row.name + ": the agent does not run on the CPUs of the row's regime");
+  c.check_agent_affinity();
   return c;
 }
 
@@ -549,23 +507,8 @@ int main(int argc, char **argv) {
   setenv("VELMORA_LOG_LEVEL", "silent", 0);
   if (argc > 1 && strcmp(argv[1], "--token-client") == 0) return client_main(argc, argv);
 
-  vbench::startup_affinity();
-  vbench::rig_parent() = vbench::make_temp_dir("velmora-bench-tokens-XXXXXX", false);
-  if (vbench::rig_parent().empty()) die("cannot make a directory for the platform roots");
   frame_sizes() = measure_sizes();
-
-  vbench::cleanup_on_die() = [] {
-    tear_down();
-    std::error_code ec;
-    std::filesystem::remove_all(vbench::rig_parent(), ec);
-  };
-  register_rows();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  tear_down();
-  print_tables();
-  benchmark::Shutdown();
-  std::error_code ec;
-  std::filesystem::remove_all(vbench::rig_parent(), ec);
-  return 0;
+  return vbench::run_rig_benchmarks(
+      argc, argv, "velmora-bench-tokens-XXXXXX", register_rows,
+      [] { Current::current().tear_down(); }, print_tables);
 }

@@ -7,6 +7,7 @@
 // processes started while a regime is set (echo peer, agent, client processes) inherit it.
 #pragma once
 
+#include <benchmark/benchmark.h>
 #include <glib.h>
 #include <sched.h>
 #include <signal.h>
@@ -31,6 +32,7 @@
 
 #include "admin.hh"
 #include "agent_state.hh"
+#include "bench_common.hh"
 #include "config.hh"
 #include "velmora_account.h"
 #include "velmora_host.h"
@@ -154,11 +156,11 @@ inline const char *transport_name(Transport t) {
   return t == Transport::kPort ? "port" : "app control";
 }
 
-// One handle asking for access tokens of kLogin for one client, over one transport.
-class TokenClient {
+// A handle of kLogin for one client over one transport: made with velmora_account_create (app
+// control) or connected to the agent's port.
+class ClientHandle {
  public:
-  TokenClient(Transport transport, bool with_secret, const std::string &secret)
-      : transport_(transport) {
+  ClientHandle(Transport transport, const char *client_id) : transport_(transport) {
     if (transport == Transport::kAppControl) {
       if (velmora_account_create(&handle_) != 0) die("velmora_account_create failed");
     } else {
@@ -169,26 +171,43 @@ class TokenClient {
         die("the agent did not accept the connection");
     }
     velmora_account_set_property_str(handle_, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin);
-    velmora_account_set_property_str(handle_, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
-                                     with_secret ? kSecretClient : kPublicClient);
-    if (with_secret)
-      velmora_account_set_property_str(handle_, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
-                                       secret.c_str());
-    velmora_account_set_property_str(handle_, VELMORA_ACCOUNT_PROPERTY_SCOPE, kScope);
+    velmora_account_set_property_str(handle_, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, client_id);
   }
-  ~TokenClient() {
+  ~ClientHandle() {
     if (transport_ == Transport::kAppControl)
       velmora_account_destroy(handle_);
     else
       velmora_account_disconnect(handle_);
   }
-  TokenClient(const TokenClient &) = delete;
-  TokenClient &operator=(const TokenClient &) = delete;
+  ClientHandle(const ClientHandle &) = delete;
+  ClientHandle &operator=(const ClientHandle &) = delete;
+
+  velmora_account_h get() const { return handle_; }
+
+ private:
+  static void on_connection(int, int state, void *user_data) {
+    *static_cast<int *>(user_data) = state;
+  }
+  Transport transport_;
+  velmora_account_h handle_ = nullptr;
+  int connection_ = -1;
+};
+
+// One handle asking for access tokens of kLogin for one client, over one transport.
+class TokenClient {
+ public:
+  TokenClient(Transport transport, bool with_secret, const std::string &secret)
+      : handle_(transport, with_secret ? kSecretClient : kPublicClient) {
+    if (with_secret)
+      velmora_account_set_property_str(handle_.get(), VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
+                                       secret.c_str());
+    velmora_account_set_property_str(handle_.get(), VELMORA_ACCOUNT_PROPERTY_SCOPE, kScope);
+  }
 
   // One request, from the call to its callback: true when a 43-character token came back.
   bool request() {
     Outcome o;
-    if (velmora_account_request_access_token(handle_, on_token, &o) != 0) return false;
+    if (velmora_account_request_access_token(handle_.get(), on_token, &o) != 0) return false;
     while (!o.done) g_main_context_iteration(nullptr, TRUE);
     return o.result == 0 && o.has_token;
   }
@@ -199,9 +218,6 @@ class TokenClient {
     int result = -1;
     bool has_token = false;
   };
-  static void on_connection(int, int state, void *user_data) {
-    *static_cast<int *>(user_data) = state;
-  }
   static void on_token(int result, velmora_account_h account, void *user_data) {
     auto *o = static_cast<Outcome *>(user_data);
     o->result = result;
@@ -214,9 +230,7 @@ class TokenClient {
     velmora_account_destroy(account);
     o->done = true;
   }
-  Transport transport_;
-  velmora_account_h handle_ = nullptr;
-  int connection_ = -1;
+  ClientHandle handle_;
 };
 
 // ---- the platform root ----
@@ -369,5 +383,89 @@ class Rig {
   int64_t live_tokens_ = 0;
   pid_t agent_pid_ = -1;
 };
+
+// ---- the row being run ----
+
+// What a row runs on: its rig (root, agent), its client and its echo peer (floor rows). Made when
+// the row's first run starts; torn down when another row starts, and at the end.
+template <class Client>
+struct RowRun {
+  std::string name;
+  std::unique_ptr<Client> client;
+  std::unique_ptr<Rig> rig;
+  EchoPeer echo;
+
+  // The one row being run.
+  static RowRun &current() {
+    static RowRun run;
+    return run;
+  }
+
+  // Makes `row_name` the row being run, in `regime`, after tearing down the one before; false
+  // when it already is the row being run (nothing to start).
+  bool begin(const std::string &row_name, Regime regime) {
+    if (name == row_name) return false;
+    tear_down();
+    name = row_name;
+    enter_regime(regime);
+    return true;
+  }
+
+  // Stops everything (the client before its agent) and goes back to the unpinned regime.
+  void tear_down() {
+    client.reset();
+    rig.reset();
+    stop_echo_peer(&echo);
+    name.clear();
+    enter_regime(Regime::kUnpinned);
+  }
+
+  // Starts the echo peer answering `response` bytes and checks one round trip of `request`.
+  void start_floor(size_t request, size_t response) {
+    if (!start_echo_peer(response, &echo)) die("cannot start the echo peer");
+    std::vector<unsigned char> in;
+    if (!echo_once(echo, frame(request), &in) || in.size() != response)
+      die("the socketpair echo did not answer");
+  }
+
+  // The agent was started by this process in the row's regime: it must run where this does.
+  void check_agent_affinity() {
+    cpu_set_t mine, agents;
+    if (rig->agent_pid() <= 0) die(name + ": the agent did not start");
+    if (sched_getaffinity(0, sizeof mine, &mine) != 0 ||
+        sched_getaffinity(rig->agent_pid(), sizeof agents, &agents) != 0 ||
+        !CPU_EQUAL(&mine, &agents))
+      die(name + ": the agent does not run on the CPUs of the row's regime");
+  }
+};
+
+// ---- main ----
+
+// Runs the benchmarks of a program whose rows make rigs: their roots go into a private directory
+// named after `dir_pattern`, removed at the end and by die(); `tear_down` stops what the last row
+// started, `print` prints the tables after the runs.
+inline int run_rig_benchmarks(int argc, char **argv, const char *dir_pattern,
+                              const std::function<void()> &register_rows,
+                              const std::function<void()> &tear_down,
+                              const std::function<void()> &print) {
+  startup_affinity();
+  rig_parent() = make_temp_dir(dir_pattern, false);
+  if (rig_parent().empty()) die("cannot make a directory for the platform roots");
+  cleanup_on_die() = [tear_down] {
+    tear_down();
+    std::error_code ec;
+    std::filesystem::remove_all(rig_parent(), ec);
+  };
+  register_rows();
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  tear_down();
+  print();
+  benchmark::Shutdown();
+  cleanup_on_die() = nullptr;
+  std::error_code ec;
+  std::filesystem::remove_all(rig_parent(), ec);
+  return 0;
+}
 
 }  // namespace vbench
