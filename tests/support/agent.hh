@@ -89,9 +89,10 @@ class Agent {
     EXPECT_TRUE(st.ok()) << st.describe();
   }
 
-  // The pid of the running instance, from the launcher's pid file; 0 when none.
-  pid_t pid() const {
-    std::ifstream in(root_.path_of(std::string("run/") + kAppId + ".pid"));
+  // The pid of the running instance of the agent's application `app_id` (the service, or
+  // PlatformRoot::kAgentUiAppId), from the launcher's pid file; 0 when none.
+  pid_t pid(const char *app_id = kAppId) const {
+    std::ifstream in(root_.path_of(std::string("run/") + app_id + ".pid"));
     long pid = 0;
     in >> pid;
     return static_cast<pid_t>(pid);
@@ -112,15 +113,18 @@ class Agent {
            (line[close + 2] == 'Z' || line[close + 2] == 'X');
   }
 
-  // Ends the running instance with `sig` and waits (bounded) until it is gone; SIGKILL when it
-  // outlives the wait.
+  // Ends the running instances, the service's and the UI application's (launched by the requests
+  // sent to it), with `sig` and waits (bounded) until they are gone; SIGKILL when one outlives the
+  // wait.
   void stop(int sig = SIGTERM) const {
-    const pid_t p = pid();
-    if (p <= 0 || gone(p)) return;
-    kill(p, sig);
-    if (!run_until([p] { return gone(p); })) {
-      kill(p, SIGKILL);
-      run_until([p] { return gone(p); });
+    for (const char *app_id : {kAppId, PlatformRoot::kAgentUiAppId}) {
+      const pid_t p = pid(app_id);
+      if (p <= 0 || gone(p)) continue;
+      kill(p, sig);
+      if (!run_until([p] { return gone(p); })) {
+        kill(p, SIGKILL);
+        run_until([p] { return gone(p); });
+      }
     }
   }
 
