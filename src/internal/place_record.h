@@ -56,8 +56,10 @@ void va_place_list_free(velmora_account_place_list_h list);
  */
 bool va_foreach_place_cb(app_control_h reply, const char *key, void *user_data);
 
-/* Applies one key and its value to `list`, as va_foreach_place_cb does once it has the value. */
-void va_place_list_apply(velmora_account_place_list_h list, const char *key, const char *value);
+/* Applies one key and its value to `list`, as va_foreach_place_cb does once it has the value.
+ * Returns VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY when the place or the text could not be made (the
+ * list is left as it was), else NONE. */
+int va_place_list_apply(velmora_account_place_list_h list, const char *key, const char *value);
 
 /*
  * Fills `list` from a PlaceInfoS of the port (set_place_list_from_nidl_result): count from 0, one
@@ -71,7 +73,10 @@ int va_place_list_from_nidl(velmora_account_place_list_h list, rpc_port_PlaceInf
  * reply, the reply's result) makes the list in the request's holder, reads the extras, calls the
  * caller's velmora_account_place_response_cb and leaves the request record to be freed by its
  * caller. The delegate callback (nidl_request_place_cb) does the same from a PlaceInfoS and frees
- * the request record itself.
+ * the request record itself. A successful reply of which a place could not be stored whole for
+ * lack of memory reaches the callback as VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY (with what could be
+ * stored); a port reply for which no list can be made ends without a callback ("place_list_create
+ * failed"), its clone released.
  */
 void va_place_reply_from_app_control(velmora_account_request_h request, app_control_h reply,
                                      app_control_result_e launch, int result);

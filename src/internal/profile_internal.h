@@ -39,12 +39,19 @@ int va_profile_update_category(velmora_account_profile_list_h list);
 /* Parses one reply extra into `list` (which may be NULL: keys that need a list are then logged and
  * skipped): privacy keys ("names"), count keys ("names_count"), item fields ("nicknames:value",
  * "names_2:givenName") and sources ("names_2:metadata:source:type"). Counts and item numbers beyond
- * a category's slots are refused with a log line. */
-void va_profile_parse_extra(velmora_account_profile_list_h list, const char *key,
-                            const char *value);
+ * a category's slots are refused with a log line. Returns VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY when
+ * the item or the value's copy could not be made ("OUT_OF_MEMORY, calloc failed."), else NONE. */
+int va_profile_parse_extra(velmora_account_profile_list_h list, const char *key, const char *value);
 /* app_control_foreach_extra_data visitor: reads the value of `key` and parses it into the list
  * given as user data; always goes on with the next key. */
 bool va_profile_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data);
+/* The same into the list of a va_profile_fill_s, whose out_of_memory it sets when a value could
+ * not be stored for lack of memory. */
+typedef struct {
+  velmora_account_profile_list_h list;
+  bool out_of_memory;
+} va_profile_fill_s;
+bool va_profile_fill_extra_cb(app_control_h app_control, const char *key, void *user_data);
 
 /* Adds the update body of `list_h` to an app control: "resource" and the fields of the one
  * category an update sends (va_profile_update_category); nothing when the list holds no item.
@@ -76,8 +83,10 @@ const char *va_profile_source_text(int source);
 
 /* Fills `list` from the port's profile record: every list category's items (at most its limit)
  * with their count, every single category the record carries (count 1), and the privacy values
- * when the record has them. Logs under the name "GetProfileListFromNidl". */
-void va_profile_list_from_nidl(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile);
+ * when the record has them. Logs under the name "GetProfileListFromNidl". Returns
+ * VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY when an item could not be made or copied (the rest is read),
+ * else NONE. */
+int va_profile_list_from_nidl(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile);
 
 /* The port's profile record of an update: Type "profile", Resource the word of `category`, the
  * list's items of that category (verified fields left out) and the list's privacy values; for a

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "place_record.h"
+#include "records_internal.hh"
 #include "request_operation.h"
 #include "request_reply.h"
 #include "va_alloc.h"
@@ -59,12 +60,16 @@ T *member(velmora_account_place_h place, size_t offset) {
   return reinterpret_cast<T *>(reinterpret_cast<char *>(place) + offset);
 }
 
-void store(velmora_account_place_h place, const KeyField &f, const char *value) {
+// Stores a key's value in its field. False when a text could not be copied (the field keeps its
+// previous value).
+bool store(velmora_account_place_h place, const KeyField &f, const char *value) {
   switch (f.kind) {
     case Kind::kText: {
+      char *copy = va_strdup(value);
+      if (copy == NULL) return false;
       char **slot = member<char *>(place, f.offset);
       free(*slot);
-      *slot = va_strdup(value);
+      *slot = copy;
       break;
     }
     case Kind::kInt:
@@ -74,17 +79,18 @@ void store(velmora_account_place_h place, const KeyField &f, const char *value) 
       *member<double>(place, f.offset) = strtod(value, NULL);
       break;
   }
+  return true;
 }
 
-// Copies a string field of a PlaceS when it is set and not empty.
-void copy_text(rpc_port_PlaceS_h from, int (*get)(rpc_port_PlaceS_h, char **), char **to) {
-  char *value = NULL;
-  if (get(from, &value) == 0 && value != NULL && value[0] != '\0') {
-    free(*to);
-    *to = value;
-    return;
-  }
-  free(value);
+// Copies a string field of a PlaceS when it is set and not empty. False when it could not be
+// copied (the place keeps its previous value).
+bool copy_text(const char *value, char **to) {
+  if (value == NULL || value[0] == '\0') return true;
+  char *copy = va_strdup(value);
+  if (copy == NULL) return false;
+  free(*to);
+  *to = copy;
+  return true;
 }
 
 void copy_int(rpc_port_PlaceS_h from, int (*get)(rpc_port_PlaceS_h, int *), int *to) {
@@ -97,9 +103,17 @@ void copy_double(rpc_port_PlaceS_h from, int (*get)(rpc_port_PlaceS_h, double *)
   if (get(from, &value) == 0 && value != kNotGivenCoordinate) *to = value;
 }
 
+// A place list being filled from a reply, and whether a value could not be stored for lack of
+// memory.
+struct Fill {
+  velmora_account_place_list_h list;
+  bool out_of_memory;
+};
+
 // PlaceInfoS_Listcb: one PlaceS of the reply into the slot at the list's count.
 bool place_item_cb(rpc_port_PlaceS_h item, void *user_data) {
-  auto *list = static_cast<velmora_account_place_list_h>(user_data);
+  auto *fill = static_cast<Fill *>(user_data);
+  velmora_account_place_list_h list = fill->list;
   if (list == NULL) {
     VA_LOG_AS(DLOG_ERROR, kNidlItemName, "(%s)", "list == NULL");
     return false;
@@ -111,12 +125,12 @@ bool place_item_cb(rpc_port_PlaceS_h item, void *user_data) {
     VA_LOG_AS(DLOG_ERROR, kNidlItemName, "(%s)", "list->l[i] == NULL");
     return false;
   }
-  copy_text(item, rpc_port_PlaceS_get_Name, &place->name);
-  copy_text(item, rpc_port_PlaceS_get_Address, &place->address);
-  copy_text(item, rpc_port_PlaceS_get_WifiName, &place->wifi_name);
-  copy_text(item, rpc_port_PlaceS_get_WifiBssid, &place->wifi_bssid);
-  copy_text(item, rpc_port_PlaceS_get_BtName, &place->bt_name);
-  copy_text(item, rpc_port_PlaceS_get_BtAddress, &place->bt_address);
+  const bool copied =
+      copy_text(item->Name, &place->name) && copy_text(item->Address, &place->address) &&
+      copy_text(item->WifiName, &place->wifi_name) &&
+      copy_text(item->WifiBssid, &place->wifi_bssid) && copy_text(item->BtName, &place->bt_name) &&
+      copy_text(item->BtAddress, &place->bt_address);
+  if (!copied) fill->out_of_memory = true;
   copy_int(item, rpc_port_PlaceS_get_Category, &place->category);
   copy_int(item, rpc_port_PlaceS_get_Type, &place->type);
   copy_int(item, rpc_port_PlaceS_get_LocationSource, &place->location_source);
@@ -126,20 +140,71 @@ bool place_item_cb(rpc_port_PlaceS_h item, void *user_data) {
   return true;
 }
 
+// foreach_place_cb for the list of `fill`.
+bool visit_place_key(app_control_h reply, const char *key, Fill *fill) {
+  char *value = NULL;
+  const int ret = app_control_get_extra_data(reply, key, &value);
+  if (ret != APP_CONTROL_ERROR_NONE) {
+    VA_LOG_AS(DLOG_INFO, kForeachName, "foreach_place_cb failed.%s [key : %s]",
+              va_app_control_error_name(ret), key ? key : "(null)");
+    free(value);
+    if (ret == APP_CONTROL_ERROR_OUT_OF_MEMORY) fill->out_of_memory = true;
+    return false;
+  }
+  if (key == NULL) {
+    VA_LOG_AS(DLOG_INFO, kForeachName, "Error. key is null");
+    free(value);
+    return true;
+  }
+  VA_LOG_AS(DLOG_INFO, kForeachName, "Key[%s]", key);
+  if (va_place_list_apply(fill->list, key, value) == VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
+    fill->out_of_memory = true;
+  free(value);
+  return true;
+}
+
+bool fill_place_cb(app_control_h reply, const char *key, void *user_data) {
+  return visit_place_key(reply, key, static_cast<Fill *>(user_data));
+}
+
+// set_place_list_from_nidl_result into the list of `fill`.
+int read_nidl(Fill *fill, rpc_port_PlaceInfoS_h info) {
+  velmora_account_place_list_h list = fill->list;
+  if (list == NULL) {
+    VA_LOG_AS(DLOG_ERROR, kNidlSetName, "(%s)", "list == NULL");
+    return 0;
+  }
+  list->count = 0;
+  unsigned int length = 0;
+  if (info != NULL) rpc_port_PlaceInfoS_get_PlaceList_length(info, &length);
+  const unsigned int slots = length < VA_PLACE_LIST_SLOTS ? length : VA_PLACE_LIST_SLOTS;
+  for (unsigned int i = 0; i < slots; ++i) {
+    if (list->l[i] != NULL) continue;
+    list->l[i] = va_place_new();
+    if (list->l[i] == NULL) {
+      VA_LOG_AS(DLOG_ERROR, kNidlSetName, "(%s)", "list->l[i] == NULL");
+      fill->out_of_memory = true;
+      break;
+    }
+  }
+  if (info != NULL) rpc_port_PlaceInfoS_foreach_PlaceList(info, place_item_cb, fill);
+  return list->count;
+}
+
 }  // namespace
 
 extern "C" {
 
-void va_place_list_apply(velmora_account_place_list_h list, const char *key, const char *value) {
-  if (list == NULL || key == NULL || value == NULL) return;
+int va_place_list_apply(velmora_account_place_list_h list, const char *key, const char *value) {
+  if (list == NULL || key == NULL || value == NULL) return VELMORA_ACCOUNT_ERROR_NONE;
   const char *underscore = strchr(key, '_');
-  if (strstr(key, "error") != NULL || underscore == NULL) return;
+  if (strstr(key, "error") != NULL || underscore == NULL) return VELMORA_ACCOUNT_ERROR_NONE;
 
   const long parsed = strtol(underscore + 1, NULL, 10);
   if (parsed < 1 || parsed > VA_PLACE_LIST_SLOTS) {
     const int shown = parsed > INT_MAX ? INT_MAX : parsed < INT_MIN ? INT_MIN : (int)parsed;
     VA_LOG_AS(DLOG_ERROR, kForeachName, "index[%d] exception", shown);
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
   const int index = static_cast<int>(parsed);
 
@@ -154,51 +219,22 @@ void va_place_list_apply(velmora_account_place_list_h list, const char *key, con
     list->l[index - 1] = va_place_new();
     if (list->l[index - 1] == NULL) {
       VA_LOG_AS(DLOG_ERROR, kForeachName, "data->l[%d] calloc failed.", index - 1);
-      return;
+      return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
     }
   }
-  if (field != NULL) store(list->l[index - 1], *field, value);
+  if (field != NULL && !store(list->l[index - 1], *field, value))
+    return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
+  return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
 bool va_foreach_place_cb(app_control_h reply, const char *key, void *user_data) {
-  char *value = NULL;
-  const int ret = app_control_get_extra_data(reply, key, &value);
-  if (ret != APP_CONTROL_ERROR_NONE) {
-    VA_LOG_AS(DLOG_INFO, kForeachName, "foreach_place_cb failed.%s [key : %s]",
-              va_app_control_error_name(ret), key ? key : "(null)");
-    free(value);
-    return false;
-  }
-  if (key == NULL) {
-    VA_LOG_AS(DLOG_INFO, kForeachName, "Error. key is null");
-    free(value);
-    return true;
-  }
-  VA_LOG_AS(DLOG_INFO, kForeachName, "Key[%s]", key);
-  va_place_list_apply(static_cast<velmora_account_place_list_h>(user_data), key, value);
-  free(value);
-  return true;
+  Fill fill = {static_cast<velmora_account_place_list_h>(user_data), false};
+  return visit_place_key(reply, key, &fill);
 }
 
 int va_place_list_from_nidl(velmora_account_place_list_h list, rpc_port_PlaceInfoS_h info) {
-  if (list == NULL) {
-    VA_LOG_AS(DLOG_ERROR, kNidlSetName, "(%s)", "list == NULL");
-    return 0;
-  }
-  list->count = 0;
-  unsigned int length = 0;
-  if (info != NULL) rpc_port_PlaceInfoS_get_PlaceList_length(info, &length);
-  const unsigned int slots = length < VA_PLACE_LIST_SLOTS ? length : VA_PLACE_LIST_SLOTS;
-  for (unsigned int i = 0; i < slots; ++i) {
-    if (list->l[i] != NULL) continue;
-    list->l[i] = va_place_new();
-    if (list->l[i] == NULL) {
-      VA_LOG_AS(DLOG_ERROR, kNidlSetName, "(%s)", "list->l[i] == NULL");
-      break;
-    }
-  }
-  if (info != NULL) rpc_port_PlaceInfoS_foreach_PlaceList(info, place_item_cb, list);
-  return list->count;
+  Fill fill = {list, false};
+  return read_nidl(&fill, info);
 }
 
 void va_place_reply_from_app_control(velmora_account_request_h request, app_control_h reply,
@@ -206,12 +242,13 @@ void va_place_reply_from_app_control(velmora_account_request_h request, app_cont
   velmora_account_place_list_h list = va_place_list_new();
   request->data = list;
   VA_LOG_AS(DLOG_INFO, kAppControlReplyName, "[place_request_info_cb] foreach_place_cb");
-  if (list == NULL) {
-    result = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
-  } else if (app_control_foreach_extra_data(reply, va_foreach_place_cb, list) !=
-             APP_CONTROL_ERROR_NONE) {
+  Fill fill = {list, list == NULL};
+  if (list != NULL &&
+      app_control_foreach_extra_data(reply, fill_place_cb, &fill) != APP_CONTROL_ERROR_NONE)
     VA_LOG_AS(DLOG_INFO, kAppControlReplyName, "Fail to app_control_foreach_extra_data");
-  }
+  // A place that could not be stored whole makes the answer an out-of-memory one.
+  if (fill.out_of_memory && result == VELMORA_ACCOUNT_ERROR_NONE)
+    result = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   auto callback = reinterpret_cast<velmora_account_place_response_cb>(request->app_control_cb);
   if (callback != NULL) callback(result, request->account, list, request->user_data);
   request->data = NULL;  // the list belongs to the callback's receiver now
@@ -227,12 +264,18 @@ void va_place_reply_from_port(void *user_data, int result, rpc_port_PlaceInfoS_h
   if (request->data == NULL) {
     request->data = va_place_list_new();
     if (request->data == NULL) {
+      // No list, no answer: the request ends here, and what it held is released.
       VA_LOG_AS(DLOG_ERROR, kNidlReplyName, "place_list_create failed");
+      velmora_account_destroy(request->account);
+      free(request);
       return;
     }
   }
   auto *list = static_cast<velmora_account_place_list_h>(request->data);
-  va_place_list_from_nidl(list, info);
+  Fill fill = {list, false};
+  read_nidl(&fill, info);
+  if (fill.out_of_memory && result == VELMORA_ACCOUNT_ERROR_NONE)
+    result = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   auto callback = reinterpret_cast<velmora_account_place_response_cb>(request->nidl_cb);
   if (callback != NULL) callback(result, request->account, list, request->user_data);
   free(request);

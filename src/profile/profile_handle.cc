@@ -7,6 +7,7 @@
 
 #include "profile_internal.h"
 #include "profile_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -15,7 +16,7 @@ namespace {
 // Replaces *dest by a copy of `value` (nothing happens for a NULL value). False when out of memory.
 bool copy_string(char **dest, const char *value) {
   if (value == NULL) return true;
-  char *copy = strdup(value);
+  char *copy = va_strdup(value);
   if (copy == NULL) return false;
   free(*dest);
   *dest = copy;
@@ -80,7 +81,7 @@ VELMORA_API int velmora_account_profile_create(int category, velmora_account_pro
   VA_RETV_IF(!handle, VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
 
   auto *data =
-      static_cast<velmora_account_profile_s *>(calloc(1, sizeof(velmora_account_profile_s)));
+      static_cast<velmora_account_profile_s *>(va_calloc(1, sizeof(velmora_account_profile_s)));
   VA_RETV_IF(data == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   data->category = category;
   data->privacy = VELMORA_ACCOUNT_PROFILE_PRIVACY_UNKNOWN;

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "profile_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -45,7 +46,7 @@ VELMORA_API int velmora_account_profile_get_item_str(velmora_account_profile_h p
   if (record == NULL) return VELMORA_ACCOUNT_ERROR_NO_DATA;
   const char *field = *va_profile_item_str(record, ref.category, ref.position);
   if (field == NULL) return VELMORA_ACCOUNT_ERROR_NO_DATA;
-  char *copy = strdup(field);
+  char *copy = va_strdup(field);
   if (copy == NULL) return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   *value = copy;
   return VELMORA_ACCOUNT_ERROR_NONE;
@@ -55,7 +56,7 @@ VELMORA_API int velmora_account_profile_get_item_str(velmora_account_profile_h p
 // always behaved so and it is kept. Its copies are made here, a function of its own, so that the
 // leak checkers' suppressions (tests/lsan.supp, tests/valgrind.supp) name exactly these copies.
 __attribute__((noinline)) char *va_dup_field_not_released_by_set(const char *value) {
-  return strdup(value);
+  return va_strdup(value);
 }
 
 VELMORA_API int velmora_account_profile_set_item_str(velmora_account_profile_h profile, int item,

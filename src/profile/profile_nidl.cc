@@ -6,6 +6,7 @@
 #include "profile_internal.h"
 #include "profile_record.h"
 #include "records_internal.hh"
+#include "va_alloc.h"
 #include "va_log.h"
 
 namespace {
@@ -22,7 +23,7 @@ bool read_item(const va_profile_category_desc *d, void *from, void *to) {
   for (int f = 0; f < d->string_count; ++f) {
     const char *value = *va_profile_nidl_field(from, c, f);
     if (value == NULL || value[0] == '\0') continue;
-    char *copy = strdup(value);
+    char *copy = va_strdup(value);
     if (copy == NULL) return false;
     char **dest = va_profile_item_str(to, c, f);
     free(*dest);
@@ -41,26 +42,28 @@ bool write_item(const va_profile_category_desc *d, void *from, void *to) {
   for (int f = 0; f + 1 < d->string_count; ++f) {
     const char *value = *va_profile_item_str(from, c, f);
     if (value == NULL) continue;
-    char *copy = strdup(value);
+    char *copy = va_strdup(value);
     if (copy == NULL) return false;
     *va_profile_nidl_field(to, c, f) = copy;
   }
   const char *source =
       d->has_source ? va_profile_source_text(*va_profile_item_source(from, c)) : NULL;
   if (source != NULL) {
-    char *copy = strdup(source);
+    char *copy = va_strdup(source);
     if (copy == NULL) return false;
     *va_profile_nidl_field(to, c, d->string_count) = copy;
   }
   return true;
 }
 
-void read_list_category(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile,
+// The readers of one category return false when an item could not be made or copied for lack of
+// memory.
+bool read_list_category(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile,
                         const va_profile_category_desc *d) {
   const int c = d->category;
   if (va_profile_list_slot(list, c) == NULL) {
     VA_LOG_AS(DLOG_ERROR, kReader, "(list->l_%s == NULL)", d->member);
-    return;
+    return false;
   }
   GList *items = *va_profile_nidl_list(profile, c);
   // The list has `limit` slots; a longer reply is read as far as they go.
@@ -73,22 +76,25 @@ void read_list_category(velmora_account_profile_list_h list, rpc_port_ProfileS_h
     void *to = va_profile_list_item_at(list, c, i, NULL);
     if (to == NULL || !read_item(d, l->data, to)) {
       VA_LOG_AS(DLOG_ERROR, kReader, "(list->l_%s[i] == NULL)", d->member);
-      return;
+      return false;
     }
   }
+  return true;
 }
 
-void read_single_category(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile,
+bool read_single_category(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile,
                           const va_profile_category_desc *d) {
   const int c = d->category;
   void *from = *va_profile_nidl_single(profile, c);
-  if (from == NULL) return;
+  if (from == NULL) return true;
   void *to = va_profile_list_item_at(list, c, 0, NULL);
   if (to == NULL) {
     VA_LOG_AS(DLOG_ERROR, kReader, "(data->l_%s == NULL)", d->member);
-    return;
+    return false;
   }
-  if (read_item(d, from, to)) list->count[c] = 1;
+  if (!read_item(d, from, to)) return false;
+  list->count[c] = 1;
+  return true;
 }
 
 }  // namespace
@@ -120,19 +126,21 @@ int va_profile_update_category(velmora_account_profile_list_h list) {
   return -1;
 }
 
-void va_profile_list_from_nidl(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile) {
-  if (list == NULL || profile == NULL) return;
+int va_profile_list_from_nidl(velmora_account_profile_list_h list, rpc_port_ProfileS_h profile) {
+  if (list == NULL || profile == NULL) return VELMORA_ACCOUNT_ERROR_NONE;
+  bool complete = true;
   for (int pass = 0; pass < 2; ++pass) {
     for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) {
       const va_profile_category_desc *d = va_profile_category(c);
-      if (pass == 0 && d->is_list) read_list_category(list, profile, d);
-      if (pass == 1 && !d->is_list) read_single_category(list, profile, d);
+      if (pass == 0 && d->is_list && !read_list_category(list, profile, d)) complete = false;
+      if (pass == 1 && !d->is_list && !read_single_category(list, profile, d)) complete = false;
     }
   }
   rpc_port_PrivacyS_h privacy = *va_profile_nidl_privacy_of(profile);
   if (privacy != NULL)
     for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c)
       list->privacy[c] = *va_profile_nidl_privacy(privacy, c);
+  return complete ? VELMORA_ACCOUNT_ERROR_NONE : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
 }
 
 rpc_port_PrivacyS_h va_profile_nidl_privacy_from_list(velmora_account_profile_list_h list) {

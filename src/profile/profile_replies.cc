@@ -52,11 +52,23 @@ velmora_account_profile_list_h list_for(const char *name, velmora_account_profil
   return *slot;
 }
 
-void parse_extras(const char *name, app_control_h reply, velmora_account_profile_list_h list) {
+// Parses the reply's extras into `list`. The result the callback gets: `result`, or
+// OUT_OF_MEMORY for a successful reply of which a value could not be stored.
+int parse_extras(const char *name, app_control_h reply, velmora_account_profile_list_h list,
+                 int result) {
   VA_LOG_AS(DLOG_INFO, name, "[%s] foreach_profile_cb", name);
-  if (app_control_foreach_extra_data(reply, va_profile_foreach_extra_cb, list) !=
+  va_profile_fill_s fill = {list, false};
+  if (app_control_foreach_extra_data(reply, va_profile_fill_extra_cb, &fill) !=
       APP_CONTROL_ERROR_NONE)
     VA_LOG_AS(DLOG_INFO, name, "Fail to app_control_foreach_extra_data");
+  return fill.out_of_memory && result == VELMORA_ACCOUNT_ERROR_NONE
+             ? VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY
+             : result;
+}
+
+// The same for a port reply read by va_profile_list_from_nidl (`read`: its result).
+int read_result(int read, int result) {
+  return read != VELMORA_ACCOUNT_ERROR_NONE && result == VELMORA_ACCOUNT_ERROR_NONE ? read : result;
 }
 
 // Before a port reply's new list: what an earlier reply left in the request and in the clone.
@@ -101,8 +113,13 @@ void va_profile_reply_info(velmora_account_request_h request, app_control_h repl
     return;
   }
   velmora_account_profile_list_h list = list_for(name, &account->link, "account->profile is NULL");
-  if (list == NULL) return;
-  parse_extras(name, reply, list);
+  if (list == NULL) {
+    // No list, no answer: the clone has no receiver but the library.
+    velmora_account_destroy(account);
+    request->account = NULL;
+    return;
+  }
+  result = parse_extras(name, reply, list, result);
   call_response_callback(request, request->app_control_cb, result);
 }
 
@@ -115,7 +132,7 @@ void va_profile_reply_list(velmora_account_request_h request, app_control_h repl
     velmora_account_destroy(request->account);
     return;
   }
-  parse_extras(name, reply, list);
+  result = parse_extras(name, reply, list, result);
   call_list_callback(request, request->app_control_cb, result, list);
 }
 
@@ -142,7 +159,10 @@ void va_profile_port_info_cb(void *user_data, int result, rpc_port_ProfileS_h pr
   const char *name = name_of(request, true);
   drop_previous(name, request);
   request->account->link = va_profile_list_new();
-  va_profile_list_from_nidl(request->account->link, profile);
+  result = read_result(request->account->link != NULL
+                           ? va_profile_list_from_nidl(request->account->link, profile)
+                           : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY,
+                       result);
   call_response_callback(request, request->nidl_cb, result);
   port_exit(request, name);
 }
@@ -154,7 +174,9 @@ void va_profile_port_list_cb(void *user_data, int result, rpc_port_ProfileS_h pr
   drop_previous(name, request);
   auto list = va_profile_list_new();
   request->data = list;
-  va_profile_list_from_nidl(list, profile);
+  result = read_result(
+      list != NULL ? va_profile_list_from_nidl(list, profile) : VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY,
+      result);
   call_list_callback(request, request->nidl_cb, result, list);  // the list is the receiver's now
   port_exit(request, name);
 }

@@ -17,6 +17,7 @@
 
 #include "profile_internal.h"
 #include "profile_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -110,22 +111,22 @@ void parse_plain_key(velmora_account_profile_list_h list, const char *key, const
 
 extern "C" {
 
-void va_profile_parse_extra(velmora_account_profile_list_h list, const char *key,
-                            const char *value) {
-  if (key == NULL) return;
+int va_profile_parse_extra(velmora_account_profile_list_h list, const char *key,
+                           const char *value) {
+  if (key == NULL) return VELMORA_ACCOUNT_ERROR_NONE;
   const std::string_view k(key);
   const size_t colon = k.find(':');
   if (colon == std::string_view::npos) {
     parse_plain_key(list, key, value);
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
   if (list == NULL) {
     VA_LOGE("(list == NULL)");
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
   if (value == NULL) {
     VA_LOGE("(value == NULL)");
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
 
   const std::string_view head = k.substr(0, colon);
@@ -148,13 +149,13 @@ void va_profile_parse_extra(velmora_account_profile_list_h list, const char *key
   if (d == NULL || number < 1 || number > d->limit || field == kNoField ||
       (field == kSourceField && !d->has_source)) {
     VA_LOGI("- Invalid, Key[%s], Value[%s]", key, value);
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
 
   void *item = va_profile_list_item_at(list, category, number - 1, NULL);
   if (item == NULL) {
     VA_LOGE("OUT_OF_MEMORY, calloc failed.");
-    return;
+    return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
   // The count covers the item, as a "_count" key would say (a single category's too).
   if (list->count[category] < number) list->count[category] = number;
@@ -163,19 +164,21 @@ void va_profile_parse_extra(velmora_account_profile_list_h list, const char *key
     *va_profile_item_source(item, category) = strcmp(value, "ACCOUNT") == 0
                                                   ? VELMORA_ACCOUNT_PROFILE_SOURCE_ACCOUNT
                                                   : VELMORA_ACCOUNT_PROFILE_SOURCE_PROFILE;
-    return;
+    return VELMORA_ACCOUNT_ERROR_NONE;
   }
-  char *copy = strdup(value);
+  char *copy = va_strdup(value);
   if (copy == NULL) {
     VA_LOGE("OUT_OF_MEMORY, calloc failed.");
-    return;
+    return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
   char **dest = va_profile_item_str(item, category, field);
   free(*dest);
   *dest = copy;
+  return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-bool va_profile_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+bool va_profile_fill_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+  auto *fill = static_cast<va_profile_fill_s *>(user_data);
   if (key == NULL) {
     VA_LOGE("Error. key is null");
     return true;
@@ -184,12 +187,19 @@ bool va_profile_foreach_extra_cb(app_control_h app_control, const char *key, voi
   const int err = app_control_get_extra_data(app_control, key, &value);
   if (err != APP_CONTROL_ERROR_NONE) {
     VA_LOGI("foreach_extra_profile_cb failed.%s [key : %s]", va_app_control_error_name(err), key);
+    if (err == APP_CONTROL_ERROR_OUT_OF_MEMORY) fill->out_of_memory = true;
     return true;
   }
   VA_LOGI("Key[%s]", key);
-  va_profile_parse_extra(static_cast<velmora_account_profile_list_h>(user_data), key, value);
+  if (va_profile_parse_extra(fill->list, key, value) == VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY)
+    fill->out_of_memory = true;
   free(value);
   return true;
+}
+
+bool va_profile_foreach_extra_cb(app_control_h app_control, const char *key, void *user_data) {
+  va_profile_fill_s fill = {static_cast<velmora_account_profile_list_h>(user_data), false};
+  return va_profile_fill_extra_cb(app_control, key, &fill);
 }
 
 }  // extern "C"

@@ -5,6 +5,7 @@
 #include <cstdlib>
 
 #include "profile_record.h"
+#include "va_alloc.h"
 #include "va_base.h"
 #include "va_log.h"
 
@@ -24,7 +25,7 @@ VELMORA_API int velmora_account_profile_list_foreach(velmora_account_profile_lis
   velmora_account_profile_list_h data = list;
   if (data->cb == NULL) {
     data->cb =
-        static_cast<velmora_account_profile_s *>(calloc(1, sizeof(velmora_account_profile_s)));
+        static_cast<velmora_account_profile_s *>(va_calloc(1, sizeof(velmora_account_profile_s)));
     VA_RETV_IF(data->cb == NULL, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
   }
   velmora_account_profile_h view = data->cb;
