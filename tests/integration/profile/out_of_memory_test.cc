@@ -1,0 +1,176 @@
+// Velmora tests: profile requests when the library runs out of memory, against the reference
+// agent in both transports. Every allocation the library makes for one request (the checks, the
+// clone, the request record, the update's body, the reply's list and every item and text stored
+// in it) is made to fail in turn (tests/support/alloc_faults.hh). Each run returns
+// VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY at once (and no callback comes), or its callback runs
+// exactly once with VELMORA_ACCOUNT_ERROR_NONE and the whole answer, or with
+// VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY. An app-control reply for which no list can be made ends
+// without a callback, as its line says. Nothing crashes and nothing leaks.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "alloc_faults.hh"
+#include "dlog.h"
+#include "log_capture.hh"
+#include "profile_fixture.hh"
+
+namespace vtest {
+namespace {
+
+constexpr int kNone = VELMORA_ACCOUNT_ERROR_NONE;
+constexpr int kOom = VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
+
+// The lines of a reply that ends without a callback because its list could not be made.
+constexpr const char *kNoListLines[] = {"account->profile is NULL", "va_profile_list_h is NULL"};
+
+// A record of the port whose decoding ran out of memory arrives cut short, and the delegate is
+// still called with the agent's result: the generated layer stops reading at what it could not
+// make (and logs an error), and the reply cannot tell.
+bool port_record_cut_short(const LogCapture &log) {
+  for (const LogLine &line : log.lines())
+    if (line.tag == kRpcTag && line.prio == DLOG_ERROR) return true;
+  return false;
+}
+
+// What a walked callback received. The first thing it does is end the walked part of the run:
+// reading the answer back allocates normally.
+struct Answer {
+  AllocationRun *run = nullptr;
+  int calls = 0;
+  int result = 12345;
+  velmora_account_h account = nullptr;
+  velmora_account_profile_list_h list = nullptr;
+  ~Answer() {
+    if (account) velmora_account_destroy(account);
+    if (list) velmora_account_profile_list_destroy(list);
+  }
+  static void on_account(int result, velmora_account_h account, void *user_data) {
+    auto *self = static_cast<Answer *>(user_data);
+    self->run->stop();
+    ++self->calls;
+    self->result = result;
+    self->account = account;
+  }
+  static void on_list(int result, velmora_account_profile_list_h list, void *user_data) {
+    auto *self = static_cast<Answer *>(user_data);
+    self->run->stop();
+    ++self->calls;
+    self->result = result;
+    self->list = list;
+  }
+};
+
+class ProfileRequestsOutOfMemory : public ProfileOpsTest {
+ protected:
+  void SetUp() override {
+    if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+    prepare();
+    // A nickname, two names and three phone numbers, set before the walks.
+    velmora_account_h h = app_control_handle();
+    set_category(h, VELMORA_ACCOUNT_PROFILE_CATEGORY_NICKNAME, 1);
+    set_category(h, VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME, 2);
+    set_category(h, VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE, 3);
+  }
+
+  // Walks every allocation of the request `send` makes on `h`; `whole` checks a NONE answer.
+  static void walk(bool port, const std::function<int(Answer *)> &send,
+                   const std::function<void(const Answer &)> &whole) {
+    const long total =
+        each_failing_allocation(kLibraryAllocations, [&](long n, AllocationRun &run) {
+          LogCapture log;
+          Answer a;
+          a.run = &run;
+          const int ret = send(&a);
+          if (ret != kNone) {
+            run.stop();
+            EXPECT_EQ(ret, kOom);
+            run_until([] { return false; }, 50);  // a callback that should not come
+            EXPECT_EQ(a.calls, 0);
+            return;
+          }
+          const bool answered = run_until([&] {
+            if (a.calls > 0) return true;
+            for (const char *line : kNoListLines)
+              if (log.count(line) > 0) return true;
+            return false;
+          });
+          run.stop();
+          ASSERT_TRUE(answered);
+          if (a.calls == 0) return;  // no list to read the reply into: no answer
+          EXPECT_EQ(a.calls, 1);
+          if (a.result == kNone) {
+            if (port && port_record_cut_short(log)) return;
+            whole(a);
+          } else {
+            EXPECT_EQ(a.result, kOom);
+            EXPECT_NE(n, 0);
+          }
+        });
+    EXPECT_GT(total, 5);
+  }
+
+  static void expect_profile(const Answer &a) {
+    ASSERT_NE(a.account, nullptr);
+    expect_items(a.account->link, VELMORA_ACCOUNT_PROFILE_CATEGORY_NICKNAME, 1, "info");
+    expect_items(a.account->link, VELMORA_ACCOUNT_PROFILE_CATEGORY_NAME, 2, "info");
+    expect_items(a.account->link, VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE, 3, "info");
+  }
+
+  static void expect_phones(const Answer &a) {
+    expect_items(a.list, VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE, 3, "phones");
+  }
+
+  void request_info_in(velmora_account_h h, bool port) {
+    walk(
+        port,
+        [h](Answer *a) { return velmora_account_profile_request_info(h, Answer::on_account, a); },
+        expect_profile);
+  }
+
+  void request_phones_in(velmora_account_h h, bool port) {
+    walk(
+        port,
+        [h](Answer *a) {
+          return velmora_account_profile_request_profile(h, VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE,
+                                                         Answer::on_list, a);
+        },
+        expect_phones);
+  }
+
+  void update_in(velmora_account_h h, bool port) {
+    OwnedList nickname;
+    append_items(nickname.h, VELMORA_ACCOUNT_PROFILE_CATEGORY_NICKNAME, 1);
+    walk(
+        port,
+        [h, &nickname](Answer *a) {
+          return velmora_account_profile_update_info(h, nickname.h, Answer::on_account, a);
+        },
+        [](const Answer &a) { EXPECT_NE(a.account, nullptr); });
+  }
+};
+
+TEST_F(ProfileRequestsOutOfMemory, RequestInfoOverAppControl) {
+  request_info_in(app_control_handle(), false);
+}
+
+TEST_F(ProfileRequestsOutOfMemory, RequestInfoOverThePort) {
+  request_info_in(connected_handle(), true);
+}
+
+TEST_F(ProfileRequestsOutOfMemory, RequestProfileOverAppControl) {
+  request_phones_in(app_control_handle(), false);
+}
+
+TEST_F(ProfileRequestsOutOfMemory, RequestProfileOverThePort) {
+  request_phones_in(connected_handle(), true);
+}
+
+TEST_F(ProfileRequestsOutOfMemory, UpdateInfoOverAppControl) {
+  update_in(app_control_handle(), false);
+}
+
+TEST_F(ProfileRequestsOutOfMemory, UpdateInfoOverThePort) { update_in(connected_handle(), true); }
+
+}  // namespace
+}  // namespace vtest
