@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <functional>
 
+#include "platform_root.hh"
 #include "va_alloc.h"
 #include "velmora_host.h"
 
@@ -84,5 +85,16 @@ inline long each_failing_allocation(const AllocationHook &hook,
                                     const std::function<void(long n)> &op) {
   return each_failing_allocation(hook, [&](long n, AllocationRun &) { op(n); });
 }
+
+// The fixture of the library's out-of-memory tests that need no agent answer: skipped in a build
+// that cannot make allocations fail, a root with the agent installed (level 5) for the probes.
+class LibraryOutOfMemoryTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+    root_.install_agent(5);
+  }
+  PlatformRoot root_;
+};
 
 }  // namespace vtest

@@ -364,41 +364,33 @@ TEST_F(Companion, AFailedReplyPassesTheCompanionUnfilledWithTheConvertedError) {
 }
 
 TEST_F(Companion, AFailedReplyWithoutAnErrorCodeIsNotReadAndGivesZero) {
-  Reply r;
-  SentRequest sent("companion_get_account_cb", &r);
-  app_control_h reply = nullptr;
-  ASSERT_EQ(app_control_create(&reply), 0);
-  app_control_add_extra_data(reply, "check_mobile_account_exist", "true");
-  vtest::LogCapture log;
-  va_reply_app_control_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, sent.request);
-  app_control_destroy(reply);
-  EXPECT_EQ(r.calls, 1);
-  EXPECT_EQ(r.result, VELMORA_ACCOUNT_ERROR_NONE);         // no "error_code": converted to 0
-  EXPECT_EQ(r.exists_ret, VELMORA_ACCOUNT_ERROR_NO_DATA);  // not walked: still unknown
-  EXPECT_EQ(function_of(log, "[CONVERT_ERROR_CODE] AppControl result fail"),
-            "companion_get_account_cb");
-  EXPECT_EQ(function_of(log, "ErrorCode is NULL [(null)], value set to 0"),
-            "_velmora_account_convert_error");
-  for (const vtest::LogLine &line : log.lines())
-    EXPECT_NE(line.text().rfind("Key[", 0), 0u) << "the reply was walked: " << line.message;
-  EXPECT_EQ(log.count("Fail to app_control_foreach_extra_data"), 0) << log.dump();
-  EXPECT_EQ(function_of(log, "REQUEST_HANDLE_FREE"), "companion_get_account_cb");
-}
-
-TEST_F(Companion, AFailedLaunchWithoutAReplyPassesTheCompanionUnfilledWithZero) {
-  // What the platform hands over when the agent went away before it answered.
-  Reply r;
-  SentRequest sent("companion_sign_in_result_cb", &r);
-  vtest::LogCapture log;
-  va_reply_app_control_cb(nullptr, nullptr, APP_CONTROL_RESULT_FAILED, sent.request);
-  EXPECT_EQ(r.calls, 1);
-  EXPECT_EQ(r.result, VELMORA_ACCOUNT_ERROR_NONE);
-  EXPECT_EQ(r.exists_ret, VELMORA_ACCOUNT_ERROR_NO_DATA);
-  EXPECT_EQ(function_of(log, "[CONVERT_ERROR_CODE] AppControl result fail"),
-            "companion_sign_in_result_cb");
-  EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "ErrorCode is NULL [(null)], value set to 0"))
-      << log.dump();
-  EXPECT_EQ(log.count("Fail to app_control_foreach_extra_data"), 0) << log.dump();
+  // A failed launch whose reply says nothing of the error, and one without a reply at all (the
+  // agent went away before it answered): neither is walked.
+  for (const char *reply_name : {"companion_get_account_cb", "companion_sign_in_result_cb"}) {
+    for (bool with_reply : {true, false}) {
+      SCOPED_TRACE(std::string(reply_name) + (with_reply ? " with a reply" : " without a reply"));
+      Reply r;
+      SentRequest sent(reply_name, &r);
+      app_control_h reply = nullptr;
+      if (with_reply) {
+        ASSERT_EQ(app_control_create(&reply), 0);
+        app_control_add_extra_data(reply, "check_mobile_account_exist", "true");
+      }
+      vtest::LogCapture log;
+      va_reply_app_control_cb(nullptr, reply, APP_CONTROL_RESULT_FAILED, sent.request);
+      if (reply) app_control_destroy(reply);
+      EXPECT_EQ(r.calls, 1);
+      EXPECT_EQ(r.result, VELMORA_ACCOUNT_ERROR_NONE);         // no "error_code": converted to 0
+      EXPECT_EQ(r.exists_ret, VELMORA_ACCOUNT_ERROR_NO_DATA);  // not walked: still unknown
+      EXPECT_EQ(function_of(log, "[CONVERT_ERROR_CODE] AppControl result fail"), reply_name);
+      EXPECT_EQ(function_of(log, "ErrorCode is NULL [(null)], value set to 0"),
+                "_velmora_account_convert_error");
+      for (const vtest::LogLine &line : log.lines())
+        EXPECT_NE(line.text().rfind("Key[", 0), 0u) << "the reply was walked: " << line.message;
+      EXPECT_EQ(log.count("Fail to app_control_foreach_extra_data"), 0) << log.dump();
+      EXPECT_EQ(function_of(log, "REQUEST_HANDLE_FREE"), reply_name);
+    }
+  }
 }
 
 TEST_F(Companion, AReplyThatCannotBeWalkedGivesTheWalksResult) {

@@ -73,14 +73,7 @@ struct Received {
   }
 };
 
-class PlaceOutOfMemory : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!vtest::allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
-    root_.install_agent(5);
-  }
-  vtest::PlatformRoot root_;
-};
+using PlaceOutOfMemory = vtest::LibraryOutOfMemoryTest;
 
 }  // namespace
 

@@ -79,14 +79,7 @@ void expect_whole(velmora_account_profile_list_h list) {
   }
 }
 
-class ProfileOutOfMemory : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!vtest::allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
-    root_.install_agent(5);
-  }
-  vtest::PlatformRoot root_;
-};
+using ProfileOutOfMemory = vtest::LibraryOutOfMemoryTest;
 
 }  // namespace
 
