@@ -180,12 +180,17 @@ void start_agent(Setup &s) {
   if (velmora_host_install_package(kAgentAppId, apps, 1, meta, 1, &error) != 0)
     fail(error ? error : "install the agent");
 
-  // One signed-in default account, through the agent's admin command.
-  gchar *argv[] = {const_cast<gchar *>(exec.c_str()),   const_cast<gchar *>("--root"),
-                   const_cast<gchar *>(s.root.c_str()), const_cast<gchar *>("seed-user"),
-                   const_cast<gchar *>("--login-id"),   const_cast<gchar *>(kLoginId),
-                   const_cast<gchar *>("--password"),   const_cast<gchar *>("bench-password"),
-                   const_cast<gchar *>("--default"),    nullptr};
+  // One signed-in default account, through the agent's admin command (which reads the password
+  // from a file, never from its command line).
+  const std::string password_file = s.root + "/seed-password";
+  if (!g_file_set_contents(password_file.c_str(), "bench-password\n", -1, nullptr))
+    fail("cannot write " + password_file);
+  gchar *argv[] = {
+      const_cast<gchar *>(exec.c_str()),      const_cast<gchar *>("--root"),
+      const_cast<gchar *>(s.root.c_str()),    const_cast<gchar *>("seed-user"),
+      const_cast<gchar *>("--login-id"),      const_cast<gchar *>(kLoginId),
+      const_cast<gchar *>("--password-file"), const_cast<gchar *>(password_file.c_str()),
+      const_cast<gchar *>("--default"),       nullptr};
   gint status = 0;
   GError *err = nullptr;
   if (!g_spawn_sync(nullptr, argv, nullptr, G_SPAWN_STDOUT_TO_DEV_NULL, nullptr, nullptr, nullptr,

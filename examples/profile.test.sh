@@ -26,7 +26,8 @@ trap cleanup EXIT
   --app "dev.velmora.account.ui:ui:$agent" \
   --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
 "$platform" install "$watcher" --app "$watcher:service:$example" >/dev/null
-"$agent" seed-user --login-id example@velmora.dev --password example-pass-1 --sign-in \
+printf '%s\n' example-pass-1 | "$agent" seed-user --login-id example@velmora.dev --password-file - \
+  --sign-in \
   --client-id example.client --scope read >/dev/null
 
 # The watcher runs as the application $watcher and waits for two changes.

@@ -21,8 +21,9 @@ trap cleanup EXIT
   --app "dev.velmora.account:service:$agent" \
   --app "dev.velmora.account.ui:ui:$agent" \
   --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
-"$agent" seed-user --login-id example@velmora.dev --password example-pass-1 --sign-in \
-  --client-id example.client --with-secret --scope read >"$root/seed.txt"
+# Passwords never go on a command line: the agent reads this one from standard input.
+printf '%s\n' example-pass-1 | "$agent" seed-user --login-id example@velmora.dev --password-file - \
+  --sign-in --client-id example.client --with-secret --scope read >"$root/seed.txt"
 # The agent made the client's secret and printed it once.
 secret=$(sed -n 's/^client_secret=//p' "$root/seed.txt")
 

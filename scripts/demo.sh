@@ -81,8 +81,9 @@ run "$PLATFORM" install "$APP_ID" \
 say "seed the demo user $LOGIN, sign it in, register the client $CLIENT with a secret"
 # The agent makes the client's secret and prints it once ("client_secret=..."); the demo keeps it
 # in a file of the root instead of showing it.
-printf '$ %s\n' "$AGENT seed-user --login-id $LOGIN --password ... --sign-in --default --client-id $CLIENT --with-secret --scope \"read write\""
-"$AGENT" seed-user --login-id "$LOGIN" --password "demo-password-$$" --sign-in --default \
+# Passwords never go on a command line either: the agent reads this one from standard input.
+printf '$ %s\n' "... | $AGENT seed-user --login-id $LOGIN --password-file - --sign-in --default --client-id $CLIENT --with-secret --scope \"read write\""
+printf '%s\n' "demo-password-$$" | "$AGENT" seed-user --login-id "$LOGIN" --password-file - --sign-in --default \
   --client-id "$CLIENT" --with-secret --scope "read write" >"$ROOT/seed.txt"
 grep -v '^client_secret=' "$ROOT/seed.txt" | sed 's/^/    /'
 SECRET=$(sed -n 's/^client_secret=//p' "$ROOT/seed.txt")

@@ -1,9 +1,9 @@
-// velmora-agent clock: moves the agent's time (for tests).
+// velmora-agent clock: shows or moves the agent's time (for tests).
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
 #include "clock_offset.hh"
 #include "velmora_host.h"
 
@@ -20,29 +20,34 @@ bool parse_seconds(const std::string &text, int64_t *out) {
   return true;
 }
 
+int print_offset(int64_t seconds) {
+  if (options().json)
+    JsonReply().integer("offset_s", seconds).print();
+  else
+    printf("offset_s=%lld\n", static_cast<long long>(seconds));
+  return kExitOk;
+}
+
 }  // namespace
 
-int cmd_clock(const Args &args) {
+int run_clock(const Args &args) {
   const std::string root = velmora_host_root();
-  if (args.size() == 1 && args[0] == "show") {
-    printf("offset_s=%lld\n", static_cast<long long>(clock_offset(root)));
-    return 0;
-  }
-  if (args.size() == 1 && args[0] == "reset") {
+  const std::string &verb = args[0];
+  if (args.size() == 1 && verb == "show") return print_offset(clock_offset(root));
+  if (args.size() == 1 && verb == "reset") {
     Status st = set_clock_offset(root, 0);
-    return st.ok() ? 0 : failed(st);
+    return st.ok() ? print_offset(0) : failed(st);
   }
-  if (args.size() == 2 && (args[0] == "advance" || args[0] == "set-offset")) {
+  if (args.size() == 2 && (verb == "advance" || verb == "set-offset")) {
     int64_t seconds = 0;
     if (!parse_seconds(args[1], &seconds)) return usage_error("'" + args[1] + "' is not seconds");
-    if (args[0] == "advance") seconds += clock_offset(root);
+    if (verb == "advance") seconds += clock_offset(root);
     Status st = set_clock_offset(root, seconds);
     if (st.code == errc::kInvalidParameter) return usage_error(st.message);
     if (!st.ok()) return failed(st);
-    printf("offset_s=%lld\n", static_cast<long long>(seconds));
-    return 0;
+    return print_offset(seconds);
   }
-  return usage_error("usage: clock show|reset|advance SECONDS|set-offset SECONDS");
+  return usage_error("clock show | reset | advance SECONDS | set-offset SECONDS");
 }
 
 }  // namespace vagent::cli

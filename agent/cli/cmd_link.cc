@@ -1,25 +1,27 @@
 // velmora-agent link: links (or unlinks) an account with a partner client.
 #include <cstdio>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
 
 namespace vagent::cli {
 
-int cmd_link(const Args &args) {
-  Options o(
-      {{"login-id", true, false}, {"partner-client-id", true, false}, {"unlink", false, false}});
-  std::string error;
-  if (!o.parse(args, &error)) return usage_error(error);
-  if (!o.has("login-id") || !o.has("partner-client-id") || !o.positional().empty())
-    return usage_error("usage: link --login-id L --partner-client-id P [--unlink]");
+int run_link(const Args &) {
+  const Options &o = options();
+  if (!o.login_id || !o.partner_client_id)
+    return usage_error("link needs --login-id and --partner-client-id");
   auto state = open_state();
   if (!state.ok()) return failed(state.status());
-  Status st =
-      state.value()->linking().set(o.get("login-id"), o.get("partner-client-id"), !o.has("unlink"));
+  Status st = state.value()->linking().set(o.login_id, o.partner_client_id, !o.unlink);
   if (!st.ok()) return failed(st);
-  printf("%s %s with %s\n", o.has("unlink") ? "unlinked" : "linked", o.get("login-id").c_str(),
-         o.get("partner-client-id").c_str());
-  return 0;
+  if (o.json)
+    JsonReply()
+        .str("login_id", o.login_id)
+        .str("partner_client_id", o.partner_client_id)
+        .boolean("linked", !o.unlink)
+        .print();
+  else
+    printf("%s %s with %s\n", o.unlink ? "unlinked" : "linked", o.login_id, o.partner_client_id);
+  return kExitOk;
 }
 
 }  // namespace vagent::cli

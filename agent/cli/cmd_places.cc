@@ -5,17 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
 
 namespace vagent::cli {
 
 namespace {
-
-constexpr const char *kUsage =
-    "usage: places list --login-id L\n"
-    "       places add --login-id L [place fields]\n"
-    "       places change --login-id L --id N [place fields]\n"
-    "       places remove --login-id L --id N";
 
 bool parse_int(const std::string &text, int *out) {
   char *end = nullptr;
@@ -35,62 +29,81 @@ bool parse_double(const std::string &text, double *out) {
   return true;
 }
 
-// The place fields as options: text fields, then numbers, then coordinates.
+// The place fields as options: text fields, then numbers, then coordinates. `key` names the field
+// in the text and JSON output.
 struct TextField {
-  const char *option;
-  std::optional<std::string> PlaceChange::*member;
+  const char *key;
+  gchar *Options::*option;
+  std::optional<std::string> PlaceChange::*change;
+  std::string Place::*place;
 };
 const TextField kTextFields[] = {
-    {"name", &PlaceChange::name},           {"address", &PlaceChange::address},
-    {"wifi-name", &PlaceChange::wifi_name}, {"wifi-bssid", &PlaceChange::wifi_bssid},
-    {"bt-name", &PlaceChange::bt_name},     {"bt-address", &PlaceChange::bt_address},
+    {"name", &Options::name, &PlaceChange::name, &Place::name},
+    {"address", &Options::address, &PlaceChange::address, &Place::address},
+    {"wifi_name", &Options::wifi_name, &PlaceChange::wifi_name, &Place::wifi_name},
+    {"wifi_bssid", &Options::wifi_bssid, &PlaceChange::wifi_bssid, &Place::wifi_bssid},
+    {"bt_name", &Options::bt_name, &PlaceChange::bt_name, &Place::bt_name},
+    {"bt_address", &Options::bt_address, &PlaceChange::bt_address, &Place::bt_address},
 };
 struct IntField {
-  const char *option;
-  std::optional<int> PlaceChange::*member;
+  const char *key;
+  gchar *Options::*option;
+  std::optional<int> PlaceChange::*change;
+  std::optional<int> Place::*place;
 };
 const IntField kIntFields[] = {
-    {"category", &PlaceChange::category},
-    {"type", &PlaceChange::type},
-    {"location-source", &PlaceChange::location_source},
+    {"category", &Options::category, &PlaceChange::category, &Place::category},
+    {"type", &Options::type, &PlaceChange::type, &Place::type},
+    {"location_source", &Options::location_source, &PlaceChange::location_source,
+     &Place::location_source},
 };
 struct CoordinateField {
-  const char *option;
-  std::optional<double> PlaceChange::*member;
+  const char *key;
+  gchar *Options::*option;
+  std::optional<double> PlaceChange::*change;
+  std::optional<double> Place::*place;
 };
 const CoordinateField kCoordinateFields[] = {
-    {"latitude", &PlaceChange::latitude},
-    {"longitude", &PlaceChange::longitude},
+    {"latitude", &Options::latitude, &PlaceChange::latitude, &Place::latitude},
+    {"longitude", &Options::longitude, &PlaceChange::longitude, &Place::longitude},
 };
 
-std::vector<Options::OptionDef> option_defs() {
-  std::vector<Options::OptionDef> defs = {{"login-id", true, false}, {"id", true, false}};
-  for (const TextField &f : kTextFields) defs.push_back({f.option, true, false});
-  for (const IntField &f : kIntFields) defs.push_back({f.option, true, false});
-  for (const CoordinateField &f : kCoordinateFields) defs.push_back({f.option, true, false});
-  return defs;
+// "--location-source" for the key "location_source".
+std::string option_name(const char *key) {
+  std::string name = std::string("--") + key;
+  for (char &c : name)
+    if (c == '_') c = '-';
+  return name;
 }
 
-bool read_change(const Options &o, PlaceChange *c, std::string *error) {
+// The fields given on the command line. False with *status after a usage error.
+bool read_change(PlaceChange *c, bool *any, int *status) {
+  const Options &o = options();
+  *any = false;
   for (const TextField &f : kTextFields)
-    if (o.has(f.option)) c->*f.member = o.get(f.option);
+    if (o.*f.option) {
+      c->*f.change = std::string(o.*f.option);
+      *any = true;
+    }
   for (const IntField &f : kIntFields) {
     int v = 0;
-    if (!o.has(f.option)) continue;
-    if (!parse_int(o.get(f.option), &v)) {
-      *error = std::string("--") + f.option + " needs a whole number";
+    if (!(o.*f.option)) continue;
+    if (!parse_int(o.*f.option, &v)) {
+      *status = usage_error(option_name(f.key) + " needs a whole number");
       return false;
     }
-    c->*f.member = v;
+    c->*f.change = v;
+    *any = true;
   }
   for (const CoordinateField &f : kCoordinateFields) {
     double v = 0;
-    if (!o.has(f.option)) continue;
-    if (!parse_double(o.get(f.option), &v)) {
-      *error = std::string("--") + f.option + " needs a number";
+    if (!(o.*f.option)) continue;
+    if (!parse_double(o.*f.option, &v)) {
+      *status = usage_error(option_name(f.key) + " needs a number");
       return false;
     }
-    c->*f.member = v;
+    c->*f.change = v;
+    *any = true;
   }
   return true;
 }
@@ -113,51 +126,80 @@ void print_place(const Place &p) {
       p.wifi_bssid.c_str(), p.bt_name.c_str(), p.bt_address.c_str());
 }
 
+// A place as a JSON object (inside an array when `name` is nullptr); a field not set is null.
+void add_place(JsonReply &json, const char *name, const Place &p) {
+  json.begin_object(name).integer("id", p.id);
+  for (const TextField &f : kTextFields) json.str(f.key, p.*f.place);
+  for (const IntField &f : kIntFields)
+    (p.*f.place) ? json.integer(f.key, *(p.*f.place)) : json.null(f.key);
+  for (const CoordinateField &f : kCoordinateFields)
+    (p.*f.place) ? json.real(f.key, *(p.*f.place)) : json.null(f.key);
+  json.end_object();
+}
+
+int list(Places &places, const std::string &login_id) {
+  Result<std::vector<Place>> all = places.list(login_id);
+  if (!all.ok()) return failed(all.status());
+  if (options().json) {
+    JsonReply json;
+    json.str("login_id", login_id).begin_array("places");
+    for (const Place &p : all.value()) add_place(json, nullptr, p);
+    json.end_array().print();
+    return kExitOk;
+  }
+  if (all->empty()) printf("no places saved for %s\n", login_id.c_str());
+  for (const Place &p : all.value()) print_place(p);
+  return kExitOk;
+}
+
 }  // namespace
 
-int cmd_places(const Args &args) {
-  if (args.empty()) return usage_error(kUsage);
+int run_places(const Args &args) {
+  const Options &o = options();
   const std::string verb = args[0];
-  Options o(option_defs());
-  std::string error;
-  if (!o.parse(Args(args.begin() + 1, args.end()), &error)) return usage_error(error);
-  if (!o.has("login-id") || !o.positional().empty()) return usage_error(kUsage);
+  if (verb != "list" && verb != "add" && verb != "change" && verb != "remove")
+    return usage_error("no places command is called '" + verb +
+                       "'; they are list, add, change and remove");
+  if (!o.login_id) return usage_error("places " + verb + " needs --login-id");
   const bool needs_id = verb == "change" || verb == "remove";
-  if (needs_id != o.has("id")) return usage_error(kUsage);
+  if (needs_id != (o.id != nullptr))
+    return usage_error(needs_id ? "places " + verb + " needs --id N"
+                                : "places " + verb + " takes no --id");
   int id = 0;
-  if (needs_id && !parse_int(o.get("id"), &id)) return usage_error("--id needs a place number");
+  if (needs_id && !parse_int(o.id, &id)) return usage_error("--id needs a place number");
   PlaceChange change;
-  if (!read_change(o, &change, &error)) return usage_error(error);
-  const bool has_fields = o.has("name") || o.has("address") || o.has("wifi-name") ||
-                          o.has("wifi-bssid") || o.has("bt-name") || o.has("bt-address") ||
-                          o.has("category") || o.has("type") || o.has("location-source") ||
-                          o.has("latitude") || o.has("longitude");
-  if ((verb == "list" || verb == "remove") && has_fields) return usage_error(kUsage);
+  bool has_fields = false;
+  int status = 0;
+  if (!read_change(&change, &has_fields, &status)) return status;
+  if ((verb == "list" || verb == "remove") && has_fields)
+    return usage_error("places " + verb + " takes no place fields");
 
   auto state = open_state();
   if (!state.ok()) return failed(state.status());
   Places &places = state.value()->places();
-  const std::string login_id = o.get("login-id");
-  if (verb == "list") {
-    Result<std::vector<Place>> all = places.list(login_id);
-    if (!all.ok()) return failed(all.status());
-    for (const Place &p : all.value()) print_place(p);
-    return 0;
-  }
-  if (verb == "add" || verb == "change") {
-    Result<Place> p =
-        verb == "add" ? places.add(login_id, change) : places.change(login_id, id, change);
-    if (!p.ok()) return failed(p.status());
-    print_place(p.value());
-    return 0;
-  }
+  const std::string login_id = o.login_id;
+  if (verb == "list") return list(places, login_id);
   if (verb == "remove") {
     Status st = places.remove(login_id, id);
     if (!st.ok()) return failed(st);
-    printf("removed place %d of %s\n", id, login_id.c_str());
-    return 0;
+    if (o.json)
+      JsonReply().str("login_id", login_id).integer("removed", id).print();
+    else
+      printf("removed place %d of %s\n", id, login_id.c_str());
+    return kExitOk;
   }
-  return usage_error("unknown places command '" + verb + "'");
+  Result<Place> p =
+      verb == "add" ? places.add(login_id, change) : places.change(login_id, id, change);
+  if (!p.ok()) return failed(p.status());
+  if (o.json) {
+    JsonReply json;
+    json.str("login_id", login_id);
+    add_place(json, "place", p.value());
+    json.print();
+  } else {
+    print_place(p.value());
+  }
+  return kExitOk;
 }
 
 }  // namespace vagent::cli

@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
 #include "dlog.h"
 #include "idle_checkpoint.hh"
 #include "idle_exit.hh"
@@ -25,8 +25,7 @@ gboolean on_quit_signal(gpointer loop) {
 
 }  // namespace
 
-int cmd_serve(const Args &args) {
-  if (!args.empty()) return usage_error("serve takes no arguments");
+int run_serve(const Args &) {
   const char *app_id = getenv("VELMORA_APP_ID");
   auto state = open_state();
   if (!state.ok()) {

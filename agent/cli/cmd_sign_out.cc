@@ -1,22 +1,22 @@
 // velmora-agent sign-out: signs an account out.
 #include <cstdio>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
 
 namespace vagent::cli {
 
-int cmd_sign_out(const Args &args) {
-  Options o({{"login-id", true, false}});
-  std::string error;
-  if (!o.parse(args, &error)) return usage_error(error);
-  if (!o.has("login-id") || !o.positional().empty())
-    return usage_error("usage: sign-out --login-id L");
+int run_sign_out(const Args &) {
+  const Options &o = options();
+  if (!o.login_id) return usage_error("sign-out needs --login-id");
   auto state = open_state();
   if (!state.ok()) return failed(state.status());
-  Status st = state.value()->accounts().sign_out(o.get("login-id"));
+  Status st = state.value()->accounts().sign_out(o.login_id);
   if (!st.ok()) return failed(st);
-  printf("signed out %s\n", o.get("login-id").c_str());
-  return 0;
+  if (o.json)
+    JsonReply().str("login_id", o.login_id).boolean("signed_in", false).print();
+  else
+    printf("signed out %s\n", o.login_id);
+  return kExitOk;
 }
 
 }  // namespace vagent::cli

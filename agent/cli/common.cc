@@ -2,68 +2,15 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "cli/cli.hh"
+#include "cli/agent_cli.hh"
+#include "scopes.hh"
 #include "velmora_host.h"
 
 namespace vagent::cli {
 
-int usage_error(const std::string &message) {
-  fprintf(stderr, "velmora-agent: %s\n(see velmora-agent help)\n", message.c_str());
-  return kExitUsage;
-}
+namespace {
 
-int failed(const Status &st) {
-  fprintf(stderr, "velmora-agent: %s (%d)\n", st.describe().c_str(), st.code);
-  return kExitFailed;
-}
-
-Result<std::unique_ptr<AgentState>> open_state() { return AgentState::open(velmora_host_root()); }
-
-bool Options::parse(const Args &args, std::string *error) {
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string &a = args[i];
-    if (a.rfind("--", 0) != 0) {
-      positional_.push_back(a);
-      continue;
-    }
-    std::string name = a.substr(2), value;
-    bool has_value = false;
-    if (size_t eq = name.find('='); eq != std::string::npos) {
-      value = name.substr(eq + 1);
-      name = name.substr(0, eq);
-      has_value = true;
-    }
-    const OptionDef *def = find(name);
-    if (!def) {
-      *error = "unknown option --" + name;
-      return false;
-    }
-    if (def->takes_value && !has_value) {
-      if (i + 1 >= args.size()) {
-        *error = "--" + name + " needs a value";
-        return false;
-      }
-      value = args[++i];
-    } else if (!def->takes_value && has_value) {
-      *error = "--" + name + " takes no value";
-      return false;
-    }
-    auto &list = values_[name];
-    if (!list.empty() && !def->repeatable) {
-      *error = "--" + name + " given twice";
-      return false;
-    }
-    list.push_back(value);
-  }
-  return true;
-}
-
-const Options::OptionDef *Options::find(const std::string &name) const {
-  for (const OptionDef &s : defs_)
-    if (name == s.name) return &s;
-  return nullptr;
-}
-
+// A positive token lifetime in seconds (at most ten years).
 bool parse_lifetime(const std::string &text, int64_t *out) {
   char *end = nullptr;
   long long v = strtoll(text.c_str(), &end, 10);
@@ -72,9 +19,55 @@ bool parse_lifetime(const std::string &text, int64_t *out) {
   return true;
 }
 
-void print_registered(const std::string &client_id, const std::string &secret) {
+const char *command_name() {
+  const vcli::Command *command = vcli::current_command();
+  return command ? command->name : "";
+}
+
+}  // namespace
+
+int usage_error(const std::string &message) { return vcli::usage_error(message); }
+
+int failed(const Status &st) {
+  if (options().json) {
+    JsonReply json;
+    json.integer("result", st.code)
+        .str("error", error_name(st.code))
+        .str("message", st.message)
+        .integer("exit_status", kExitFailed)
+        .print();
+  } else {
+    fprintf(stderr, "velmora-agent %s: %s (%d)\n", command_name(), st.describe().c_str(), st.code);
+  }
+  return kExitFailed;
+}
+
+Result<std::unique_ptr<AgentState>> open_state() { return AgentState::open(velmora_host_root()); }
+
+JsonReply::JsonReply() { str("command", command_name()); }
+
+void print_registered(const std::string &client_id, const std::string &secret, JsonReply *json) {
+  if (json) {
+    json->begin_object("client").str("client_id", client_id);
+    if (!secret.empty()) json->str("client_secret", secret);
+    json->end_object();
+    return;
+  }
   printf("registered client %s\n", client_id.c_str());
   if (!secret.empty()) printf("client_secret=%s\n", secret.c_str());
+}
+
+bool client_from_options(NewClient *client, int *status) {
+  const Options &o = options();
+  client->client_id = value(o.client_id);
+  client->with_secret = o.with_secret;
+  for (gchar **s = o.scopes; s && *s; ++s)
+    for (const std::string &one : parse_scopes(*s)) client->scopes.push_back(one);
+  if (o.token_lifetime && !parse_lifetime(o.token_lifetime, &client->token_lifetime)) {
+    *status = usage_error("--token-lifetime must be a positive number of seconds");
+    return false;
+  }
+  return true;
 }
 
 }  // namespace vagent::cli

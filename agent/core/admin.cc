@@ -54,65 +54,84 @@ bool split_setting(const std::string &text, std::pair<std::string, std::string> 
   return true;
 }
 
-std::string render_state(AgentState &state) {
-  std::ostringstream o;
-  o << "root: " << state.root() << "\n";
-  o << "profile: " << profile_name(device_profile()) << "\n";
-  o << "store package: " << store_package() << "\n";
-  o << "schema version: " << state.db().schema_version() << "\n";
-  o << "clock offset: " << clock_offset(state.root()) << " s\n";
+StateView view_state(AgentState &state) {
+  StateView v{state.root(),
+              profile_name(device_profile()),
+              store_package(),
+              state.db().schema_version(),
+              clock_offset(state.root()),
+              state.users().list(),
+              state.clients().list(),
+              Status::fail(errc::kDbFailed, "not read"),
+              state.codes().pending_count(),
+              read_store(store_package()),
+              list_faults(state.root())};
+  Result<std::vector<SignedInAccount>> accounts = state.accounts().list();
+  if (!accounts.ok()) {
+    v.signed_in = accounts.status();
+    return v;
+  }
+  std::vector<StateView::Account> signed_in;
+  for (const SignedInAccount &a : accounts.value()) {
+    Result<int64_t> live = state.tokens().live_count(a.login_id);
+    signed_in.push_back({a, live.ok() ? live.value() : -1});
+  }
+  v.signed_in = signed_in;
+  return v;
+}
 
-  Result<std::vector<User>> users = state.users().list();
-  if (users.ok()) {
-    o << "users (" << users->size() << "):\n";
-    for (const User &u : users.value())
+std::string render_state(AgentState &state) {
+  const StateView v = view_state(state);
+  std::ostringstream o;
+  o << "root: " << v.root << "\n";
+  o << "profile: " << v.profile << "\n";
+  o << "store package: " << v.store_package << "\n";
+  o << "schema version: " << v.schema_version << "\n";
+  o << "clock offset: " << v.clock_offset_s << " s\n";
+
+  if (v.users.ok()) {
+    o << "users (" << v.users->size() << "):\n";
+    for (const User &u : v.users.value())
       o << "  " << u.login_id << " user_id=" << u.user_id << " cc=" << u.country_code
         << " mcc=" << u.mcc << " tnc=" << u.tnc << "\n";
   } else {
-    o << "users: " << users.status().describe() << "\n";
+    o << "users: " << v.users.status().describe() << "\n";
   }
 
-  Result<std::vector<Client>> clients = state.clients().list();
-  if (clients.ok()) {
-    o << "clients (" << clients->size() << "):\n";
-    for (const Client &c : clients.value()) {
+  if (v.clients.ok()) {
+    o << "clients (" << v.clients->size() << "):\n";
+    for (const Client &c : v.clients.value()) {
       o << "  " << c.client_id << " scopes=\"";
       for (size_t i = 0; i < c.scopes.size(); ++i) o << (i ? " " : "") << c.scopes[i];
       o << "\" secret=" << (c.has_secret ? "yes" : "no") << " token_lifetime=" << c.token_lifetime
         << "\n";
     }
   } else {
-    o << "clients: " << clients.status().describe() << "\n";
+    o << "clients: " << v.clients.status().describe() << "\n";
   }
 
-  Result<std::vector<SignedInAccount>> accounts = state.accounts().list();
-  if (accounts.ok()) {
-    o << "signed in (" << accounts->size() << "):\n";
-    for (const SignedInAccount &a : accounts.value()) {
-      Result<int64_t> live = state.tokens().live_count(a.login_id);
-      o << "  " << a.login_id << (a.is_default ? " default" : "")
-        << " live_access_tokens=" << (live.ok() ? live.value() : -1) << "\n";
-    }
+  if (v.signed_in.ok()) {
+    o << "signed in (" << v.signed_in->size() << "):\n";
+    for (const StateView::Account &a : v.signed_in.value())
+      o << "  " << a.account.login_id << (a.account.is_default ? " default" : "")
+        << " live_access_tokens=" << a.live_access_tokens << "\n";
   } else {
-    o << "signed in: " << accounts.status().describe() << "\n";
+    o << "signed in: " << v.signed_in.status().describe() << "\n";
   }
 
-  Result<int64_t> pending = state.codes().pending_count();
-  o << "pending codes: " << (pending.ok() ? pending.value() : -1) << "\n";
+  o << "pending codes: " << (v.pending_codes.ok() ? v.pending_codes.value() : -1) << "\n";
 
-  Result<std::vector<MirroredAccount>> store = read_store(store_package());
-  o << "platform store (" << store_package() << "):";
-  if (store.ok()) {
-    o << (store->empty() ? " none\n" : "\n");
-    for (const MirroredAccount &m : store.value())
+  o << "platform store (" << v.store_package << "):";
+  if (v.store.ok()) {
+    o << (v.store->empty() ? " none\n" : "\n");
+    for (const MirroredAccount &m : v.store.value())
       o << "  " << m.login_id << (m.is_default ? " default=true" : "") << "\n";
   } else {
-    o << " " << store.status().describe() << "\n";
+    o << " " << v.store.status().describe() << "\n";
   }
 
-  std::vector<std::pair<std::string, Fault>> faults = list_faults(state.root());
-  o << "faults:" << (faults.empty() ? " none\n" : "\n");
-  for (const auto &f : faults) o << "  [" << f.first << "] " << f.second.describe() << "\n";
+  o << "faults:" << (v.faults.empty() ? " none\n" : "\n");
+  for (const auto &f : v.faults) o << "  [" << f.first << "] " << f.second.describe() << "\n";
   return o.str();
 }
 

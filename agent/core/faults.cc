@@ -167,13 +167,21 @@ bool Fault::any() const {
          push_malformed_body;
 }
 
+std::vector<Fault::Setting> Fault::settings() const {
+  std::vector<Setting> out;
+  for (const KeyDef &key : key_table()) {
+    if (key.kind == Kind::kDelay && delay_ms > 0) out.push_back({key.name, false, delay_ms});
+    if (key.kind == Kind::kCode && error_code) out.push_back({key.name, false, *error_code});
+    if (key.kind == Kind::kFlag && this->*key.flag) out.push_back({key.name, true, 1});
+  }
+  return out;
+}
+
 std::string Fault::describe() const {
   std::string out;
-  auto add = [&](const std::string &s) { out += (out.empty() ? "" : " ") + s; };
-  if (delay_ms > 0) add("delay_ms=" + std::to_string(delay_ms));
-  if (error_code) add("error_code=" + std::to_string(*error_code));
-  for (const KeyDef &key : key_table())
-    if (key.kind == Kind::kFlag && this->*key.flag) add(std::string(key.name) + "=true");
+  for (const Setting &s : settings())
+    out += (out.empty() ? "" : " ") + std::string(s.key) + "=" +
+           (s.is_flag ? "true" : std::to_string(s.value));
   return out;
 }
 

@@ -55,6 +55,14 @@ struct Fault {
 
   // True when any fault is set.
   bool any() const;
+  // One set key: a flag (value 1) or a number.
+  struct Setting {
+    const char *key;
+    bool is_flag;
+    int64_t value;
+  };
+  // The keys that are set, in the order of the key table.
+  std::vector<Setting> settings() const;
   // "delay_ms=200 error_code=-22", or "" without faults.
   std::string describe() const;
 };

@@ -95,7 +95,8 @@ echo "== a platform root with the installed agent"
   --app "dev.velmora.account:service:$P/bin/velmora-agent" \
   --app "dev.velmora.account.ui:ui:$P/bin/velmora-agent" \
   --meta "dev.velmora.account:velmora-experience-service-api-level=5" >/dev/null
-"$P/bin/velmora-agent" seed-user --login-id consumer@velmora.dev --password consumer-pass-1 \
+printf '%s\n' consumer-pass-1 >"$work/password"
+"$P/bin/velmora-agent" seed-user --login-id consumer@velmora.dev --password-file "$work/password" \
   --sign-in --client-id consumer.client --with-secret --scope read >"$work/seed.txt"
 # The agent made the client's secret and printed it once.
 secret=$(sed -n 's/^client_secret=//p' "$work/seed.txt")

@@ -40,6 +40,14 @@ class Json {
     return has(name) && JSON_NODE_HOLDS_VALUE(json_object_get_member(object_, name)) &&
            json_object_get_boolean_member(object_, name);
   }
+  // The object itself, and an array member (nullptr when missing or not an array), for what the
+  // helpers here do not read.
+  JsonObject *object() const { return object_; }
+  JsonArray *array(const char *name) const {
+    return has(name) && JSON_NODE_HOLDS_ARRAY(json_object_get_member(object_, name))
+               ? json_object_get_array_member(object_, name)
+               : nullptr;
+  }
   // The strings of an array member.
   std::vector<std::string> strings(const char *name) const {
     std::vector<std::string> out;

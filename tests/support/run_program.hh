@@ -16,5 +16,8 @@ struct ProgramRun {
 // for it. A program that cannot start fails the test, with `hint` saying how to get it built.
 ProgramRun run_program(const std::string &exe, const std::vector<std::string> &args,
                        const std::string &hint);
+// The same with `input` as the program's standard input (else it reads an empty one).
+ProgramRun run_program_with_input(const std::string &exe, const std::vector<std::string> &args,
+                                  const std::string &input, const std::string &hint);
 
 }  // namespace vtest

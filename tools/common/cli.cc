@@ -1,6 +1,7 @@
 // Velmora command-line tools: parsing with GOptionContext, help, secrets (see cli.hh).
 #include "cli.hh"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -97,11 +98,11 @@ std::string exit_text(const Tool &tool) {
 
 std::string commands_text(const Tool &tool) {
   std::string text = "Commands:\n";
-  for (const Command &c : tool.commands) {
-    char line[256];
-    snprintf(line, sizeof line, "  %-12s %s\n", c.name, c.summary);
-    text += line;
-  }
+  size_t width = 12;
+  for (const Command &c : tool.commands) width = std::max(width, strlen(c.name));
+  for (const Command &c : tool.commands)
+    text += "  " + std::string(c.name) + std::string(width + 1 - strlen(c.name), ' ') + c.summary +
+            "\n";
   return text + "\n`" + tool.name + " <command> --help` shows a command's options.\n";
 }
 
@@ -264,7 +265,16 @@ int run(const Tool &tool, int argc, char **argv) {
   Args positional;
   gboolean version = FALSE, man = FALSE, completion = FALSE;
   int status;
-  if (at < 0 && tool.default_command) {
+  // Without a command word the default command runs, unless the tool itself is asked about
+  // (--help, --version, the manual page or the completion).
+  bool about_tool = false;
+  for (int i = 1; i < argc && at < 0; ++i) {
+    const std::string word = argv[i];
+    if (word == "--") break;
+    about_tool = about_tool || word == "--help" || word == "-h" || word == "--version" ||
+                 word == "--man" || word == "--bash-completion";
+  }
+  if (at < 0 && tool.default_command && !about_tool) {
     g_command = find_command(tool, tool.default_command);
   } else if (at >= 0) {
     g_command = find_command(tool, argv[at]);

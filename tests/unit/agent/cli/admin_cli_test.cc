@@ -2,20 +2,24 @@
 // effects on the state, the platform store and the fault file).
 #include <glib.h>
 #include <gtest/gtest.h>
+#include <json-glib/json-glib.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "agent_state.hh"
 #include "clock_offset.hh"
 #include "faults.hh"
+#include "json_view.hh"
 #include "platform_root.hh"
 #include "run_program.hh"
 #include "store_view.hh"
+#include "velmora_account_version.h"
 
 namespace {
 
@@ -39,6 +43,12 @@ CliRun run_agent(const std::vector<std::string> &args) {
   return vtest::run_program(agent_path(), args, "build the velmora-agent target");
 }
 
+// Runs velmora-agent with `password` (and a line end) on its standard input.
+CliRun run_agent_with_password(const std::vector<std::string> &args, const std::string &password) {
+  return vtest::run_program_with_input(agent_path(), args, password + "\n",
+                                       "build the velmora-agent target");
+}
+
 class AdminCli : public ::testing::Test {
  protected:
   void SetUp() override {
@@ -51,9 +61,11 @@ class AdminCli : public ::testing::Test {
 }  // namespace
 
 TEST_F(AdminCli, SeedUserSignsInAndShowsTheMadeSecretOnce) {
-  CliRun seed = run_agent({"seed-user", "--login-id", "alice@velmora.dev", "--password",
-                           "Pw-Canary-1", "--default", "--client-id", "app.one", "--with-secret",
-                           "--scope", "profile.read", "--scope", "account.read"});
+  CliRun seed =
+      run_agent_with_password({"seed-user", "--login-id", "alice@velmora.dev", "--password-file",
+                               "-", "--default", "--client-id", "app.one", "--with-secret",
+                               "--scope", "profile.read", "--scope", "account.read"},
+                              "Pw-Canary-1");
   ASSERT_EQ(seed.exit_code, 0) << seed.err;
   EXPECT_NE(seed.out.find("seeded alice@velmora.dev"), std::string::npos) << seed.out;
   const std::string secret = printed_secret(seed.out);
@@ -88,7 +100,10 @@ TEST_F(AdminCli, RegisterClientWithoutASecretPrintsNone) {
 }
 
 TEST_F(AdminCli, SeedUserWithoutSignInLeavesTheStoreEmpty) {
-  ASSERT_EQ(run_agent({"seed-user", "--login-id", "bob", "--password", "pw"}).exit_code, 0);
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "bob", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
   int err = 0;
   agent_test::store_records("dev.velmora.account", &err);
   EXPECT_EQ(err, ACCOUNT_ERROR_RECORD_NOT_FOUND);
@@ -98,9 +113,14 @@ TEST_F(AdminCli, BadUsageExitsWithTwo) {
   CliRun no_password = run_agent({"seed-user", "--login-id", "alice"});
   EXPECT_EQ(no_password.exit_code, 2);
   EXPECT_NE(no_password.err.find("--password"), std::string::npos) << no_password.err;
-  EXPECT_EQ(run_agent({"seed-user", "--login-id", "a", "--password", "p", "--bogus"}).exit_code, 2);
-  EXPECT_EQ(
-      run_agent({"seed-user", "--login-id", "a", "--password", "p", "--scope", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent_with_password(
+                {"seed-user", "--login-id", "a", "--password-file", "-", "--bogus"}, "p")
+                .exit_code,
+            2);
+  EXPECT_EQ(run_agent_with_password(
+                {"seed-user", "--login-id", "a", "--password-file", "-", "--scope", "x"}, "p")
+                .exit_code,
+            2);
   EXPECT_EQ(run_agent({"seed-user", "--login-id"}).exit_code, 2);
   EXPECT_EQ(run_agent({"no-such-command"}).exit_code, 2);
   EXPECT_EQ(run_agent({"state", "extra"}).exit_code, 2);
@@ -108,11 +128,16 @@ TEST_F(AdminCli, BadUsageExitsWithTwo) {
 }
 
 TEST_F(AdminCli, FailedCommandsExitWithOneAndNameTheError) {
-  ASSERT_EQ(run_agent({"seed-user", "--login-id", "alice", "--password", "pw"}).exit_code, 0);
-  CliRun again = run_agent({"seed-user", "--login-id", "alice", "--password", "pw2"});
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
+  CliRun again =
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "pw2");
   EXPECT_EQ(again.exit_code, 1);
   EXPECT_NE(again.err.find("AGENT_ERROR_USER_EXISTS"), std::string::npos) << again.err;
-  CliRun bad_mcc = run_agent({"seed-user", "--login-id", "bob", "--password", "pw", "--mcc", "1"});
+  CliRun bad_mcc = run_agent_with_password(
+      {"seed-user", "--login-id", "bob", "--password-file", "-", "--mcc", "1"}, "pw");
   EXPECT_EQ(bad_mcc.exit_code, 1);
   EXPECT_NE(bad_mcc.err.find("INVALID_PARAMETER"), std::string::npos) << bad_mcc.err;
   CliRun sign_out = run_agent({"sign-out", "--login-id", "alice"});
@@ -170,8 +195,9 @@ TEST_F(AdminCli, FaultForAnOperationTheAgentDoesNotHaveIsRefusedWithTheList) {
 
 TEST_F(AdminCli, RootOptionOverridesTheEnvironment) {
   vtest::PlatformRoot other;  // now the environment's root
-  ASSERT_EQ(run_agent({"--root", root_.path(), "seed-user", "--login-id", "alice", "--password",
-                       "pw", "--sign-in"})
+  ASSERT_EQ(run_agent_with_password({"--root", root_.path(), "seed-user", "--login-id", "alice",
+                                     "--password-file", "-", "--sign-in"},
+                                    "pw")
                 .exit_code,
             0);
   CliRun here = run_agent({"state"});
@@ -238,15 +264,18 @@ TEST_F(AdminCli, ClockAdvanceAddsUpAndResetRemovesTheOffset) {
 // A state emptied behind the agent's back: the agent refuses to serve, and so does every command,
 // naming the recovery command, which starts over.
 TEST_F(AdminCli, ALostStateIsRefusedUntilResetState) {
-  ASSERT_EQ(
-      run_agent({"seed-user", "--login-id", "alice", "--password", "pw", "--sign-in"}).exit_code,
-      0);
+  ASSERT_EQ(run_agent_with_password(
+                {"seed-user", "--login-id", "alice", "--password-file", "-", "--sign-in"}, "pw")
+                .exit_code,
+            0);
   const std::string db = root_.path_of("agent/state.db");
   ASSERT_EQ(truncate(db.c_str(), 0), 0);
   const std::string way_out = "velmora-agent --root " + root_.path() + " reset-state";
+  const std::string password = root_.path_of("password");
+  ASSERT_TRUE(g_file_set_contents(password.c_str(), "pw\n", -1, nullptr));
   for (const std::vector<std::string> &args :
        {std::vector<std::string>{"serve"}, std::vector<std::string>{"state"},
-        std::vector<std::string>{"seed-user", "--login-id", "bob", "--password", "pw"}}) {
+        std::vector<std::string>{"seed-user", "--login-id", "bob", "--password-file", password}}) {
     CliRun r = run_agent(args);
     EXPECT_EQ(r.exit_code, 1) << args[0];
     EXPECT_NE(r.err.find("AGENT_ERROR_STATE_LOST"), std::string::npos) << r.err;
@@ -263,9 +292,10 @@ TEST_F(AdminCli, ALostStateIsRefusedUntilResetState) {
 }
 
 TEST_F(AdminCli, ResetStateKeepsAStateThatIsNotLostUnlessForced) {
-  ASSERT_EQ(
-      run_agent({"seed-user", "--login-id", "alice", "--password", "pw", "--sign-in"}).exit_code,
-      0);
+  ASSERT_EQ(run_agent_with_password(
+                {"seed-user", "--login-id", "alice", "--password-file", "-", "--sign-in"}, "pw")
+                .exit_code,
+            0);
   CliRun kept = run_agent({"reset-state"});
   EXPECT_EQ(kept.exit_code, 1);
   EXPECT_NE(kept.err.find("nothing was reset"), std::string::npos) << kept.err;
@@ -275,7 +305,10 @@ TEST_F(AdminCli, ResetStateKeepsAStateThatIsNotLostUnlessForced) {
 }
 
 TEST_F(AdminCli, PlacesAreAddedChangedListedAndRemoved) {
-  ASSERT_EQ(run_agent({"seed-user", "--login-id", "alice", "--password", "pw"}).exit_code, 0);
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
   CliRun add = run_agent({"places", "add", "--login-id", "alice", "--name", "Home", "--category",
                           "1", "--latitude", "37.5", "--wifi-name", "home-net"});
   ASSERT_EQ(add.exit_code, 0) << add.err;
@@ -293,7 +326,8 @@ TEST_F(AdminCli, PlacesAreAddedChangedListedAndRemoved) {
   CliRun remove = run_agent({"places", "remove", "--login-id", "alice", "--id", "1"});
   EXPECT_EQ(remove.exit_code, 0) << remove.err;
   EXPECT_EQ(remove.out, "removed place 1 of alice\n");
-  EXPECT_EQ(run_agent({"places", "list", "--login-id", "alice"}).out, "");
+  EXPECT_EQ(run_agent({"places", "list", "--login-id", "alice"}).out,
+            "no places saved for alice\n");
 
   CliRun unknown = run_agent({"places", "remove", "--login-id", "alice", "--id", "1"});
   EXPECT_EQ(unknown.exit_code, 1);
@@ -308,4 +342,307 @@ TEST_F(AdminCli, PlacesAreAddedChangedListedAndRemoved) {
   EXPECT_EQ(run_agent({"places", "add", "--login-id", "alice", "--latitude", "north"}).exit_code,
             2);
   EXPECT_EQ(run_agent({"places", "add", "--name", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"places", "move", "--login-id", "alice"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"places", "add", "--login-id", "alice", "--id", "3"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"places", "list", "extra", "--login-id", "alice"}).exit_code, 2);
+}
+
+TEST_F(AdminCli, PlacesInJson) {
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
+  CliRun add = run_agent({"places", "add", "--json", "--login-id", "alice", "--name", "Home",
+                          "--latitude", "37.5", "--type", "2"});
+  ASSERT_EQ(add.exit_code, 0) << add.err;
+  vtest::Json added(add.out);
+  ASSERT_TRUE(added.valid()) << add.out;
+  EXPECT_EQ(added.str("command"), "places");
+  JsonObject *place = json_object_get_object_member(added.object(), "place");
+  ASSERT_NE(place, nullptr) << add.out;
+  EXPECT_EQ(json_object_get_int_member(place, "id"), 1);
+  EXPECT_STREQ(json_object_get_string_member(place, "name"), "Home");
+  EXPECT_DOUBLE_EQ(json_object_get_double_member(place, "latitude"), 37.5);
+  EXPECT_EQ(json_object_get_int_member(place, "type"), 2);
+  EXPECT_TRUE(json_object_get_null_member(place, "category")) << add.out;
+  EXPECT_TRUE(json_object_get_null_member(place, "longitude")) << add.out;
+
+  vtest::Json listed(run_agent({"places", "list", "--json", "--login-id", "alice"}).out);
+  ASSERT_NE(listed.array("places"), nullptr);
+  ASSERT_EQ(json_array_get_length(listed.array("places")), 1u);
+  EXPECT_STREQ(json_object_get_string_member(
+                   json_array_get_object_element(listed.array("places"), 0), "name"),
+               "Home");
+  vtest::Json removed(
+      run_agent({"places", "remove", "--json", "--login-id", "alice", "--id", "1"}).out);
+  EXPECT_EQ(removed.integer("removed"), 1);
+  vtest::Json empty(run_agent({"places", "list", "--json", "--login-id", "alice"}).out);
+  ASSERT_NE(empty.array("places"), nullptr);
+  EXPECT_EQ(json_array_get_length(empty.array("places")), 0u);
+
+  CliRun unknown = run_agent({"places", "remove", "--json", "--login-id", "alice", "--id", "1"});
+  EXPECT_EQ(unknown.exit_code, 1);
+  vtest::Json failure(unknown.out);
+  ASSERT_TRUE(failure.valid()) << unknown.out;
+  EXPECT_EQ(failure.str("error"), "AGENT_ERROR_UNKNOWN_PLACE");
+  EXPECT_EQ(unknown.err, "");
+}
+
+TEST_F(AdminCli, ProfileUsageIsCheckedBeforeTheStateIsOpened) {
+  for (const std::vector<std::string> &args : std::vector<std::vector<std::string>>{
+           {"profile"},
+           {"profile", "show"},
+           {"profile", "edit", "--login-id", "alice"},
+           {"profile", "show", "--login-id", "alice", "names=1"},
+           {"profile", "set", "--login-id", "alice", "names:givenName=Ada"},
+           {"profile", "set", "--login-id", "alice", "--category", "names", "givenName"},
+           {"profile", "privacy", "--login-id", "alice"},
+           {"profile", "verify", "--login-id", "alice", "--category", "names"},
+           {"profile", "verify", "--login-id", "alice", "--category", "nope", "--item", "1"}}) {
+    CliRun r = run_agent(args);
+    EXPECT_EQ(r.exit_code, 2) << args.size() << " " << args.back() << ": " << r.err;
+  }
+  EXPECT_FALSE(g_file_test(root_.path_of("agent/state.db").c_str(), G_FILE_TEST_EXISTS));
+}
+
+TEST_F(AdminCli, ProfileSetShowAndSubscribersInTextAndJson) {
+  ASSERT_EQ(run_agent_with_password(
+                {"seed-user", "--login-id", "alice", "--password-file", "-", "--sign-in"}, "pw")
+                .exit_code,
+            0);
+  CliRun none = run_agent({"profile", "subscribers", "--login-id", "alice"});
+  EXPECT_EQ(none.exit_code, 0) << none.err;
+  EXPECT_EQ(none.out, "no application is subscribed to the profile of alice\n");
+  CliRun set = run_agent({"profile", "set", "--json", "--login-id", "alice", "--category",
+                          "nicknames", "nicknames:value=Ada"});
+  ASSERT_EQ(set.exit_code, 0) << set.err;
+  vtest::Json changed(set.out);
+  ASSERT_TRUE(changed.valid()) << set.out;
+  EXPECT_TRUE(changed.boolean("changed"));
+  CliRun show = run_agent({"profile", "show", "--login-id", "alice", "--category", "nicknames"});
+  ASSERT_EQ(show.exit_code, 0) << show.err;
+  EXPECT_NE(show.out.find("nicknames:value=Ada\n"), std::string::npos) << show.out;
+  CliRun shown =
+      run_agent({"profile", "show", "--json", "--login-id", "alice", "--category", "nicknames"});
+  vtest::Json profile(shown.out);
+  ASSERT_TRUE(profile.valid()) << shown.out;
+  JsonObject *keys = json_object_get_object_member(profile.object(), "profile");
+  ASSERT_NE(keys, nullptr) << shown.out;
+  EXPECT_STREQ(json_object_get_string_member(keys, "nicknames:value"), "Ada") << shown.out;
+  vtest::Json subs(run_agent({"profile", "subscribers", "--json", "--login-id", "alice"}).out);
+  ASSERT_NE(subs.array("subscribers"), nullptr);
+  EXPECT_EQ(json_array_get_length(subs.array("subscribers")), 0u);
+  CliRun stranger = run_agent({"profile", "show", "--json", "--login-id", "nobody"});
+  EXPECT_EQ(stranger.exit_code, 1);
+  vtest::Json failure(stranger.out);
+  ASSERT_TRUE(failure.valid()) << stranger.out;
+  EXPECT_EQ(failure.str("command"), "profile");
+}
+
+using JsonOutput = vtest::Json;
+
+// A password is never taken from the command line: from a file or standard input only.
+TEST_F(AdminCli, PasswordComesFromAFileOrStandardInputNeverTheCommandLine) {
+  CliRun on_line = run_agent({"seed-user", "--login-id", "alice", "--password", "Pw-Canary-2"});
+  EXPECT_EQ(on_line.exit_code, 2);
+  EXPECT_NE(on_line.err.find("--password"), std::string::npos) << on_line.err;
+  EXPECT_NE(on_line.err.find("velmora-agent seed-user --help"), std::string::npos) << on_line.err;
+
+  CliRun empty =
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "");
+  EXPECT_EQ(empty.exit_code, 2);
+  EXPECT_NE(empty.err.find("standard input holds no secret"), std::string::npos) << empty.err;
+  CliRun missing = run_agent(
+      {"seed-user", "--login-id", "alice", "--password-file", root_.path_of("no-such-file")});
+  EXPECT_EQ(missing.exit_code, 2);
+  EXPECT_NE(missing.err.find("no-such-file"), std::string::npos) << missing.err;
+
+  const std::string file = root_.path_of("password");
+  ASSERT_TRUE(g_file_set_contents(file.c_str(), "Pw-Canary-2\nignored second line\n", -1, nullptr));
+  CliRun from_file = run_agent({"seed-user", "--login-id", "alice", "--password-file", file});
+  ASSERT_EQ(from_file.exit_code, 0) << from_file.err;
+  ASSERT_EQ(run_agent_with_password({"seed-user", "--login-id", "bob", "--password-file", "-"},
+                                    "Pw-Canary-3")
+                .exit_code,
+            0);
+  auto opened = vagent::AgentState::open();
+  ASSERT_TRUE(opened.ok());
+  EXPECT_TRUE(opened.value()->accounts().sign_in("alice", "Pw-Canary-2").ok());
+  EXPECT_TRUE(opened.value()->accounts().sign_in("bob", "Pw-Canary-3").ok());
+  EXPECT_FALSE(
+      opened.value()->accounts().sign_in("alice", "Pw-Canary-2\nignored second line").ok());
+}
+
+// Every command has --help with the exit statuses; the tool has --help, --version, its manual page
+// and its bash completion, all from one table.
+TEST_F(AdminCli, HelpOnEveryCommandVersionManualPageAndCompletion) {
+  CliRun help = run_agent({"--help"});
+  ASSERT_EQ(help.exit_code, 0) << help.err;
+  // Every command the help lists, and at least these.
+  std::vector<std::string> commands;
+  const size_t table = help.out.find("Commands:\n");
+  ASSERT_NE(table, std::string::npos) << help.out;
+  for (size_t at = help.out.find('\n', table) + 1; help.out.compare(at, 2, "  ") == 0;
+       at = help.out.find('\n', at) + 1)
+    commands.push_back(help.out.substr(at + 2, help.out.find(' ', at + 2) - at - 2));
+  for (const char *c :
+       {"serve", "seed-user", "register-client", "sign-out", "register-partner", "link", "consents",
+        "places", "profile", "reset-state", "fault", "clock", "state", "errors"})
+    EXPECT_NE(std::find(commands.begin(), commands.end(), c), commands.end()) << c << help.out;
+  for (const std::string &c : commands) {
+    EXPECT_NE(help.out.find("  " + c + " "), std::string::npos) << c << "\n" << help.out;
+    CliRun one = run_agent({c, "--help"});
+    EXPECT_EQ(one.exit_code, 0) << c << ": " << one.err;
+    EXPECT_NE(one.out.find("Usage:\n  velmora-agent [OPTION"), std::string::npos) << one.out;
+    EXPECT_NE(one.out.find("] " + c), std::string::npos) << one.out;
+    EXPECT_NE(one.out.find("Exit status:\n  0  done\n  1  the command failed"), std::string::npos)
+        << one.out;
+    EXPECT_NE(one.out.find("--root=DIR"), std::string::npos) << one.out;
+  }
+  EXPECT_NE(run_agent({"seed-user", "--help"}).out.find("--password-file=FILE|-"),
+            std::string::npos);
+  // --help of a command does nothing else: no state was made.
+  EXPECT_FALSE(g_file_test(root_.path_of("agent/state.db").c_str(), G_FILE_TEST_EXISTS));
+
+  CliRun version = run_agent({"--version"});
+  EXPECT_EQ(version.exit_code, 0);
+  EXPECT_EQ(version.out, std::string("velmora-agent ") + VELMORA_ACCOUNT_VERSION_STRING + "\n");
+  CliRun man = run_agent({"--man"});
+  EXPECT_EQ(man.exit_code, 0);
+  EXPECT_NE(man.out.find(".TH VELMORA-AGENT 1"), std::string::npos) << man.out;
+  EXPECT_NE(man.out.find("\\fBseed\\-user\\fR [\\fB\\-\\-login\\-id\\fR"), std::string::npos)
+      << man.out;
+  EXPECT_NE(man.out.find("VELMORA_AGENT_IDLE_MS"), std::string::npos) << man.out;
+  CliRun completion = run_agent({"--bash-completion"});
+  EXPECT_EQ(completion.exit_code, 0);
+  EXPECT_NE(completion.out.find("complete -F _velmora_agent velmora-agent"), std::string::npos)
+      << completion.out;
+  EXPECT_NE(completion.out.find("--password-file"), std::string::npos) << completion.out;
+
+  CliRun unknown = run_agent({"--frobnicate"});
+  EXPECT_EQ(unknown.exit_code, 2);
+  EXPECT_NE(unknown.err.find("--frobnicate"), std::string::npos) << unknown.err;
+}
+
+// --json: every command's outcome, failures included, is one JSON object.
+TEST_F(AdminCli, JsonOutcomesAreOneObject) {
+  CliRun seed = run_agent_with_password(
+      {"--json", "seed-user", "--login-id", "alice", "--password-file", "-", "--default",
+       "--client-id", "app.one", "--with-secret", "--scope", "read"},
+      "Pw-Canary-4");
+  ASSERT_EQ(seed.exit_code, 0) << seed.err;
+  JsonOutput seeded(seed.out);
+  ASSERT_TRUE(seeded.valid()) << seed.out;
+  EXPECT_EQ(seeded.str("command"), "seed-user");
+  EXPECT_EQ(seeded.str("login_id"), "alice");
+  EXPECT_TRUE(json_object_get_boolean_member(seeded.object(), "default"));
+  JsonObject *client = json_object_get_object_member(seeded.object(), "client");
+  ASSERT_NE(client, nullptr);
+  EXPECT_STREQ(json_object_get_string_member(client, "client_id"), "app.one");
+  const std::string secret = json_object_get_string_member(client, "client_secret");
+  EXPECT_EQ(secret.size(), 43u);
+
+  CliRun state = run_agent({"state", "--json"});
+  ASSERT_EQ(state.exit_code, 0) << state.err;
+  JsonOutput view(state.out);
+  ASSERT_TRUE(view.valid()) << state.out;
+  EXPECT_EQ(view.str("root"), root_.path());
+  EXPECT_EQ(view.str("profile"), "mobile");
+  ASSERT_NE(view.array("users"), nullptr) << state.out;
+  ASSERT_EQ(json_array_get_length(view.array("users")), 1u);
+  EXPECT_STREQ(json_object_get_string_member(json_array_get_object_element(view.array("users"), 0),
+                                             "login_id"),
+               "alice");
+  JsonObject *c = json_array_get_object_element(view.array("clients"), 0);
+  EXPECT_TRUE(json_object_get_boolean_member(c, "secret"));
+  EXPECT_STREQ(json_array_get_string_element(json_object_get_array_member(c, "scopes"), 0), "read");
+  JsonObject *a = json_array_get_object_element(view.array("signed_in"), 0);
+  EXPECT_STREQ(json_object_get_string_member(a, "login_id"), "alice");
+  EXPECT_TRUE(json_object_get_boolean_member(a, "default"));
+  EXPECT_EQ(json_array_get_length(view.array("platform_store")), 1u);
+  EXPECT_EQ(json_array_get_length(view.array("faults")), 0u);
+  EXPECT_EQ(state.out.find("Pw-Canary-4"), std::string::npos);
+  EXPECT_EQ(state.out.find(secret), std::string::npos);
+
+  ASSERT_EQ(run_agent({"fault", "set", "RequestAccessToken", "delay_ms=20", "crash=1"}).exit_code,
+            0);
+  CliRun faults = run_agent({"--json", "fault", "list"});
+  JsonOutput listed(faults.out);
+  ASSERT_TRUE(listed.valid()) << faults.out;
+  JsonObject *f = json_array_get_object_element(listed.array("faults"), 0);
+  EXPECT_STREQ(json_object_get_string_member(f, "operation"), "RequestAccessToken");
+  JsonObject *settings = json_object_get_object_member(f, "settings");
+  EXPECT_EQ(json_object_get_int_member(settings, "delay_ms"), 20);
+  EXPECT_TRUE(json_object_get_boolean_member(settings, "crash"));
+  JsonOutput in_state(run_agent({"state", "--json"}).out);
+  EXPECT_EQ(json_array_get_length(in_state.array("faults")), 1u);
+
+  JsonOutput errors(run_agent({"errors", "--json"}).out);
+  ASSERT_NE(errors.array("errors"), nullptr);
+  EXPECT_GT(json_array_get_length(errors.array("errors")), 5u);
+  JsonOutput clock(run_agent({"clock", "advance", "7", "--json"}).out);
+  EXPECT_EQ(clock.integer("offset_s"), 7);
+  JsonOutput keys(run_agent({"fault", "keys", "--json"}).out);
+  ASSERT_NE(keys.array("keys"), nullptr);
+  ASSERT_EQ(run_agent({"register-partner", "--client-id", "app.one"}).exit_code, 0);
+  JsonOutput linked(
+      run_agent({"link", "--json", "--login-id", "alice", "--partner-client-id", "app.one"}).out);
+  EXPECT_EQ(linked.str("partner_client_id"), "app.one");
+  JsonOutput out(run_agent({"sign-out", "--json", "--login-id", "alice"}).out);
+  EXPECT_EQ(out.str("login_id"), "alice");
+
+  // A failure is one object too, naming the error, with the exit status.
+  CliRun again = run_agent_with_password(
+      {"seed-user", "--json", "--login-id", "alice", "--password-file", "-"}, "pw");
+  EXPECT_EQ(again.exit_code, 1);
+  JsonOutput failure(again.out);
+  ASSERT_TRUE(failure.valid()) << again.out;
+  EXPECT_EQ(failure.str("command"), "seed-user");
+  EXPECT_EQ(failure.str("error"), "AGENT_ERROR_USER_EXISTS");
+  EXPECT_EQ(failure.integer("exit_status"), 1);
+  EXPECT_EQ(again.err, "");
+}
+
+TEST_F(AdminCli, EmptyFaultListSaysSo) {
+  CliRun r = run_agent({"fault", "list"});
+  EXPECT_EQ(r.exit_code, 0);
+  EXPECT_EQ(r.out, "no fault is set\n");
+}
+
+TEST_F(AdminCli, PartnersAndConsentsInTextAndJson) {
+  CliRun none = run_agent({"register-partner", "--list"});
+  EXPECT_EQ(none.exit_code, 0) << none.err;
+  EXPECT_EQ(none.out, "no partner clients\n");
+  EXPECT_EQ(run_agent({"register-partner", "--list", "--client-id", "x"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"register-partner"}).exit_code, 2);
+  CliRun unknown = run_agent({"register-partner", "--client-id", "partner.one"});
+  EXPECT_EQ(unknown.exit_code, 1);
+  EXPECT_NE(unknown.err.find("AGENT_ERROR_UNKNOWN_CLIENT"), std::string::npos) << unknown.err;
+
+  ASSERT_EQ(run_agent({"register-client", "--client-id", "partner.one"}).exit_code, 0);
+  CliRun reg = run_agent({"register-partner", "--client-id", "partner.one", "--name", "One"});
+  ASSERT_EQ(reg.exit_code, 0) << reg.err;
+  EXPECT_EQ(reg.out, "partner partner.one registered\n");
+  JsonOutput partners(run_agent({"register-partner", "--list", "--json"}).out);
+  ASSERT_NE(partners.array("partners"), nullptr);
+  ASSERT_EQ(json_array_get_length(partners.array("partners")), 1u);
+  JsonObject *p = json_array_get_object_element(partners.array("partners"), 0);
+  EXPECT_STREQ(json_object_get_string_member(p, "client_id"), "partner.one");
+  EXPECT_STREQ(json_object_get_string_member(p, "name"), "One");
+
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "alice", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
+  CliRun consents = run_agent({"consents", "--login-id", "alice"});
+  EXPECT_EQ(consents.exit_code, 0) << consents.err;
+  JsonOutput listed(run_agent({"consents", "--login-id", "alice", "--json"}).out);
+  ASSERT_TRUE(listed.valid());
+  EXPECT_EQ(listed.str("login_id"), "alice");
+  ASSERT_NE(listed.array("consents"), nullptr);
+  // One line of text per consent, one JSON element each.
+  size_t lines = 0;
+  for (char c : consents.out) lines += c == '\n';
+  EXPECT_EQ(json_array_get_length(listed.array("consents")), lines) << consents.out;
+  EXPECT_EQ(run_agent({"consents"}).exit_code, 2);
 }

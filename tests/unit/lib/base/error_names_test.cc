@@ -45,6 +45,14 @@ TEST(ErrorNames, TheAgentsOwnCodesAreNamed) {
   EXPECT_STREQ(velmora_account_error_message(vagent::errc::kTokenExpired), "the token has expired");
 }
 
+// The agent's own codes are numbered from 0xC1000001 without a gap, and each one, up to the
+// newest (move the bound when adding one), has its row in the one table.
+TEST(ErrorNames, EveryAgentCodeUpToTheLastIsNamed) {
+  for (unsigned n = 0xC1000001u; n <= static_cast<unsigned>(vagent::errc::kStateLost); ++n)
+    EXPECT_NE(velmora_account_error_name(static_cast<int>(n)), nullptr) << std::hex << n;
+  EXPECT_STREQ(velmora_account_error_name(vagent::errc::kStateLost), "AGENT_ERROR_STATE_LOST");
+}
+
 TEST(ErrorNames, NumbersNoTableKnowsHaveNoName) {
   for (int code : {1, -1, 12345, static_cast<int>(0xC1FFFFFFu)}) {
     EXPECT_EQ(velmora_account_error_name(code), nullptr) << code;
@@ -77,7 +85,8 @@ TEST(ErrorNames, TheAgentsTableIsThePartOfTheOneTableItSends) {
   for (int code :
        {vagent::errc::kNone, vagent::errc::kPermissionDenied, vagent::errc::kResourceBusy,
         vagent::errc::kInvalidParameter, vagent::errc::kNotSupported, vagent::errc::kDbFailed,
-        vagent::errc::kNeedSignIn, vagent::errc::kUnknownUser, vagent::errc::kUnknownFaultKey})
+        vagent::errc::kNeedSignIn, vagent::errc::kUnknownUser, vagent::errc::kUnknownFaultKey,
+        vagent::errc::kStateLost})
     EXPECT_NE(vagent::find_error(code), nullptr) << code;
   EXPECT_EQ(vagent::error_name(vagent::errc::kNeedSignIn), "NEED_SIGNIN");
   EXPECT_EQ(vagent::find_error(VELMORA_ACCOUNT_ERROR_LOWER_VERSION), nullptr);
