@@ -5,7 +5,7 @@ RELEASE_DIR ?= build/release
 FUZZ_DIR ?= build/fuzz
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke corruption alloc-faults bench valgrind clean
+.PHONY: all deps check build-check lint demo build-release fuzz fuzz-smoke corruption alloc-faults bench valgrind docs clean
 
 all: build-release
 
@@ -74,6 +74,11 @@ valgrind: deps
 # BENCH_ARGS go to every benchmark, e.g. BENCH_ARGS=--benchmark_min_time=0.01 for a quick run.
 bench: build-release
 	scripts/run-benchmarks.sh $(RELEASE_DIR) $(BENCH_ARGS)
+
+# The API reference of the public headers (Doxygen; any warning fails it): $(DOCS_DIR)/html.
+DOCS_DIR ?= build/docs
+docs:
+	scripts/docs.sh $(DOCS_DIR)
 
 clean:
 	rm -rf build

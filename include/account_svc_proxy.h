@@ -641,8 +641,11 @@ typedef struct rpc_port_proxy_AccountSvc_s *rpc_port_proxy_AccountSvc_h;
 
 /* Connection events, called on the main loop with the proxy and the user data given to create. */
 typedef struct {
+  /* The connection stands: method calls may be made. */
   void (*connected)(rpc_port_proxy_AccountSvc_h h, void *user_data);
+  /* The agent closed the connection or went away. */
   void (*disconnected)(rpc_port_proxy_AccountSvc_h h, void *user_data);
+  /* The agent refused the connection, or could not be reached at all. */
   void (*rejected)(rpc_port_proxy_AccountSvc_h h, void *user_data);
 } rpc_port_proxy_AccountSvc_callback_s;
 
@@ -668,11 +671,14 @@ VELMORA_API int rpc_port_proxy_AccountSvc_destroy(rpc_port_proxy_AccountSvc_h h)
  * on dispose, or with the proxy). The record handed to a callback lives only for the call; clone
  * what you keep. */
 
+/* The handles of the four delegate types. */
 typedef struct rpc_port_AccountSvc_ResponseCb_s *rpc_port_AccountSvc_ResponseCb_h;
 typedef struct rpc_port_AccountSvc_ResponseErrorCb_s *rpc_port_AccountSvc_ResponseErrorCb_h;
 typedef struct rpc_port_AccountSvc_ResponsePlaceCb_s *rpc_port_AccountSvc_ResponsePlaceCb_h;
 typedef struct rpc_port_AccountSvc_ResponseProfileCb_s *rpc_port_AccountSvc_ResponseProfileCb_h;
 
+/* The callback of each delegate type: the user data given to create, the answer's result code and,
+ * but for ResponseErrorCb, the answer's record (lent for the call). */
 typedef void (*rpc_port_AccountSvc_ResponseCb_cb)(void *user_data, int result,
                                                   rpc_port_AccountS_h account);
 typedef void (*rpc_port_AccountSvc_ResponseErrorCb_cb)(void *user_data, int result);
@@ -700,21 +706,18 @@ VELMORA_API rpc_port_AccountSvc_ResponseCb_h rpc_port_AccountSvc_ResponseCb_crea
 VELMORA_API int rpc_port_AccountSvc_ResponseCb_destroy(rpc_port_AccountSvc_ResponseCb_h h);
 VELMORA_API int rpc_port_proxy_AccountSvc_ResponseCb_dispose(
     rpc_port_proxy_AccountSvc_h proxy, rpc_port_AccountSvc_ResponseCb_h delegate);
-
 VELMORA_API rpc_port_AccountSvc_ResponseErrorCb_h rpc_port_AccountSvc_ResponseErrorCb_create(
     rpc_port_AccountSvc_ResponseErrorCb_cb callback, bool once, void *user_data);
 VELMORA_API int rpc_port_AccountSvc_ResponseErrorCb_destroy(
     rpc_port_AccountSvc_ResponseErrorCb_h h);
 VELMORA_API int rpc_port_proxy_AccountSvc_ResponseErrorCb_dispose(
     rpc_port_proxy_AccountSvc_h proxy, rpc_port_AccountSvc_ResponseErrorCb_h delegate);
-
 VELMORA_API rpc_port_AccountSvc_ResponsePlaceCb_h rpc_port_AccountSvc_ResponsePlaceCb_create(
     rpc_port_AccountSvc_ResponsePlaceCb_cb callback, bool once, void *user_data);
 VELMORA_API int rpc_port_AccountSvc_ResponsePlaceCb_destroy(
     rpc_port_AccountSvc_ResponsePlaceCb_h h);
 VELMORA_API int rpc_port_proxy_AccountSvc_ResponsePlaceCb_dispose(
     rpc_port_proxy_AccountSvc_h proxy, rpc_port_AccountSvc_ResponsePlaceCb_h delegate);
-
 VELMORA_API rpc_port_AccountSvc_ResponseProfileCb_h rpc_port_AccountSvc_ResponseProfileCb_create(
     rpc_port_AccountSvc_ResponseProfileCb_cb callback, bool once, void *user_data);
 VELMORA_API int rpc_port_AccountSvc_ResponseProfileCb_destroy(

@@ -17,6 +17,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the account client. */
 typedef enum {
   /* Success. */
   VELMORA_ACCOUNT_ERROR_NONE = 0,

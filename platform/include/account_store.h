@@ -17,6 +17,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the account store. */
 typedef enum {
   ACCOUNT_ERROR_NONE = 0,
   ACCOUNT_ERROR_OUT_OF_MEMORY = -12,
@@ -32,6 +33,7 @@ typedef enum {
   ACCOUNT_ERROR_DATABASE_BUSY = (int)0xFF000010,
 } account_error_e;
 
+/* One record of the account store: a user name, a package name and custom values. */
 typedef struct account_s *account_h;
 
 /* Called once per record; `account` is lent for the call. Return true to go on, false to stop. */
@@ -50,6 +52,8 @@ PLATFORM_API int account_get_package_name(account_h account, char **package_name
 
 /* ---- writing (account services; others get ACCOUNT_ERROR_PERMISSION_DENIED) ---- */
 
+/* A new, empty record in *account, which the caller destroys with account_destroy; its setters
+ * copy what they are given. Nothing reaches the store before account_insert_to_db. */
 PLATFORM_API int account_create(account_h *account);
 PLATFORM_API int account_destroy(account_h account);
 PLATFORM_API int account_set_user_name(account_h account, const char *user_name);
@@ -60,6 +64,8 @@ PLATFORM_API int account_insert_to_db(account_h account, int *account_db_id);
 /* Replaces the record of `user_name` in `package_name` (user name and custom values). */
 PLATFORM_API int account_update_to_db_by_user_name(account_h account, const char *user_name,
                                                    const char *package_name);
+/* Removes the record of `user_name` in `package_name`; ACCOUNT_ERROR_RECORD_NOT_FOUND without one.
+ */
 PLATFORM_API int account_delete_from_db_by_user_name(const char *user_name,
                                                      const char *package_name);
 

@@ -10,6 +10,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the application functions. */
 typedef enum {
   APP_ERROR_NONE = 0,
   APP_ERROR_INVALID_PARAMETER = -22,

@@ -19,6 +19,7 @@
 extern "C" {
 #endif
 
+/* The result codes of app control. */
 typedef enum {
   APP_CONTROL_ERROR_NONE = 0,
   APP_CONTROL_ERROR_INVALID_PARAMETER = -22,
@@ -34,6 +35,7 @@ typedef enum {
   APP_CONTROL_ERROR_IO_ERROR = -5,
 } app_control_error_e;
 
+/* How a launch request ended, as its reply callback receives it. */
 typedef enum {
   APP_CONTROL_RESULT_APP_STARTED = 1,
   APP_CONTROL_RESULT_SUCCEEDED = 0,
@@ -41,6 +43,7 @@ typedef enum {
   APP_CONTROL_RESULT_CANCELED = -2,
 } app_control_result_e;
 
+/* An app control: target application, operation and extra data. */
 typedef struct app_control_s *app_control_h;
 
 /* The answer to a launch request. `reply` is lent for the call (NULL when the target died). */
@@ -50,13 +53,18 @@ typedef void (*app_control_reply_cb)(app_control_h request, app_control_h reply,
 typedef bool (*app_control_extra_data_cb)(app_control_h app_control, const char *key,
                                           void *user_data);
 
+/* Making, freeing and copying app controls, and choosing the target application: create hands
+ * out an empty app control the caller destroys; clone copies one into *clone. */
 PLATFORM_API int app_control_create(app_control_h *app_control);
 PLATFORM_API int app_control_destroy(app_control_h app_control);
 PLATFORM_API int app_control_clone(app_control_h *clone, app_control_h app_control);
 
+/* Sets the target application by its app id (copied). */
 PLATFORM_API int app_control_set_app_id(app_control_h app_control, const char *app_id);
 /* APP_CONTROL_ERROR_NONE with *app_id NULL when none is set; the caller frees the copy. */
 PLATFORM_API int app_control_get_app_id(app_control_h app_control, char **app_id);
+/* The operation URI of the request; get hands out a copy the caller frees (NULL when none is
+ * set). */
 PLATFORM_API int app_control_set_operation(app_control_h app_control, const char *operation);
 PLATFORM_API int app_control_get_operation(app_control_h app_control, char **operation);
 
@@ -66,6 +74,8 @@ PLATFORM_API int app_control_add_extra_data(app_control_h app_control, const cha
 /* APP_CONTROL_ERROR_KEY_NOT_FOUND when absent; the caller frees the copy. */
 PLATFORM_API int app_control_get_extra_data(app_control_h app_control, const char *key,
                                             char **value);
+/* Removes the extra `key` (APP_CONTROL_ERROR_KEY_NOT_FOUND when absent), or visits every extra in
+ * insertion order. */
 PLATFORM_API int app_control_remove_extra_data(app_control_h app_control, const char *key);
 PLATFORM_API int app_control_foreach_extra_data(app_control_h app_control,
                                                 app_control_extra_data_cb callback,

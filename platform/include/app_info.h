@@ -12,6 +12,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the application information functions. */
 typedef enum {
   APP_MANAGER_ERROR_NONE = 0,
   APP_MANAGER_ERROR_INVALID_PARAMETER = -22,
@@ -20,6 +21,7 @@ typedef enum {
   APP_MANAGER_ERROR_NO_SUCH_APP = (int)0xFE720001,
 } app_manager_error_e;
 
+/* What the platform knows of one installed application. */
 typedef struct app_info_s *app_info_h;
 
 /* Called once per metadata entry, in the order installed; return true to go on, false to stop. */
@@ -28,6 +30,7 @@ typedef bool (*app_info_metadata_cb)(const char *metadata_key, const char *metad
 
 /* Looks up an installed application. APP_MANAGER_ERROR_NO_SUCH_APP when it is not installed. */
 PLATFORM_API int app_info_create(const char *app_id, app_info_h *app_info);
+/* Visits the application's metadata entries, then frees the handle made by app_info_create. */
 PLATFORM_API int app_info_foreach_metadata(app_info_h app_info, app_info_metadata_cb callback,
                                            void *user_data);
 PLATFORM_API int app_info_destroy(app_info_h app_info);

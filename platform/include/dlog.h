@@ -16,6 +16,7 @@
 extern "C" {
 #endif
 
+/* The priority of a log line, lowest first. */
 typedef enum {
   DLOG_UNKNOWN = 0,
   DLOG_DEFAULT = 1,

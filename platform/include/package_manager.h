@@ -12,6 +12,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the package functions. */
 typedef enum {
   PACKAGE_MANAGER_ERROR_NONE = 0,
   PACKAGE_MANAGER_ERROR_INVALID_PARAMETER = -22,
@@ -27,6 +28,7 @@ typedef enum {
   PACKAGE_INFO_APP_COMPONENT_TYPE_SERVICE = 2,
 } package_info_app_component_type_e;
 
+/* What the platform knows of one installed package. */
 typedef struct package_info_s *package_info_h;
 
 /* Called once per application; return true to go on, false to stop the walk. */
@@ -40,6 +42,7 @@ PLATFORM_API int package_info_foreach_app_from_package(package_info_h package_in
                                                        package_info_app_component_type_e comp_type,
                                                        package_info_app_cb callback,
                                                        void *user_data);
+/* Frees a handle made by package_info_create. */
 PLATFORM_API int package_info_destroy(package_info_h package_info);
 
 #ifdef __cplusplus

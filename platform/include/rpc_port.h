@@ -17,6 +17,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the RPC port functions. */
 typedef enum {
   RPC_PORT_ERROR_NONE = 0,
   RPC_PORT_ERROR_IO_ERROR = -5,
@@ -25,11 +26,15 @@ typedef enum {
   RPC_PORT_ERROR_INVALID_PARAMETER = -22,
 } rpc_port_error_e;
 
+/* The two ports of a connection: requests and answers travel on the main port, pushed
+ * callbacks on the callback port. */
 typedef enum {
   RPC_PORT_PORT_MAIN = 0,
   RPC_PORT_PORT_CALLBACK = 1,
 } rpc_port_port_type_e;
 
+/* A proxy (the client end of a connection), a stub (the server end) and one port of a
+ * connection. */
 typedef struct rpc_port_proxy_s *rpc_port_proxy_h;
 typedef struct rpc_port_stub_s *rpc_port_stub_h;
 typedef struct rpc_port_s *rpc_port_h;
@@ -49,6 +54,7 @@ typedef void (*rpc_port_proxy_rejected_event_cb)(const char *endpoint, const cha
 typedef void (*rpc_port_proxy_received_event_cb)(const char *endpoint, const char *port_name,
                                                  void *user_data);
 
+/* A new proxy in *h, not yet connected; the caller frees it with rpc_port_proxy_destroy. */
 PLATFORM_API int rpc_port_proxy_create(rpc_port_proxy_h *h);
 /* Closes the connection, if any, and frees the proxy. No event is delivered afterwards. */
 PLATFORM_API int rpc_port_proxy_destroy(rpc_port_proxy_h h);
@@ -60,6 +66,8 @@ PLATFORM_API int rpc_port_proxy_destroy(rpc_port_proxy_h h);
  */
 PLATFORM_API int rpc_port_proxy_connect(rpc_port_proxy_h h, const char *appid,
                                         const char *port_name);
+/* Registers the callback of one event of the proxy, with the data handed back to it. Register
+ * them before connecting. */
 PLATFORM_API int rpc_port_proxy_add_connected_event_cb(rpc_port_proxy_h h,
                                                        rpc_port_proxy_connected_event_cb cb,
                                                        void *user_data);
@@ -81,6 +89,7 @@ PLATFORM_API int rpc_port_proxy_get_port(rpc_port_proxy_h h, rpc_port_port_type_
 /* A proxy connected; `sender` is its application id, `instance` names this connection. */
 typedef void (*rpc_port_stub_connected_event_cb)(const char *sender, const char *instance,
                                                  void *user_data);
+/* The connection `instance` of `sender` ended. */
 typedef void (*rpc_port_stub_disconnected_event_cb)(const char *sender, const char *instance,
                                                     void *user_data);
 /* A request arrived on the connection's main port; read it with rpc_port_parcel_create_from_port.
@@ -88,6 +97,8 @@ typedef void (*rpc_port_stub_disconnected_event_cb)(const char *sender, const ch
 typedef int (*rpc_port_stub_received_event_cb)(const char *sender, const char *instance,
                                                rpc_port_h port, void *user_data);
 
+/* A new stub for the port `port_name` of the calling application in *h; it accepts connections
+ * once rpc_port_stub_listen is called. The caller frees it with rpc_port_stub_destroy. */
 PLATFORM_API int rpc_port_stub_create(rpc_port_stub_h *h, const char *port_name);
 /* Stops listening, closes every connection and frees the stub. */
 PLATFORM_API int rpc_port_stub_destroy(rpc_port_stub_h h);
@@ -98,6 +109,8 @@ PLATFORM_API int rpc_port_stub_listen(rpc_port_stub_h h);
  * accepted; the others get the rejected event. Peers of another user are always refused.
  */
 PLATFORM_API int rpc_port_stub_add_allowed_app(rpc_port_stub_h h, const char *app_id);
+/* Registers the callback of one event of the stub, with the data handed back to it. Register
+ * them before listening. */
 PLATFORM_API int rpc_port_stub_add_connected_event_cb(rpc_port_stub_h h,
                                                       rpc_port_stub_connected_event_cb cb,
                                                       void *user_data);

@@ -27,14 +27,16 @@ extern "C" {
 /* The largest parcel, and so the largest frame on a port (4 MiB). */
 #define RPC_PORT_PARCEL_MAX_SIZE (4u * 1024u * 1024u)
 
+/* A parcel: the values of one frame, written in order and read back in the same order. */
 typedef struct rpc_port_parcel_s *rpc_port_parcel_h;
 
 /* The pair that heads every record that can be written to and read from a parcel. */
 typedef struct rpc_port_parcelable_s {
-  void (*to)(rpc_port_parcel_h h, void *data);
-  void (*from)(rpc_port_parcel_h h, void *data);
+  void (*to)(rpc_port_parcel_h h, void *data);   /* writes the record's fields to the parcel */
+  void (*from)(rpc_port_parcel_h h, void *data); /* reads them back from the parcel */
 } rpc_port_parcelable_t;
 
+/* A new, empty parcel in *h; the caller frees it with rpc_port_parcel_destroy. */
 PLATFORM_API int rpc_port_parcel_create(rpc_port_parcel_h *h);
 /*
  * Reads one frame from `port` into a new parcel. On a main port of a proxy this blocks until the
@@ -45,8 +47,11 @@ PLATFORM_API int rpc_port_parcel_create(rpc_port_parcel_h *h);
 PLATFORM_API int rpc_port_parcel_create_from_port(rpc_port_parcel_h *h, rpc_port_h port);
 /* Sends the whole parcel as one frame on `port`. */
 PLATFORM_API int rpc_port_parcel_send(rpc_port_parcel_h h, rpc_port_h port);
+/* Frees a parcel. */
 PLATFORM_API int rpc_port_parcel_destroy(rpc_port_parcel_h h);
 
+/* Appends one value. A parcel that would grow past RPC_PORT_PARCEL_MAX_SIZE fails, and so does
+ * every later write to it. */
 PLATFORM_API int rpc_port_parcel_write_byte(rpc_port_parcel_h h, char b);
 PLATFORM_API int rpc_port_parcel_write_int16(rpc_port_parcel_h h, short i);
 PLATFORM_API int rpc_port_parcel_write_int32(rpc_port_parcel_h h, int i);
@@ -55,6 +60,7 @@ PLATFORM_API int rpc_port_parcel_write_float(rpc_port_parcel_h h, float f);
 PLATFORM_API int rpc_port_parcel_write_double(rpc_port_parcel_h h, double d);
 /* A NULL string is refused (RPC_PORT_ERROR_INVALID_PARAMETER); callers write "" for none. */
 PLATFORM_API int rpc_port_parcel_write_string(rpc_port_parcel_h h, const char *str);
+/* Appends a boolean, or the number of items of an array that follows. */
 PLATFORM_API int rpc_port_parcel_write_bool(rpc_port_parcel_h h, bool b);
 PLATFORM_API int rpc_port_parcel_write_array_count(rpc_port_parcel_h h, int count);
 /* Runs parcelable->to(h, data): the record writes its own fields in place. Fails when the parcel is
@@ -62,6 +68,8 @@ PLATFORM_API int rpc_port_parcel_write_array_count(rpc_port_parcel_h h, int coun
 PLATFORM_API int rpc_port_parcel_write(rpc_port_parcel_h h, rpc_port_parcelable_t *parcelable,
                                        void *data);
 
+/* Reads the next value into the out-argument. Reading past the end fails and leaves the
+ * out-argument as it was. */
 PLATFORM_API int rpc_port_parcel_read_byte(rpc_port_parcel_h h, char *b);
 PLATFORM_API int rpc_port_parcel_read_int16(rpc_port_parcel_h h, short *i);
 PLATFORM_API int rpc_port_parcel_read_int32(rpc_port_parcel_h h, int *i);

@@ -10,6 +10,7 @@
 extern "C" {
 #endif
 
+/* The result codes of the system information functions. */
 typedef enum {
   SYSTEM_INFO_ERROR_NONE = 0,
   SYSTEM_INFO_ERROR_INVALID_PARAMETER = -22,

@@ -32,8 +32,10 @@ libdir=lib
 [[ -d $P/$libdir/cmake ]] || libdir=$(cd "$P" && dirname "$(find . -path '*/cmake/VelmoraAccount' | head -1)" | sed 's|^\./||; s|/cmake$||')
 for f in bin/velmora-account bin/velmora-platform bin/velmora-agent \
          share/man/man1/velmora-account.1 share/man/man1/velmora-platform.1 \
+         share/man/man1/velmora-agent.1 \
          share/bash-completion/completions/velmora-account \
          share/bash-completion/completions/velmora-platform \
+         share/bash-completion/completions/velmora-agent \
          include/velmora-account/velmora_account.h include/velmora-platform/app_control.h \
          include/velmora-platform/velmora_host.h \
          "$libdir/pkgconfig/velmora-account.pc" "$libdir/pkgconfig/velmora-platform.pc" \
@@ -57,12 +59,15 @@ cmake -S "$source/examples" -B "$work/examples" -G Ninja -DCMAKE_C_COMPILER="$cc
   >"$work/configure.log" || { cat "$work/configure.log"; fail "configure against the package"; }
 cmake --build "$work/examples" >"$work/build.log" || { cat "$work/build.log"; fail "build"; }
 
-echo "== examples/token.c with pkg-config"
+echo "== every example with pkg-config"
 export PKG_CONFIG_PATH=$P/$libdir/pkgconfig
-# shellcheck disable=SC2046,SC2086
-"$cc" -std=c11 -Wall -Werror $flags $(pkg-config --cflags velmora-account) \
-  "$source/examples/token.c" -o "$work/token-pc" $(pkg-config --libs velmora-account) \
-  -Wl,-rpath,"$P/$libdir"
+for src in "$source"/examples/*.c; do
+  name=$(basename "$src" .c)
+  # shellcheck disable=SC2046,SC2086
+  "$cc" -std=c11 -Wall -Werror $flags $(pkg-config --cflags velmora-account) \
+    "$src" -o "$work/$name-pc" $(pkg-config --libs velmora-account) -Wl,-rpath,"$P/$libdir" ||
+    fail "$name.c does not build with pkg-config"
+done
 
 echo "== the source tree pulled into another project with add_subdirectory (configured)"
 mkdir -p "$work/parent"
@@ -101,6 +106,10 @@ printf '%s\n' consumer-pass-1 >"$work/password"
 # The agent made the client's secret and printed it once.
 secret=$(sed -n 's/^client_secret=//p' "$work/seed.txt")
 
+for exe in "$work/examples/example_account_properties" "$work/account_properties-pc"; do
+  echo "== $(basename "$exe")"
+  "$exe" >"$work/out.txt" || { cat "$work/out.txt"; fail "$(basename "$exe") failed"; }
+done
 for exe in "$work/examples/example_token" "$work/token-pc"; do
   for mode in "" --nidl; do
     echo "== $(basename "$exe") $mode"

@@ -132,16 +132,16 @@ PLATFORM_API int velmora_host_reply_timeout_ms(void);
 /* An application of a package: its id, "service" or "ui", and the executable the launcher starts.
  */
 typedef struct {
-  const char *app_id;
-  const char *type;
-  const char *exec;
+  const char *app_id; /* the application's id */
+  const char *type;   /* "service" or "ui" */
+  const char *exec;   /* the executable the launcher starts */
 } velmora_host_app_s;
 
 /* A metadata entry of one of the package's applications. */
 typedef struct {
-  const char *app_id;
-  const char *key;
-  const char *value;
+  const char *app_id; /* the application the entry belongs to */
+  const char *key;    /* the entry's key */
+  const char *value;  /* and its value */
 } velmora_host_metadata_s;
 
 /* Creates the platform root (its directory and package registry). With `profile` it also sets the
@@ -185,8 +185,8 @@ PLATFORM_API void velmora_host_strv_free(char **strv);
 
 /* One running application: its id and process id. */
 typedef struct {
-  char *app_id;
-  int pid;
+  char *app_id; /* the application's id */
+  int pid;      /* its process id */
 } velmora_host_running_s;
 
 /* Hands out the path of an application's log file (the caller frees it with free()), or NULL for

@@ -29,10 +29,10 @@ PLATFORM_API int velmora_host_store_foreach(const char *package_name,
 
 /* One record to write: its user name (NULL: none) and its custom values (keys unique). */
 typedef struct {
-  const char *user_name;
-  const char *const *keys;
-  const char *const *values;
-  size_t n_custom;
+  const char *user_name;     /* NULL: none */
+  const char *const *keys;   /* the custom keys */
+  const char *const *values; /* the custom values, in the order of the keys */
+  size_t n_custom;           /* how many keys and values */
 } velmora_host_store_record_s;
 
 /* Makes the records of `package_name` exactly `records`, in that order, in one transaction:

@@ -152,7 +152,7 @@ std::string delegates() {
   std::string out;
   for (const std::string &d : kDelegates) {
     const std::string h = "rpc_port_AccountSvc_" + d + "_h";
-    out += (out.empty() ? "" : "\n");
+    // One run without blank lines: the comment before it (the frame's) documents every function.
     out +=
         declaration(h, "rpc_port_AccountSvc_" + d + "_create",
                     {"rpc_port_AccountSvc_" + d + "_cb callback", "bool once", "void *user_data"});
