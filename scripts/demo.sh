@@ -105,8 +105,9 @@ expect_key access_token last-token --transport app-control "${common[@]}"
 expect_key access_token last-token --sync "${common[@]}"
 
 say "a second user, $SECOND, signed in too"
-printf '$ %s\n' "$AGENT seed-user --login-id $SECOND --password ... --sign-in"
-"$AGENT" seed-user --login-id "$SECOND" --password "demo-password-2-$$" --sign-in | sed 's/^/    /'
+printf '$ %s\n' "... | $AGENT seed-user --login-id $SECOND --password-file - --sign-in"
+printf '%s\n' "demo-password-2-$$" | "$AGENT" seed-user --login-id "$SECOND" --password-file - --sign-in |
+  sed 's/^/    /'
 
 say "the signed-in accounts and the default account, asked of the agent over app control"
 expect_line "$LOGIN" accounts --timeout 30
