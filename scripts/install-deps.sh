@@ -11,6 +11,7 @@ packages=(
   libsodium-dev                     # the agent: random, Argon2id, keyed hashes
   libgtest-dev libgmock-dev libbenchmark-dev
   valgrind
+  doxygen                           # make docs (the API reference; a CTest with label docs)
 )
 
 missing=()
