@@ -1,12 +1,14 @@
 /*
  * Velmora Account client example: obtain an access token.
  *
- *   example_token [--nidl] LOGIN_ID CLIENT_ID [CLIENT_SECRET]
+ *   example_token [--nidl] [--client-secret-file FILE|-] LOGIN_ID CLIENT_ID
  *
  * Makes an account handle (velmora_account_create, whose requests travel as app-control launch
  * requests, or with --nidl velmora_account_connect, whose requests travel over the agent's RPC
  * port), sets the request's properties, asks for an access token and runs a GLib main loop until
  * the completion callback has the answer. Prints the token and its lifetime; exits 0 on success.
+ * A client registered with a secret needs it: it is read from the first line of FILE, or of
+ * standard input for `-`, never from the command line, where other users could read it.
  */
 #include <glib.h>
 #include <stdbool.h>
@@ -63,11 +65,41 @@ static gboolean on_timeout(gpointer user_data) {
   return G_SOURCE_REMOVE;
 }
 
+/* The first line of `source` (a file, or standard input for "-") without its line end, in
+ * `secret`; false when it cannot be read or is empty. */
+static bool read_secret(const char *source, char *secret, size_t size) {
+  FILE *in = strcmp(source, "-") == 0 ? stdin : fopen(source, "r");
+  if (!in) return false;
+  const bool got = fgets(secret, (int)size, in) != NULL;
+  if (in != stdin) fclose(in);
+  if (!got) return false;
+  secret[strcspn(secret, "\r\n")] = '\0';
+  return secret[0] != '\0';
+}
+
+static int usage(void) {
+  fprintf(stderr,
+          "usage: example_token [--nidl] [--client-secret-file FILE|-] LOGIN_ID CLIENT_ID\n");
+  return 2;
+}
+
 int main(int argc, char **argv) {
-  bool nidl = argc > 1 && strcmp(argv[1], "--nidl") == 0;
-  int first = nidl ? 2 : 1;
-  if (argc - first < 2 || argc - first > 3) {
-    fprintf(stderr, "usage: example_token [--nidl] LOGIN_ID CLIENT_ID [CLIENT_SECRET]\n");
+  bool nidl = false;
+  const char *secret_file = NULL;
+  int first = 1;
+  for (; first < argc && strncmp(argv[first], "--", 2) == 0; ++first) {
+    if (strcmp(argv[first], "--nidl") == 0)
+      nidl = true;
+    else if (strcmp(argv[first], "--client-secret-file") == 0 && first + 1 < argc)
+      secret_file = argv[++first];
+    else
+      return usage();
+  }
+  if (argc - first != 2) return usage();
+  char secret[512] = "";
+  if (secret_file && !read_secret(secret_file, secret, sizeof secret)) {
+    fprintf(stderr, "example_token: no client secret could be read from %s\n",
+            strcmp(secret_file, "-") == 0 ? "standard input" : secret_file);
     return 2;
   }
 
@@ -92,9 +124,8 @@ int main(int argc, char **argv) {
 
   velmora_account_set_property_str(handle, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, argv[first]);
   velmora_account_set_property_str(handle, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, argv[first + 1]);
-  if (argc - first == 3)
-    velmora_account_set_property_str(handle, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET,
-                                     argv[first + 2]);
+  if (secret[0])
+    velmora_account_set_property_str(handle, VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, secret);
 
   state.result = -1;
   ret = velmora_account_request_access_token(handle, on_token, &state);

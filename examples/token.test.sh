@@ -28,7 +28,8 @@ printf '%s\n' example-pass-1 | "$agent" seed-user --login-id example@velmora.dev
 secret=$(sed -n 's/^client_secret=//p' "$root/seed.txt")
 
 for mode in "" --nidl; do
-  "$example" $mode example@velmora.dev example.client "$secret" >"$root/out.txt"
+  printf '%s\n' "$secret" |
+    "$example" $mode --client-secret-file - example@velmora.dev example.client >"$root/out.txt"
   cat "$root/out.txt"
   grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$root/out.txt"
 done

@@ -113,7 +113,8 @@ done
 for exe in "$work/examples/example_token" "$work/token-pc"; do
   for mode in "" --nidl; do
     echo "== $(basename "$exe") $mode"
-    "$exe" $mode consumer@velmora.dev consumer.client "$secret" >"$work/out.txt"
+    printf '%s\n' "$secret" |
+      "$exe" $mode --client-secret-file - consumer@velmora.dev consumer.client >"$work/out.txt"
     cat "$work/out.txt"
     grep -Eq '^access_token: [A-Za-z0-9_-]{43}$' "$work/out.txt" || fail "no access token"
   done

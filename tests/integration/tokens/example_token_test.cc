@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <glib.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,12 +51,21 @@ int run_example(const std::string &root, const std::vector<std::string> &args, s
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
+// The client secret in a private file of the root, the way the example reads it.
+std::string secret_file(const std::string &root, const std::string &secret) {
+  const std::string path = root + "/client-secret";
+  EXPECT_TRUE(g_file_set_contents(path.c_str(), (secret + "\n").c_str(), -1, nullptr));
+  chmod(path.c_str(), 0600);
+  return path;
+}
+
 TEST_F(ExampleToken, PrintsAnAccessTokenInBothTransports) {
   prepare();
+  const std::string secret = secret_file(root_.path(), secret_);
   for (const bool nidl : {false, true}) {
     std::vector<std::string> args;
     if (nidl) args.push_back("--nidl");
-    args.insert(args.end(), {kLogin, kClient, secret_});
+    args.insert(args.end(), {"--client-secret-file", secret, kLogin, kClient});
     std::string out;
     const int status = run_example(root_.path(), args, &out);
     if (status == -2) GTEST_SKIP() << "example_token is not built";
@@ -70,9 +80,28 @@ TEST_F(ExampleToken, PrintsAnAccessTokenInBothTransports) {
 TEST_F(ExampleToken, FailsForAUserThatIsNotSignedIn) {
   prepare();
   std::string out;
-  const int status = run_example(root_.path(), {"nobody@velmora.dev", kClient, secret_}, &out);
+  const int status = run_example(
+      root_.path(),
+      {"--client-secret-file", secret_file(root_.path(), secret_), "nobody@velmora.dev", kClient},
+      &out);
   if (status == -2) GTEST_SKIP() << "example_token is not built";
   EXPECT_EQ(status, 1) << out;
+  EXPECT_EQ(out.find("access_token"), std::string::npos) << out;
+}
+
+// The secret never travels on the command line: a third argument is a usage error, and so is a
+// secret file that cannot be read; no request is made.
+TEST_F(ExampleToken, RefusesASecretOnTheCommandLine) {
+  prepare();
+  std::string out;
+  int status = run_example(root_.path(), {kLogin, kClient, secret_}, &out);
+  if (status == -2) GTEST_SKIP() << "example_token is not built";
+  EXPECT_EQ(status, 2) << out;
+  EXPECT_EQ(out.find("access_token"), std::string::npos) << out;
+  status =
+      run_example(root_.path(),
+                  {"--client-secret-file", root_.path() + "/no-such-file", kLogin, kClient}, &out);
+  EXPECT_EQ(status, 2) << out;
   EXPECT_EQ(out.find("access_token"), std::string::npos) << out;
 }
 
