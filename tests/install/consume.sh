@@ -63,9 +63,12 @@ echo "== every example with pkg-config"
 export PKG_CONFIG_PATH=$P/$libdir/pkgconfig
 for src in "$source"/examples/*.c; do
   name=$(basename "$src" .c)
+  # velmora-platform too, as in examples/CMakeLists.txt: an example that receives launch requests
+  # (profile.c) serves them through the host platform.
   # shellcheck disable=SC2046,SC2086
-  "$cc" -std=c11 -Wall -Werror $flags $(pkg-config --cflags velmora-account) \
-    "$src" -o "$work/$name-pc" $(pkg-config --libs velmora-account) -Wl,-rpath,"$P/$libdir" ||
+  "$cc" -std=c11 -Wall -Werror $flags $(pkg-config --cflags velmora-account velmora-platform) \
+    "$src" -o "$work/$name-pc" $(pkg-config --libs velmora-account velmora-platform) \
+    -Wl,-rpath,"$P/$libdir" ||
     fail "$name.c does not build with pkg-config"
 done
 
