@@ -37,10 +37,11 @@ const Statement kPrune{
     "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND issue_time + expires_in <= ?3"
     " AND (refresh_digest IS NULL OR refresh_expires_at <= ?3)",
     Access::kLookup, "tokens_owner"};
-// All but the pair's ?3 newest grants.
+// All but the pair's ?3 newest grants: those up to the newest one beyond them. (A list of the
+// grants beyond them, "seq IN (SELECT ...)", would be built in a temporary table on every grant.)
 const Statement kCap{
-    "DELETE FROM tokens WHERE seq IN (SELECT seq FROM tokens WHERE login_id = ?1"
-    " AND client_id = ?2 ORDER BY seq DESC LIMIT -1 OFFSET ?3)",
+    "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND seq <= (SELECT seq FROM tokens"
+    " WHERE login_id = ?1 AND client_id = ?2 ORDER BY seq DESC LIMIT 1 OFFSET ?3)",
     Access::kLookup, "tokens_owner"};
 const Statement kLastOfClient{
     "SELECT access_token, client_id, scope, issue_time, expires_in FROM tokens"
