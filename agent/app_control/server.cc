@@ -102,6 +102,17 @@ void hold(app_control_h request, appcontrol::Answer answer, int delay_ms) {
   abort();
 }
 
+// A request answered: a failure at info, a success only at debug (a line per request would cost
+// a write to the log on every token).
+void log_answer(const char *operation, const std::string &caller,
+                const appcontrol::Answer &answer) {
+  if (answer.ok)
+    AC_LOG(DLOG_DEBUG, "app control: %s from %s: ok", operation, caller.c_str());
+  else
+    AC_LOG(DLOG_INFO, "app control: %s from %s: failed, error_code %s", operation, caller.c_str(),
+           answer.extras.front().second.c_str());
+}
+
 void update_refusing() {
   const bool refusing = g_server.state->faults(kServerFaultName).reject_connection;
   velmora_host_app_control_set_refusing(refusing);
@@ -142,9 +153,7 @@ void on_launch_request(app_control_h request, void *) {
     const int delay_ms = fault.delay_ms;
     const std::string name = op->fault_name;
     op->start(state, req, [clone, delay_ms, name, caller](appcontrol::Answer answer) {
-      AC_LOG(DLOG_INFO, "app control: %s from %s: %s%s", name.c_str(), caller.c_str(),
-             answer.ok ? "ok" : "failed, error_code ",
-             answer.ok ? "" : answer.extras.front().second.c_str());
+      log_answer(name.c_str(), caller, answer);
       if (delay_ms > 0)
         hold(clone, std::move(answer), delay_ms);
       else
@@ -156,9 +165,7 @@ void on_launch_request(app_control_h request, void *) {
   }
   appcontrol::Answer answer =
       fault.error_code ? fault_answer(state, req, *fault.error_code) : op->run(state, req);
-  AC_LOG(DLOG_INFO, "app control: %s from %s: %s%s", op->fault_name, caller.c_str(),
-         answer.ok ? "ok" : "failed, error_code ",
-         answer.ok ? "" : answer.extras.front().second.c_str());
+  log_answer(op->fault_name, caller, answer);
 
   if (fault.delay_ms > 0) {
     hold(request, std::move(answer), fault.delay_ms);

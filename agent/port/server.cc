@@ -127,9 +127,15 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
                                  answer.push_places.get(), pf, answer.push_profile.get());
   }
   nidl::Parcel result = nidl::result_parcel(method->out, answer.output, answer.result);
-  NIDL_LOG(
-      DLOG_INFO, "AccountSvc: %s from %s: result %d%s", method->name, sender, answer.result,
-      method->has_delegate() ? (", callback " + std::to_string(answer.push_result)).c_str() : "");
+  // A failure at info, a success only at debug (a line per request would cost a write to the log
+  // on every token).
+  const bool failed = answer.result != 0 || (method->has_delegate() && answer.push_result != 0);
+  const log_priority level = failed ? DLOG_INFO : DLOG_DEBUG;
+  if (method->has_delegate())
+    NIDL_LOG(level, "AccountSvc: %s from %s: result %d, callback %d", method->name, sender,
+             answer.result, answer.push_result);
+  else
+    NIDL_LOG(level, "AccountSvc: %s from %s: result %d", method->name, sender, answer.result);
 
   if (fault.delay_ms > 0) {
     PendingAnswer &p = g_server.pending.emplace_back();
