@@ -9,6 +9,7 @@
 
 #include "cli/agent_cli.hh"
 #include "dlog.h"
+#include "file_watch.hh"
 #include "idle_checkpoint.hh"
 #include "idle_exit.hh"
 #include "servers.hh"
@@ -39,6 +40,8 @@ int run_serve(const Args &) {
   // A client that goes away mid-write must not kill the agent.
   signal(SIGPIPE, SIG_IGN);
 
+  // Configuration files are looked at through the watch the loop drains: no read per request.
+  const WatchFromLoop watch_from_loop(g_main_loop_get_context(loop));
   // WAL checkpoints happen when no request has committed for a while, not on a request.
   IdleCheckpoint idle_checkpoint(state.value()->db());
   ServerContext context{*state.value(), loop};

@@ -2,6 +2,7 @@
 #include "file_watch.hh"
 
 #include <fcntl.h>
+#include <glib-unix.h>
 #include <sys/inotify.h>
 #include <unistd.h>
 
@@ -35,7 +36,7 @@ class Watcher {
   // it moves on at every question.
   uint64_t generation(const std::string &dir, const std::string &name) {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (scopes_ == 0 || !drained_in_scope_) {
+    if (loops_ == 0 && (scopes_ == 0 || !drained_in_scope_)) {
       drain();
       drained_in_scope_ = scopes_ > 0;
     }
@@ -54,8 +55,36 @@ class Watcher {
     --scopes_;
   }
 
+  // A source that drains the queue from `ctx`'s loop, or nullptr (no inotify: every question
+  // then answers "changed" as before).
+  GSource *drain_from(GMainContext *ctx) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (fd_ < 0) return nullptr;
+    GSource *source = g_unix_fd_source_new(fd_, G_IO_IN);
+    g_source_set_priority(source, G_PRIORITY_HIGH);
+    g_source_set_callback(source,
+                          reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
+                          this, nullptr);
+    g_source_attach(source, ctx);
+    ++loops_;
+    return source;
+  }
+  void stop_draining(GSource *source) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    g_source_destroy(source);
+    g_source_unref(source);
+    --loops_;
+  }
+
  private:
   Watcher() { fd_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC); }
+
+  static gboolean on_readable(gint, GIOCondition, gpointer data) {
+    auto *self = static_cast<Watcher *>(data);
+    std::lock_guard<std::mutex> lock(self->mutex_);
+    self->drain();
+    return G_SOURCE_CONTINUE;
+  }
   ~Watcher() {
     if (fd_ >= 0) close(fd_);
   }
@@ -124,6 +153,7 @@ class Watcher {
   std::mutex mutex_;
   int fd_ = -1;
   int scopes_ = 0;
+  int loops_ = 0;  // sources draining the queue from a main loop
   bool drained_in_scope_ = false;
   std::unordered_map<std::string, int> wd_of_dir_;
   std::unordered_map<int, std::vector<std::string>> dirs_of_wd_;
@@ -138,6 +168,12 @@ WatchedFile::WatchedFile(const std::string &path) {
   dir_ = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
   name_ = slash == std::string::npos ? path : path.substr(slash + 1);
   Watcher::instance().track(dir_, name_);
+}
+
+WatchFromLoop::WatchFromLoop(GMainContext *ctx) : source_(Watcher::instance().drain_from(ctx)) {}
+
+WatchFromLoop::~WatchFromLoop() {
+  if (source_) Watcher::instance().stop_draining(source_);
 }
 
 WatchScope::WatchScope() { Watcher::instance().enter_scope(); }

@@ -12,8 +12,11 @@
 // Not for files written in place by a process that keeps them open (only closed writes count).
 //
 // A server handling a request holds a WatchScope: within it the queue is drained once, by the
-// first question, so a request that looks at three files costs one read.
+// first question, so a request that looks at three files costs one read. While a WatchFromLoop
+// lives, the main loop drains the queue instead and a request costs no read at all.
 #pragma once
+
+#include <glib.h>
 
 #include <cstdint>
 #include <string>
@@ -43,6 +46,21 @@ class WatchScope {
   ~WatchScope();
   WatchScope(const WatchScope &) = delete;
   WatchScope &operator=(const WatchScope &) = delete;
+};
+
+// While one lives, the main loop of `ctx` drains the queue whenever it holds events, and questions
+// only look at what was drained. The loop's source runs at high priority: when a change and a
+// request are both waiting, the change is drained first, so a request sent after a change still
+// sees it. The agent holds one while it serves (on the thread that runs the loop).
+class WatchFromLoop {
+ public:
+  explicit WatchFromLoop(GMainContext *ctx);
+  ~WatchFromLoop();
+  WatchFromLoop(const WatchFromLoop &) = delete;
+  WatchFromLoop &operator=(const WatchFromLoop &) = delete;
+
+ private:
+  GSource *source_ = nullptr;
 };
 
 }  // namespace vagent

@@ -2,9 +2,11 @@
 // (file_watch.hh, FaultsFile, ClockOffsetFile, the device profile).
 #include "file_watch.hh"
 
+#include <glib-unix.h>
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <string>
@@ -101,6 +103,69 @@ TEST(WatchedFile, WithinAScopeTheFirstQuestionLooksForEveryFile) {
   }
   EXPECT_TRUE(a.changed());
   EXPECT_FALSE(b.changed());
+}
+
+TEST(WatchedFile, FromALoopQuestionsOnlyLookAtWhatTheLoopDrained) {
+  vtest::PlatformRoot root;
+  const std::string path = root.path_of("looped.conf");
+  vagent::WatchedFile watch(path);
+  EXPECT_TRUE(watch.changed());
+  GMainContext *ctx = g_main_context_new();
+  {
+    const vagent::WatchFromLoop from_loop(ctx);
+    write_in_place(path, "a");
+    // The question reads nothing: the change is known once the loop has run.
+    EXPECT_FALSE(watch.changed());
+    while (g_main_context_iteration(ctx, FALSE)) {
+    }
+    EXPECT_TRUE(watch.changed());
+    EXPECT_FALSE(watch.changed());
+  }
+  // Without the loop's watch, a question drains again.
+  write_in_place(path, "b");
+  EXPECT_TRUE(watch.changed());
+  g_main_context_unref(ctx);
+}
+
+TEST(WatchedFile, FromALoopAChangeIsDrainedBeforeARequestSentAfterIt) {
+  vtest::PlatformRoot root;
+  const std::string path = root.path_of("ordered.conf");
+  vagent::WatchedFile watch(path);
+  EXPECT_TRUE(watch.changed());
+  GMainContext *ctx = g_main_context_new();
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  // A request source at the default priority, as the servers' sockets are.
+  struct Seen {
+    vagent::WatchedFile *watch;
+    int answers = 0;
+    bool changed = false;
+  } seen{&watch};
+  GSource *request = g_unix_fd_source_new(fds[0], G_IO_IN);
+  g_source_set_callback(request,
+                        reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(
+                            +[](gint fd, GIOCondition, gpointer data) -> gboolean {
+                              char c;
+                              EXPECT_EQ(read(fd, &c, 1), 1);
+                              auto *s = static_cast<Seen *>(data);
+                              ++s->answers;
+                              s->changed = s->watch->changed();
+                              return G_SOURCE_CONTINUE;
+                            })),
+                        &seen, nullptr);
+  g_source_attach(request, ctx);
+  {
+    const vagent::WatchFromLoop from_loop(ctx);
+    write_in_place(path, "a");
+    ASSERT_EQ(write(fds[1], "r", 1), 1);  // the request, sent after the change
+    while (seen.answers == 0) g_main_context_iteration(ctx, TRUE);
+    EXPECT_TRUE(seen.changed);
+  }
+  g_source_destroy(request);
+  g_source_unref(request);
+  close(fds[0]);
+  close(fds[1]);
+  g_main_context_unref(ctx);
 }
 
 class ConfigReads : public AgentTest {};
