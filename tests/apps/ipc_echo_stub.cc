@@ -11,6 +11,9 @@
 //   "retire"            -> result int32 of velmora_host_retire; the process exits when it is 0
 //   "exit"              -> the process exits at once, without a result
 //   "close"             -> the received callback returns non-zero (the connection closes)
+//   "nest" path         -> makes the file `path`.entered, runs the main loop from inside the
+//                          handler until the file `path` exists (and a few iterations more), then
+//                          results "nested" and the number of requests handled meanwhile (int32)
 #include <unistd.h>
 
 #include <cstdio>
@@ -29,6 +32,7 @@ namespace {
 
 rpc_port_stub_h g_stub = nullptr;
 std::map<std::string, int> g_connected;
+int g_handled = 0;  // requests that reached on_received
 
 std::string read_string(rpc_port_parcel_h p) {
   char *s = nullptr;
@@ -47,6 +51,7 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
   rpc_port_parcel_h req = nullptr;
   if (rpc_port_parcel_create_from_port(&req, port) != 0) return 0;
   const std::string cmd = read_string(req);
+  ++g_handled;
   rpc_port_parcel_h out = nullptr;
   rpc_port_parcel_create(&out);
   int ret = 0;
@@ -90,6 +95,21 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
     rpc_port_parcel_write_int32(out, retired);
     send_and_free(out, port);
     if (retired == 0) _exit(0);
+  } else if (cmd == "nest") {
+    const std::string marker = read_string(req);
+    const int before = g_handled;
+    g_file_set_contents((marker + ".entered").c_str(), "", 0, nullptr);
+    for (int i = 0; i < 20000 && access(marker.c_str(), F_OK) != 0; ++i) {
+      g_main_context_iteration(nullptr, FALSE);
+      usleep(1000);
+    }
+    for (int i = 0; i < 50; ++i) {  // whatever arrived before the file is seen by now
+      g_main_context_iteration(nullptr, FALSE);
+      usleep(1000);
+    }
+    rpc_port_parcel_write_string(out, "nested");
+    rpc_port_parcel_write_int32(out, g_handled - before);
+    send_and_free(out, port);
   } else if (cmd == "exit") {
     _exit(0);
   } else {

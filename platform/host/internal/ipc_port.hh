@@ -34,6 +34,8 @@ struct rpc_port_s {
   std::deque<vhost::ipc::Bytes> frames;  // complete frames not taken yet
   uint64_t taken = 0;                    // frames taken by rpc_port_parcel_create_from_port
   GSource *watch = nullptr;
+  bool reading = false;  // its watch's callback is running
+  bool rewatch = false;  // called again from within: watch afresh when the outer call ends
   GSource *frame_timer = nullptr;  // while a frame has begun to arrive
   // Sends that never wait (ports of a link without blocking reads, i.e. the stub's); without it a
   // send waits while the socket is full, up to the time-out.

@@ -17,6 +17,13 @@ GSource *fd_watch(int fd, F *fn, void *data, GMainContext *ctx) {
   return src;
 }
 
+// Lets GLib dispatch `src` without blocking it first. Blocking takes the source's descriptors out
+// of the poll set and puts them back after the callback, which wakes the context twice (an eventfd
+// write each) and costs one more poll per dispatch. Only for a watch whose callback never meets
+// itself again: it does not run the main context, or (Link::on_readable) stands down when it is
+// called again from within itself.
+inline void dispatch_unblocked(GSource *src) { g_source_set_can_recurse(src, TRUE); }
+
 // Destroys and releases *src, if any, and clears it.
 inline void drop_source(GSource **src) {
   if (*src) {

@@ -96,7 +96,9 @@ void Acceptor::start(int listen_fd) {
 }
 
 void Acceptor::watch_listener() {
-  if (!listen_watch_ && owner_) listen_watch_ = fd_watch(listen_fd_, on_accept, this, ctx_);
+  if (listen_watch_ || !owner_) return;
+  listen_watch_ = fd_watch(listen_fd_, on_accept, this, ctx_);
+  dispatch_unblocked(listen_watch_);  // on_accept runs nobody else's code
 }
 
 void Acceptor::release(Pending *p, bool keep_fd) {
@@ -192,6 +194,8 @@ gboolean Acceptor::on_accept(gint fd, GIOCondition, gpointer data) {
     p->slot = PeerSlot(a->tally_, pid);
     a->pending_.push_back(p);
     p->watch_ = fd_watch(c, on_readable, p, a->ctx_);
+    // The owner releases the stream (and this watch) before it hands a request to other code.
+    dispatch_unblocked(p->watch_);
     a->set_deadline(p, hello_timeout_ms());
   }
   return G_SOURCE_CONTINUE;

@@ -2,6 +2,8 @@
 #include <glib-unix.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "ipc_log.hh"
 #include "ipc_port.hh"
 #include "ipc_timeouts.hh"
@@ -63,6 +65,7 @@ void Link::watch(rpc_port_s *port) {
   g_source_set_callback(port->watch,
                         reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(on_readable)),
                         port, nullptr);
+  dispatch_unblocked(port->watch);  // on_readable stands down when a handler runs the loop
   g_source_attach(port->watch, ctx_);
 }
 
@@ -109,7 +112,15 @@ gboolean Link::on_readable(gint, GIOCondition, gpointer data) {
   auto *port = static_cast<rpc_port_s *>(data);
   Link *link = port->link;
   if (link->closed_) return G_SOURCE_REMOVE;
+  if (port->reading) {
+    // A handler runs the main context from within this very call: the stream is left alone until
+    // the outer call is over (as a blocked source would be), then watched again.
+    drop_source(&port->watch);
+    port->rewatch = true;
+    return G_SOURCE_REMOVE;
+  }
   link->ref();
+  port->reading = true;
   IoStatus status = read_available(port->fd, &port->reader, &port->frames, kReadBudget);
   if (status == IoStatus::kTooBig)
     IPC_LOGE("dropping a connection: the peer sent a frame over %zu bytes", kMaxFrame);
@@ -118,9 +129,14 @@ gboolean Link::on_readable(gint, GIOCondition, gpointer data) {
     IPC_LOGE("dropping a connection: more than %zu frames nobody reads", kMaxQueuedFrames);
     status = IoStatus::kError;
   }
+  port->reading = false;
   if (status != IoStatus::kOk) link->close();
   if (!link->closed_) link->time_frame(port);
-  const bool keep = !link->closed_;
+  bool keep = !link->closed_;
+  if (keep && std::exchange(port->rewatch, false)) {
+    link->watch(port);  // this source was dropped from within: a new one takes over
+    keep = false;
+  }
   link->unref();
   return keep ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
 }

@@ -138,3 +138,30 @@ TEST_F(RpcPortHalfSentFrames, CostOnlyWhatArrivesAndAreDroppedAtTheDeadline) {
 }
 
 }  // namespace
+
+// A handler that runs the main loop itself does not meet its own connection again: the request
+// that arrives meanwhile waits until the handler is done, and the results keep their order.
+TEST_F(RpcPortHostile, AHandlerRunningTheLoopIsNotEnteredAgainByItsConnection) {
+  int m = -1, cb = -1;
+  ASSERT_TRUE(handshake(&m, &cb));
+  fds = {m, cb};
+  const std::string marker = root.path() + "/nested.marker";
+  ASSERT_TRUE(raw::write_frame(m, request({"nest", marker})));
+  // The second request arrives while the first one's handler runs the loop.
+  ASSERT_TRUE(
+      run_until([&] { return g_file_test((marker + ".entered").c_str(), G_FILE_TEST_EXISTS); }));
+  ASSERT_TRUE(raw::write_frame(m, request({"echo", "after"})));
+  ASSERT_TRUE(g_file_set_contents(marker.c_str(), "", 0, nullptr));
+  raw::Bytes first, second;
+  ASSERT_TRUE(raw::read_frame(m, &first));
+  ASSERT_TRUE(raw::read_frame(m, &second));
+  raw::Bytes nested;
+  raw::put_string(&nested, "nested");
+  raw::put_u32(&nested, 0);  // no request handled from within
+  EXPECT_EQ(first, nested);
+  raw::Bytes echoed;
+  raw::put_string(&echoed, "echo");
+  raw::put_string(&echoed, "after");
+  EXPECT_EQ(second, echoed);
+  expect_serving();
+}
