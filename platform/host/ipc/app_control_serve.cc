@@ -46,6 +46,7 @@ struct Serving : AcceptorOwner {
   velmora_host_launch_request_cb callback = nullptr;
   void *user_data = nullptr;
   std::string app_id;
+  uid_t euid = 0;  // the user whose senders are served, taken once when serving starts
   Listener listener;
   std::shared_ptr<Acceptor> acceptor;
 
@@ -101,7 +102,7 @@ void Serving::deliver(Pending *p) {
       a->release(p, false);
       return;
     }
-    if (p->uid != geteuid())
+    if (p->uid != euid)
       return refuse(a, p, APP_CONTROL_ERROR_PERMISSION_DENIED, "peer of another user");
     if (g_refusing.load())
       return refuse(a, p, APP_CONTROL_ERROR_LAUNCH_REJECTED, "refusing requests");
@@ -199,6 +200,7 @@ int velmora_host_app_control_serve(velmora_host_launch_request_cb callback, void
   serving->callback = callback;
   serving->user_data = user_data;
   serving->app_id = app_id;
+  serving->euid = geteuid();
   serving->acceptor = std::make_shared<Acceptor>(serving->ctx, "launch requests of " + app_id,
                                                  kPendingBudget, serving);
   serving->acceptor->start(serving->listener.fd);
@@ -220,8 +222,10 @@ void velmora_host_app_control_stop(void) {
 }
 
 void velmora_host_app_control_set_refusing(bool refusing) {
-  g_refusing.store(refusing);
-  if (g_serving) mark_refusing(g_serving->app_id, refusing);
+  // The marker follows changes only: serving writes (or removes) it for the state it starts in,
+  // so setting the same state again, as a caller may do on every request, touches no file.
+  if (g_refusing.exchange(refusing) != refusing && g_serving)
+    mark_refusing(g_serving->app_id, refusing);
 }
 
 int app_control_reply_to_launch_request(app_control_h reply, app_control_h request,

@@ -6,7 +6,9 @@
 #include <sys/un.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <filesystem>
 
 #include "app_control_fixture.hh"
 #include "log_capture.hh"
@@ -145,6 +147,26 @@ TEST_F(AppControlServe, RefusingHidesRequestsFromTheCallback) {
   velmora_host_app_control_set_refusing(true);
   EXPECT_EQ(request_from_another_process(), 1);
   EXPECT_TRUE(served.requests.empty());
+  velmora_host_app_control_set_refusing(false);
+  EXPECT_EQ(request_from_another_process(), 0);
+  EXPECT_EQ(served.requests.size(), 1u);
+}
+
+// The refusal marker follows changes only: setting the same state again (as the agent does on
+// every request) leaves the file alone, and the refusal still takes effect and ends.
+TEST_F(AppControlServe, SettingTheSameRefusalAgainLeavesTheMarkerAlone) {
+  ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
+  const std::string marker = root.path_of(std::string("run/") + kSelf + "/appcontrol.refusing");
+  EXPECT_FALSE(std::filesystem::exists(marker));
+  velmora_host_app_control_set_refusing(true);
+  ASSERT_TRUE(std::filesystem::exists(marker));
+  const auto old_time = std::filesystem::file_time_type::clock::now() - std::chrono::hours(1);
+  std::filesystem::last_write_time(marker, old_time);
+  velmora_host_app_control_set_refusing(true);
+  EXPECT_EQ(std::filesystem::last_write_time(marker), old_time);  // not written again
+  EXPECT_EQ(request_from_another_process(), 1);
+  velmora_host_app_control_set_refusing(false);
+  EXPECT_FALSE(std::filesystem::exists(marker));
   velmora_host_app_control_set_refusing(false);
   EXPECT_EQ(request_from_another_process(), 0);
   EXPECT_EQ(served.requests.size(), 1u);
