@@ -65,10 +65,12 @@ PLATFORM_API int velmora_host_parcel_create_from_raw(rpc_port_parcel_h *h, const
 
 /* ---- allocation failures (test builds) ----
  * In a build with VELMORA_ALLOC_FAULTS, from now on the n-th allocation of the parcel primitives
- * fails (they then report RPC_PORT_ERROR_OUT_OF_MEMORY) and every other one succeeds; n = 0 stops
- * failing; the count starts again at each call. False, and nothing changes, in other builds. */
+ * and of the app control object functions fails (they then report RPC_PORT_ERROR_OUT_OF_MEMORY or
+ * APP_CONTROL_ERROR_OUT_OF_MEMORY) and every other one succeeds; n = 0 stops failing; the count
+ * starts again at each call. False, and nothing changes, in other builds. */
 PLATFORM_API bool velmora_host_alloc_fail_at(long n);
-/* Allocations of the parcel primitives since the last velmora_host_alloc_fail_at. */
+/* Allocations of the parcel primitives and app control objects since the last
+ * velmora_host_alloc_fail_at. */
 PLATFORM_API long velmora_host_alloc_count(void);
 
 /* ---- companion devices: a wearable paired with a phone (two platform roots) ----

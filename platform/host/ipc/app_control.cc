@@ -3,6 +3,9 @@
 // Extras keep their insertion order; adding an existing key replaces its value in place. A clone
 // of a received launch request shares the request's reply channel, so that it can be kept and
 // answered later.
+//
+// Every function that allocates asks vhost::allocation_fails() first (test builds make the n-th
+// allocation fail) and ends with APP_CONTROL_ERROR_OUT_OF_MEMORY, the object unchanged.
 #include "app_control.h"
 
 #include <algorithm>
@@ -10,6 +13,7 @@
 #include <cstring>
 #include <new>
 
+#include "alloc_fault.hh"
 #include "ipc_app_control.hh"
 
 namespace {
@@ -17,7 +21,7 @@ namespace {
 using Extra = std::pair<std::string, std::string>;
 
 int copy_out(const std::string &value, char **out) {
-  char *copy = strdup(value.c_str());
+  char *copy = vhost::allocation_fails() ? nullptr : strdup(value.c_str());
   if (!copy) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   *out = copy;
   return APP_CONTROL_ERROR_NONE;
@@ -25,8 +29,9 @@ int copy_out(const std::string &value, char **out) {
 
 int set_optional(bool *has, std::string *field, const char *value) {
   try {
-    *has = value != nullptr;
+    if (value && vhost::allocation_fails()) throw std::bad_alloc();
     field->assign(value ? value : "");
+    *has = value != nullptr;
   } catch (const std::bad_alloc &) {
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
@@ -52,7 +57,7 @@ extern "C" {
 
 int app_control_create(app_control_h *app_control) {
   if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
-  auto *h = new (std::nothrow) app_control_s;
+  auto *h = vhost::allocation_fails() ? nullptr : new (std::nothrow) app_control_s;
   if (!h) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   *app_control = h;
   return APP_CONTROL_ERROR_NONE;
@@ -66,9 +71,10 @@ int app_control_destroy(app_control_h app_control) {
 
 int app_control_clone(app_control_h *clone, app_control_h app_control) {
   if (!clone || !app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
-  auto *h = new (std::nothrow) app_control_s;
+  auto *h = vhost::allocation_fails() ? nullptr : new (std::nothrow) app_control_s;
   if (!h) return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   try {
+    if (vhost::allocation_fails()) throw std::bad_alloc();
     *h = *app_control;
   } catch (const std::bad_alloc &) {
     delete h;
@@ -101,6 +107,7 @@ int app_control_get_operation(app_control_h app_control, char **operation) {
 int app_control_add_extra_data(app_control_h app_control, const char *key, const char *value) {
   if (!app_control || !key || !*key || !value) return APP_CONTROL_ERROR_INVALID_PARAMETER;
   try {
+    if (vhost::allocation_fails()) throw std::bad_alloc();
     auto it = find_extra(app_control, key);
     if (it != app_control->extras.end())
       it->second = value;
@@ -133,6 +140,7 @@ int app_control_foreach_extra_data(app_control_h app_control, app_control_extra_
   // The callback may change the extras: walk a copy of the keys.
   std::vector<std::string> keys;
   try {
+    if (!app_control->extras.empty() && vhost::allocation_fails()) throw std::bad_alloc();
     keys.reserve(app_control->extras.size());
     for (const Extra &e : app_control->extras) keys.push_back(e.first);
   } catch (const std::bad_alloc &) {

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "alloc_faults.hh"
 #include "app_control.h"
 
 namespace {
@@ -181,3 +182,74 @@ TEST(AppControlObject, OnlyAReceivedRequestHasACallerAndCanBeAnswered) {
 }
 
 }  // namespace
+
+// Out of memory: every allocation of one life of an app control object (create, target,
+// operation, extras added and replaced, clone, every value read back, the walk over the extras)
+// is made to fail in turn. The call that meets it reports APP_CONTROL_ERROR_OUT_OF_MEMORY and
+// leaves the object as it was; nothing crashes and nothing leaks.
+TEST(AppControlObjectOutOfMemory, EveryAllocationOfAnObjectsLifeMayFail) {
+  if (!vtest::allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+  const long total =
+      vtest::each_failing_allocation(vtest::kPlatformAllocations, [](long, vtest::AllocationRun &) {
+        app_control_h h = nullptr;
+        int ret = app_control_create(&h);
+        if (ret != APP_CONTROL_ERROR_NONE) {
+          EXPECT_EQ(ret, APP_CONTROL_ERROR_OUT_OF_MEMORY);
+          EXPECT_EQ(h, nullptr);
+          return;
+        }
+        auto ok_or_oom = [](int r) {
+          return r == APP_CONTROL_ERROR_NONE || r == APP_CONTROL_ERROR_OUT_OF_MEMORY;
+        };
+        ret = app_control_set_app_id(h, "dev.example.target");
+        EXPECT_TRUE(ok_or_oom(ret)) << ret;
+        char *app_id = nullptr;
+        if (app_control_get_app_id(h, &app_id) == APP_CONTROL_ERROR_NONE) {
+          // Set, or as before (unset) when setting it failed.
+          if (ret == APP_CONTROL_ERROR_NONE)
+            EXPECT_STREQ(app_id, "dev.example.target");
+          else
+            EXPECT_EQ(app_id, nullptr);
+        }
+        free(app_id);
+        EXPECT_TRUE(ok_or_oom(app_control_set_operation(h, "op/x")));
+        const int first = app_control_add_extra_data(h, "k1", "v1");
+        EXPECT_TRUE(ok_or_oom(first)) << first;
+        // Added, or not there when adding failed; reading it back may fail on its own.
+        const std::string k1 = get(h, "k1");
+        const std::string oom = "<" + std::to_string(APP_CONTROL_ERROR_OUT_OF_MEMORY) + ">";
+        if (k1 != oom) {
+          EXPECT_EQ(k1, first == APP_CONTROL_ERROR_NONE
+                            ? "v1"
+                            : "<" + std::to_string(APP_CONTROL_ERROR_KEY_NOT_FOUND) + ">");
+        }
+        const int replaced = app_control_add_extra_data(h, "k1", "v2");
+        EXPECT_TRUE(ok_or_oom(replaced)) << replaced;
+        app_control_h clone = nullptr;
+        ret = app_control_clone(&clone, h);
+        EXPECT_TRUE(ok_or_oom(ret)) << ret;
+        if (ret == APP_CONTROL_ERROR_NONE) {
+          char *v = nullptr;
+          ret = app_control_get_extra_data(clone, "k1", &v);
+          EXPECT_TRUE(ok_or_oom(ret) ||
+                      (first != APP_CONTROL_ERROR_NONE && replaced != APP_CONTROL_ERROR_NONE &&
+                       ret == APP_CONTROL_ERROR_KEY_NOT_FOUND))
+              << ret;
+          free(v);
+          app_control_destroy(clone);
+        } else {
+          EXPECT_EQ(clone, nullptr);
+        }
+        int seen = 0;
+        ret = app_control_foreach_extra_data(
+            h,
+            [](app_control_h, const char *, void *d) {
+              ++*static_cast<int *>(d);
+              return true;
+            },
+            &seen);
+        EXPECT_TRUE(ok_or_oom(ret)) << ret;
+        app_control_destroy(h);
+      });
+  EXPECT_GE(total, 8);
+}
