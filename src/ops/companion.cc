@@ -50,7 +50,8 @@ int add_api_timeout(va_op_call_s *call, app_control_h app_control, const va_oper
   if (call->handle->api_timeout > 0) {
     char text[16];
     snprintf(text, sizeof text, "%d", call->handle->api_timeout);
-    app_control_add_extra_data(app_control, "api_timeout", text);
+    if (app_control_add_extra_data(app_control, "api_timeout", text) != APP_CONTROL_ERROR_NONE)
+      return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
   return VELMORA_ACCOUNT_ERROR_NONE;
 }

@@ -36,8 +36,11 @@ int va_reply_result(const char *name, app_control_h reply, app_control_result_e 
 
 int va_reply_fill_account(velmora_account_request_h request, app_control_h reply) {
   va_extra_fill_s fill = {request->account, false};
-  if (app_control_foreach_extra_data(reply, va_fill_extra_cb, &fill) != APP_CONTROL_ERROR_NONE)
+  const int walked = app_control_foreach_extra_data(reply, va_fill_extra_cb, &fill);
+  if (walked != APP_CONTROL_ERROR_NONE) {
     VA_LOG_AS(DLOG_INFO, va_reply_name(request, false), "Fail to app_control_foreach_extra_data");
+    if (walked == APP_CONTROL_ERROR_OUT_OF_MEMORY) fill.out_of_memory = true;
+  }
   return fill.out_of_memory ? VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY : VELMORA_ACCOUNT_ERROR_NONE;
 }
 

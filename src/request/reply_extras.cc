@@ -95,6 +95,7 @@ bool visit_extra(app_control_h app_control, const char *key, velmora_account_h a
   if (ret != APP_CONTROL_ERROR_NONE) {
     VA_LOGI("foreach_extra_cb failed.%s [key : %s]", va_app_control_error_name(ret), key);
     free(value);
+    if (ret == APP_CONTROL_ERROR_OUT_OF_MEMORY) *out_of_memory = true;  // a value is missing
     return false;
   }
   VA_LOGI("Key[%s]", key);

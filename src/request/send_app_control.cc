@@ -25,8 +25,8 @@ void release(va_op_call_s *call, app_control_h app_control) {
 
 // Adds the extras of `form` in table order. Optional values that are not set are left out, each
 // with its own line; the values themselves are logged only where the table says so (never a
-// secret).
-void add_extras(const va_op_call_s *call, const va_operation_s *form, app_control_h app_control) {
+// secret). False when one could not be added (out of memory).
+bool add_extras(const va_op_call_s *call, const va_operation_s *form, app_control_h app_control) {
   const char *name = call->op->name;
   for (size_t i = 0; i < form->extra_count; ++i) {
     const va_extra_s *extra = &form->extras[i];
@@ -36,13 +36,22 @@ void add_extras(const va_op_call_s *call, const va_operation_s *form, app_contro
       if (extra->unset_log != nullptr) VA_LOG_AS(DLOG_INFO, name, "%s", extra->unset_log);
       continue;
     }
-    app_control_add_extra_data(app_control, extra->key, value);
+    if (app_control_add_extra_data(app_control, extra->key, value) != APP_CONTROL_ERROR_NONE)
+      return false;
     if (extra->set_log == nullptr) continue;
     if (extra->log_value)
       VA_LOG_AS(DLOG_INFO, name, "%s [%s]", extra->set_log, value);
     else
       VA_LOG_AS(DLOG_INFO, name, "%s", extra->set_log);
   }
+  return true;
+}
+
+// The launch request could not be filled: everything is released.
+int out_of_memory(va_op_call_s *call, app_control_h app_control) {
+  VA_LOG_AS(DLOG_ERROR, call->op->name, "cannot fill the launch request: out of memory");
+  release(call, app_control);
+  return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
 }
 
 }  // namespace
@@ -60,7 +69,8 @@ int va_send_app_control(va_op_call_s *call) {
     release(call, nullptr);
     return VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY;
   }
-  app_control_set_app_id(app_control, op->app_control.app_id);
+  if (app_control_set_app_id(app_control, op->app_control.app_id) != APP_CONTROL_ERROR_NONE)
+    return out_of_memory(call, app_control);
 
   if (op->check_at == VA_CHECK_AFTER_TARGET && va_operation_missing(call, VA_EXTRA_REQUIRED)) {
     VA_LOG_AS(DLOG_INFO, op->name, "%s", op->invalid_property_log);
@@ -76,8 +86,10 @@ int va_send_app_control(va_op_call_s *call) {
     }
   }
 
-  app_control_set_operation(app_control, *form->app_control.operation);
-  add_extras(call, form, app_control);
+  if (app_control_set_operation(app_control, *form->app_control.operation) !=
+          APP_CONTROL_ERROR_NONE ||
+      !add_extras(call, form, app_control))
+    return out_of_memory(call, app_control);
   if (form->app_control.body != nullptr) {
     const int ret = form->app_control.body(call, app_control);
     if (ret != VELMORA_ACCOUNT_ERROR_NONE) {

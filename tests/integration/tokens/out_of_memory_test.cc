@@ -58,6 +58,22 @@ TEST_F(TokensOutOfMemory, AccessTokenOverAppControl) {
   EXPECT_GT(total, 3);
 }
 
+// The same request with the platform's allocations failing in turn: the app control object the
+// library makes and fills, and the values it reads from the reply. (Over the port a parcel that
+// cannot be written is not sent, and the proxy then waits for its result until the method call
+// time-out and closes the connection, by design: that walk is not made here.)
+TEST_F(TokensOutOfMemory, AccessTokenOverAppControlWithThePlatformOutOfMemory) {
+  if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+  prepare();
+  velmora_account_h h = app_control_handle();
+  ASSERT_NE(h, nullptr);
+  token_over_app_control();
+  const long total = each_failing_allocation(kPlatformAllocations, [&](long, AllocationRun &run) {
+    expect_token_or_out_of_memory(run, h);
+  });
+  EXPECT_GT(total, 3);
+}
+
 TEST_F(TokensOutOfMemory, AccessTokenOverThePort) {
   if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
   prepare();
