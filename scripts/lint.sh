@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The checks of the code itself (part of `make check`, alone as `make lint`):
 #   1. every C and C++ file of the tree is formatted as .clang-format says
 #   2. the library (src/) passes the clang-tidy checks of .clang-tidy (reserved identifiers, ...)
+#   3. every source file names its licence: "SPDX-License-Identifier: Apache-2.0" (check-spdx.sh)
 # Usage: scripts/lint.sh <build dir with compile_commands.json> [jobs]
-# Exit status 0 when both are clean, 1 otherwise (the findings and how to fix them are printed).
+# Exit status 0 when all are clean, 1 otherwise (the findings and how to fix them are printed).
 set -uo pipefail
 build=${1:?usage: scripts/lint.sh BUILD_DIR [JOBS]}
 jobs=${2:-$(nproc)}
@@ -26,6 +28,11 @@ if [ -n "$format_log" ]; then
   status=1
 fi
 
+if ! spdx_log=$(scripts/check-spdx.sh "$root"); then
+  echo "$spdx_log" | sed 's/^spdx: /lint: /'
+  status=1
+fi
+
 if [ ! -f "$build/compile_commands.json" ]; then
   echo "lint: $build/compile_commands.json is missing: configure the build first (make build-check)"
   exit 1
@@ -37,5 +44,5 @@ if [ $? -ne 0 ]; then
   status=1
 fi
 
-[ $status -eq 0 ] && echo "lint: format and clang-tidy clean"
+[ $status -eq 0 ] && echo "lint: format, licence lines and clang-tidy clean"
 exit $status
