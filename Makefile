@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Velmora Account client: the entry points. `make check` and `make demo` work on a fresh Debian machine.
 JOBS ?= $(shell nproc)
 CHECK_DIR ?= build/check

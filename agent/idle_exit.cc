@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: exiting when idle (see idle_exit.hh).
 #include "idle_exit.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: exiting when idle.
 //
 // Launched on demand, the agent need not run for ever: after VELMORA_AGENT_IDLE_MS milliseconds

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the servers the agent runs while it serves, started in table order and stopped in
 // reverse order by main.cc.
 //

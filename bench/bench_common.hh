@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: what the benchmarks share. The floor of a round trip between two processes (a
 // child echoing length-prefixed frames over a Unix socketpair, as the host's ports frame them), and
 // a reporter that keeps the mean time of every benchmark for the comparison table each benchmark

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: a whole profile asked of the agent (velmora_account_profile_request_info,
 // every category full: 2 names, 2 birthdays, 50 items in each list category, every single
 // category set) from the call to its callback, in each transport, next to that transport's floor

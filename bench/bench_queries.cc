@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: the blocking account state queries that read the platform account store
 // (velmora_account_is_signed_in_sync, velmora_account_get_account_list_sync,
 // velmora_account_get_default_account_sync) with 1, 10 and 1,000 accounts in the store, each next

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: encode + decode round trips of AccountSvc records, next to the same data
 // serialised and read back with GVariant.
 //

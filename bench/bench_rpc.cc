@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: the round trip of one AccountSvc method call, next to the floor under it and
 // a common alternative.
 //

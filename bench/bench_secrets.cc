@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: what the agent spends on a client secret and on a password, next to the
 // earlier scheme each replaced, measured in the same run.
 //

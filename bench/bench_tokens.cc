@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: velmora_account_request_access_token from the call to its completion
 // callback, next to the floor of the same CPU regime measured in the same run.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora benchmarks: what the token benchmarks stand on. A Rig is one platform root of its own
 // with the agent installed, a signed-in user, a client with a secret and one without, optionally
 // more installed packages and a state already holding many live tokens; its agent is started by

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # One object library per area of the tree: every *.cc / *.c directly in DIR belongs to it.
 # Adding a file to an area needs no edit here; the folder is the unit of the architecture.
 #

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What `cmake --install` puts under the prefix (DESTDIR is honoured as usual):
 #
 #   lib/libvelmora-account.so.<version>, lib/libvelmora-platform.so.<version>  (SONAME .so.<major>)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # cmake -DPROGRAM=<exe> -DOPTION=<option> -DOUTPUT=<file> -P VelmoraRunToFile.cmake
 # Runs `<exe> <option>` and writes what it prints to <file>; fails when the program fails.
 # Leak checking is off: a report must not end up in the file.

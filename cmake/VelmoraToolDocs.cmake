@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The manual page and the bash completion of a command-line tool, made by the tool itself from the
 # tables that also give its --help (tools/common/cli.hh), and installed with it.
 #

@@ -1,4 +1,5 @@
 #!/bin/sh
+# SPDX-License-Identifier: Apache-2.0
 # Doxygen input filter of the public headers: their block comments are their documentation.
 #  - The first comment of a header describes the file.
 #  - A comment that opens a line describes what follows it; at the top level of a header it

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs examples/profile.c against the agent: a fresh platform root with the agent and the example
 # installed as an application (it receives the agent's change notices), a user signed in with a
 # client; the example watches the profile while another run of it sets the nickname in each

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs an example program in a fresh platform root that has the account agent package installed.
 #   run_in_platform_root.sh <velmora-platform program> <example program> <agent executable>
 # The examples that use this only look the agent up; it is not launched.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs examples/token.c against the agent: a fresh platform root with the agent installed, a user
 # signed in with a client, then the example in both transports. Stops the agent the example caused
 # to be launched (velmora-platform stop) and removes the root.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the interface of the agent's AccountSvc port.
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the account handle, its properties, the connection to the account agent
  * and the account operations (sign-in, tokens, state queries, account services).

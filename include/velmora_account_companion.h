@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: companion accounts, the account of the phone paired with a wearable.
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the user's saved places (home, work and the like).
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the user's profile (names, birthdays, phone numbers, e-mail and web
  * addresses, photo, health data ...), its sources and privacy.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The demo: a fresh platform root, the account agent installed in it, a demo user signed in with a
 # client, then an access token and an authorization code through the library with velmora-account,
 # over app control and over the agent's RPC port, and the signed-in accounts with the default one;

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The API reference (`make docs`): HTML from the public headers with Doxygen, in <out>/html.
 # Every public symbol is documented: a Doxygen warning (an undocumented symbol, a broken
 # reference) fails it, with the list of warnings.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages the build, the tests, the fuzzers and the benchmarks need, when they
 # are missing. Safe to run again: it does nothing when everything is there.
 set -euo pipefail

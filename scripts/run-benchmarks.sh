@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs every benchmark executable of a build configured with -DVELMORA_BENCH=ON and prints its
 # results (each benchmark prints its own comparison table at the end). Extra arguments are passed
 # to every benchmark, e.g. --benchmark_filter=AccountS or --benchmark_min_time=2.

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs every fuzz target of a fuzz build for a number of seconds each, starting from its committed seed
 # corpus (tests/fuzz/corpus/<name>/) and a scratch corpus. Fails when a target finds a crash or a leak.
 set -euo pipefail

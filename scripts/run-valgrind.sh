@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Runs every test of a build without sanitizers under valgrind's memcheck, each test in its own
 # process (as under ctest), with the suppressions of the leaks kept on purpose (tests/valgrind.supp).
 # Fails when valgrind reports an error or a definite leak in any of them.

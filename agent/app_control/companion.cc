@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: companion accounts, a wearable reaching the account of its paired phone.
 //
 // On the wearable (device profile "wearable"):

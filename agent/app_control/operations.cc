@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the table of app-control operations, and the helpers their handlers share.
 #include "app_control/operations.hh"
 

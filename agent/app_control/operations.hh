@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations the agent serves, as a table.
 //
 // Each row is an operation URI (the library's REQUEST_OP_* value), the name under which its faults

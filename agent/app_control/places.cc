@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operation of the saved places (REQUEST_OP_PLACE_GET).
 //
 // The reply numbers the places from 1 and carries each field as "<field>_<number>": "name_1",

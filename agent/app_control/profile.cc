@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations of the user's profile.
 //
 //   getuserprofile        "resource" = a category's word: that category (privacy, count, items);

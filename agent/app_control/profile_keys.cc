@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: profiles as app-control extras (profile_keys.hh).
 #include "app_control/profile_keys.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: profiles as app-control extras, the keys the client library reads and writes.
 //
 // Replies and change notifications carry, per category:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: telling subscribed applications that a user's profile changed.
 #include "app_control/profile_notify.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: telling subscribed applications that a user's profile changed.
 //
 // Every application subscribed to the login id (velmora_account_profile_subscribe) receives a

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations of the account state queries: whether an account is
 // signed in, the signed-in accounts, the default account (get and set) and the account of a user
 // id (GUID).

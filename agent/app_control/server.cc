@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control server: launch requests in, replies out, faults applied.
 #include "app_control/server.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations, the agent's end of APP_CONTROL mode.
 //
 // Every launch request sent to the agent reaches the server, which looks its operation URI up in

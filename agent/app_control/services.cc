@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations of the account services: the current MCC, the terms
 // consents and the account-linking status.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations for access tokens and authorization codes.
 //
 // Replies carry the keys the client library reads ("access_token", "access_token_expires_in",

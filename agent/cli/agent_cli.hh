@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent: what the admin commands share: the options, the command table (cli/commands.cc),
 // opening the agent's state and printing outcomes. Each command lives in its own cli/cmd_<name>.cc
 // and has one row in the command table (tools/common/cli.hh says how a row becomes --help, the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent clock: shows or moves the agent's time (for tests).
 #include <cerrno>
 #include <cstdio>

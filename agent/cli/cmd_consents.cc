@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent consents: the terms consents a user gave, each with the time it was last given or
 // withdrawn.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent errors: lists the agent's error codes.
 #include <cstdio>
 

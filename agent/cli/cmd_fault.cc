@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent fault: sets, clears and lists the injected faults of the platform root.
 #include <cstdio>
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent link: links (or unlinks) an account with a partner client.
 #include <cstdio>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent places: the saved places of a user (list, add, change, remove).
 #include <cerrno>
 #include <charconv>

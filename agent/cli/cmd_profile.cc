@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent profile: a user's profile as the agent keeps it: show, change, verify, and the
 // applications subscribed to its changes. A change made here is told to them like any other.
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent register-client: a client with its secret, scopes and token lifetime.
 #include "cli/agent_cli.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent register-partner: marks a registered client as a partner service that accounts
 // can be linked with (link), or lists the partners.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent reset-state: starts a root's agent state over when it was lost (lost_state.hh).
 #include <cstdio>
 

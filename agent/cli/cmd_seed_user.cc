@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent seed-user: a user with a password, optionally signed in, default, with a client.
 // The password comes from --password-file (a file, or standard input for "-"), never from the
 // command line, where other users of the machine could read it.

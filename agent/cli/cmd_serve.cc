@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent serve: runs the agent's servers until SIGTERM or SIGINT (what the platform
 // launches).
 #include <glib-unix.h>

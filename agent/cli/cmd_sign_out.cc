@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent sign-out: signs an account out.
 #include <cstdio>
 

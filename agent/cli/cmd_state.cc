@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent state: shows users, clients, signed-in accounts, the platform store and the
 // faults, as text or as one JSON object. Never a password, secret, token or code.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent: the table of options and commands (each command in its own cli/cmd_<name>.cc).
 #include <cstdlib>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent: the helpers every admin command uses.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: signed-in accounts and the default account.
 #include "accounts.hh"
 

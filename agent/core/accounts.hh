@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the accounts signed in on this device, and which one is the default.
 //
 // Signing in needs a known user; the first account signed in becomes the default, and outside a TV

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the admin commands' work.
 #include "admin.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: what the admin commands do (seed users and clients, faults, show the state), as
 // functions that the command line of velmora-agent and tests call.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the state of one platform root.
 #include "agent_state.hh"
 

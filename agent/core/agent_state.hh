@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's whole state for one platform root, the object the servers work on.
 //
 //   auto state = vagent::AgentState::open();          // "<root>/agent/state.db"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: registered clients (client id, client secret, allowed scopes, token lifetime).
 //
 // A client secret is made by the agent (32 random bytes, 43 base64url characters) when the client

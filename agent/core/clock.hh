@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's notion of "now" (unix seconds), replaceable so that tests can move
 // time instead of waiting for it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the per-root clock offset file.
 #include "clock_offset.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: a clock offset set per platform root in "<root>/agent/clock.conf", so that tests
 // of a running agent move its time forward (to expire tokens and codes) instead of waiting.
 //

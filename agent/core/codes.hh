@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: single-use authorization codes and effortless-login codes.
 //
 // A code is 24 random bytes (32 base64url characters), bound to the login id and client id it was

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's fixed names and default values.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the terms-and-conditions consents of an account (TNC bitmask).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: device profile and store package, read from the platform's system information.
 #include "device.hh"
 

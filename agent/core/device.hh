@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the device facts that change the agent's behaviour (profile, store package).
 #pragma once
 

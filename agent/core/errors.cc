@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's error codes, from the one table of result codes that the library,
 // the agent and the tools share (velmora_account_error_name; src/base's va_error_table). The
 // agent's names drop the library's "VELMORA_ACCOUNT_ERROR_" prefix ("NEED_SIGNIN"), as its

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the error codes the agent answers with.
 //
 // These are the numbers the agent sends as "error_code" (app-control replies) and as the result of

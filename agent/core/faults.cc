@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: reading and writing the fault injection file.
 #include "faults.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: fault injection, set per platform root in "<root>/agent/faults.conf".
 //
 // The file is a key file with one group per operation name (an AccountSvc method such as

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: file change watching on one process-wide inotify instance.
 #include "file_watch.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: whether a file changed since it was last read, told without reading it.
 //
 // One inotify instance per process watches the directories asked for: a file written and

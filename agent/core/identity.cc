@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the identity record and its witness file.
 #include "identity.hh"
 

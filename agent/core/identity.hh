@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the identity of one agent state.
 //
 // When the agent creates its state it makes an identity record: a random instance id and the key

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: WAL checkpoints when the agent is idle, off the request path.
 //
 // A commit arms a timer of `idle_ms` on the thread-default main context (when none is armed).

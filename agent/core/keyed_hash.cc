@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: keyed BLAKE2b digests (libsodium crypto_generichash).
 #include "keyed_hash.hh"
 

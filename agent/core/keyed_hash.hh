@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: a fast keyed hash (libsodium's BLAKE2b under the state's own 32-byte key) for
 // values that are high-entropy already: machine-generated client secrets, refresh tokens, codes.
 // Passwords, which people choose, take the slow hash of password_hash.hh instead.

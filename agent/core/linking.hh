@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: partner clients and account linking, whether an account is linked with a partner
 // service (keyed by login id and the partner's client id). A partner is a registered client that
 // the admin command marked as one (register-partner).

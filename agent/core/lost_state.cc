@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: detection of lost state, and starting over.
 #include "lost_state.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: lost state is never silent.
 //
 // Before the agent serves (or an admin command works on a root), its state must be the state it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: MCC of an account.
 #include "mcc.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the mobile country code (MCC) and country code of a signed-in account.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: password hashing: Argon2id (libsodium), and verifying the earlier PBKDF2 form.
 #include "password_hash.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: slow, salted, memory-hard hashes of passwords.
 //
 // New hashes are Argon2id, made and checked by libsodium (crypto_pwhash_str, with its INTERACTIVE

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the user's saved places (home, work and the like), kept per login id.
 //
 // A place has a name, an address, a category, a location (type, source, latitude, longitude) and

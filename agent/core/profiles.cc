@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the users' profiles and the subscriptions to their changes.
 //
 // Storage: one row per non-empty field (login id, category, item index, field position, value);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the users' profiles (fourteen categories of items with a privacy value each) and
 // the applications subscribed to their changes.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: Status and Result<T>, how the core's operations report success or an error code.
 #pragma once
 

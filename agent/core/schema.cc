@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the table of every area's part of the state database (schema.hh).
 #include "schema.hh"
 

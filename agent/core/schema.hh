@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: how each area of the agent declares its part of the state database.
 //
 // ---- Where state is added ----

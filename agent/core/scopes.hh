@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: scope strings ("a b c", blank- or comma-separated) and the check against a
 // client's allowed scopes.
 #pragma once

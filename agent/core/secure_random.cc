@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: secure random bytes and token text forms (libsodium).
 #include "secure_random.hh"
 

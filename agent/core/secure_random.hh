@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: random bytes and the text forms of tokens, on libsodium.
 #pragma once
 

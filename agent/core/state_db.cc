@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's state database (connection, per-area migrations, prepared
 // statements, transaction control, WAL checkpoints).
 #include "state_db.hh"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the agent's own SQLite database, "<root>/agent/state.db".
 //
 // WAL journal (the admin command writes while the agent serves), a busy time-out, foreign keys.

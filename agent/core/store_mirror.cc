@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: keeping the platform account store in step with the signed-in accounts.
 #include "store_mirror.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the signed-in accounts as records of the platform account store.
 //
 // Applications read the signed-in accounts from the platform store without asking the agent, so

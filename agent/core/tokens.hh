@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: access tokens and refresh tokens.
 //
 // A grant is one row: an access token with its issue time (unix seconds) and lifetime (the

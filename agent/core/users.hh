@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the users the agent knows (login id, user id, password hash, country, MCC, server
 // URLs, terms consents).
 #pragma once

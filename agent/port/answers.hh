@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: what the port's answers are made of, shared by the methods of every area.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: reading AccountSvc requests and writing results and pushed callbacks.
 #include "port/codec.hh"
 

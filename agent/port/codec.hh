@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the parcels of the AccountSvc port as the agent sees them.
 //
 // A request is the method id followed by the method's arguments; the agent reads them into a

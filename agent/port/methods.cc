@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the table of the AccountSvc methods the agent serves.
 //
 // Synchronous methods answer in their result. Methods with a reply delegate answer in the pushed

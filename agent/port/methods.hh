@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the fourteen methods of the AccountSvc port, as a table.
 //
 // Each row names the method (its name is also the fault-injection operation name), the arguments

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc method of the saved places (RequestPlaceInfo).
 //
 // The places travel as one PlaceInfoS: `size` is their number and PlaceList holds a PlaceS each,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc methods of the user's profile.
 //
 //   RequestProfileInfo(account, "all")     the whole profile, privacy included

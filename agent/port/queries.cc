@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc methods of the account state queries (the default account, the
 // signed-in accounts). They answer in their result, without a reply delegate.
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the stub of the AccountSvc port.
 //
 // One request at a time per connection: read the method id and the arguments, look up the

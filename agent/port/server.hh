@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc port, the agent's end of NIDL mode.
 //
 // A stub on port "AccountSvc" that decodes each request, answers it from the agent's state

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc method of the account services (CommonAccount): the current MCC,
 // the terms consents, the account of a user id and the account-linking status.
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the AccountSvc methods of access tokens and authorization codes. The last access
 // token answers in its result; the others answer through their reply delegate.
 #include <climits>

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora platform: symbol export marker shared by the platform interface headers.
  */

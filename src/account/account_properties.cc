@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the property table of the account record and the property logic
 // without the agent check.
 //

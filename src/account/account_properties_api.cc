@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the public property accessors of the account handle.
 //
 // Each checks the agent and its arguments, then hands over to the property logic of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: connected handles, whose requests travel over the agent's RPC port.
 //
 // velmora_account_connect makes an account record, creates the AccountSvc proxy for the agent and

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: is the account agent installed, and is its API level high enough.
 //
 // Both answers are cached for the life of the process in plain variables (the library runs on the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the library's own allocations, and the failure injection of test builds.
 #include <atomic>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: is the device a TV, is it a wearable.
 //
 // The TV answer is cached for the life of the process; the wearable answer is read each time.

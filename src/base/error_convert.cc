@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: turning platform and agent errors into the library's result codes.
 #include <cstdlib>
 

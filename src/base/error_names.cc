@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the one table of result codes with their names and explanations: the
 // library's codes and the account agent's own (velmora_account_error_name,
 // velmora_account_error_message; the agent and the tools read the same table through

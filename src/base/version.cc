@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the version of the library at run time.
 #include "velmora_account_version.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the companion handle (velmora_account_companion_*): create, destroy and
 // the six property accessors, which reach the account record's properties after their checks.
 // Every function needs agent API level 5.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: reading the agent's companion replies into a companion handle. Both
 // requests' replies read the same way; the log names the reply callback of each
 // ("companion_get_account_cb", "companion_sign_in_result_cb") and the extras' visitor

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the account record behind velmora_account_h, its property table, and the
  * internal functions that work on it (the copy a request carries, the property logic without the

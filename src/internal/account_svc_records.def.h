@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the table of the AccountSvc message records, lists and reply delegates.
  *

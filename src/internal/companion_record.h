@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the companion handle (velmora_account_companion_h) is an account record
  * (account_record.h) made by velmora_account_companion_create; this header has what the companion

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the values most operation rows send, and the length of a row's table.
 //
 //   constexpr va_extra_s kMyExtras[] = {va::kLoginIdExtra, va::kClientIdExtra, ...};

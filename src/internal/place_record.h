@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the place and place-list records behind velmora_account_place_h and
  * velmora_account_place_list_h, and the readers that fill a list from the agent's replies.

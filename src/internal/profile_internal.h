@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: what the profile area's files share: copying items into a list, and
  * (with the requests) turning replies into lists and lists into update bodies.

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the profile records behind velmora_account_profile_h and
  * velmora_account_profile_list_h, the fourteen item records, and the category table that the

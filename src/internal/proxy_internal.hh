@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the AccountSvc proxy and its reply delegates inside the library.
 //
 // The layouts of the proxy record and of the four delegate types, the table that describes the

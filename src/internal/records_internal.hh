@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the AccountSvc records and lists inside the library.
 //
 // The layouts of every record and list (expanded from account_svc_records.def.h), their

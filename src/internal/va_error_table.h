@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora Account client: the table of result codes behind velmora_account_error_name and
  * velmora_account_error_message, for the agent and the tools that list every code.

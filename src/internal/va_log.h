@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the library's log lines.
 //
 // Account client lines go out under "VelmoraAccount_CAPI" as "<file> : <function>(<line>) >

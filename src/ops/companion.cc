@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: companion accounts, asked of the agent on a wearable
 // (velmora_account_companion_get_account, velmora_account_companion_sign_in). The companion handle
 // and the reading of the replies live in src/companion.

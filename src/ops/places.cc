@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the user's saved places, asked of the agent
 // (velmora_account_place_request_info). The place and place-list handles and the reading of the
 // replies live in src/place.

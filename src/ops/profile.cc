@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the profile requests (velmora_account_profile_request_profile,
 // _request_privacy, _request_info, _update_info, _update_privacy, _subscribe, _unsubscribe).
 //

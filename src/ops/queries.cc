@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: account state queries (velmora_account_is_signed_in,
 // velmora_account_get_account_list, velmora_account_get_default_account,
 // velmora_account_set_default_account and its blocking form,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the blocking account state queries that read the platform account store
 // instead of asking the agent (velmora_account_is_signed_in_sync,
 // velmora_account_get_account_list_sync, velmora_account_get_default_account_sync).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: account services (velmora_account_request_mcc, velmora_account_set_tnc,
 // velmora_account_update_tnc_info, velmora_account_request_account_linking_info).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: access tokens and authorization codes
 // (velmora_account_request_access_token, velmora_account_get_last_access_token and its blocking
 // form, velmora_account_request_auth_code, velmora_account_request_auth_code_for_effortless_login).

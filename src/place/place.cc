@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: one saved place (velmora_account_place_*): create, destroy and the three
 // getters. Every function needs agent API level 2.
 #include <cstdlib>

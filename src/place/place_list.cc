@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the place list (velmora_account_place_list_*): fifty slots, create,
 // destroy and foreach. Every function needs agent API level 2.
 #include <cstdlib>

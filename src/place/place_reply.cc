@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: reading the agent's place replies into a place list.
 //
 // Over app control the places come as extras "<field>_<index>" (index 1..50): "name_1",

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: copying one category of the account's received profile (its `link`)
 // into an application's list (velmora_account_profile_get_profile_list).
 #include <cstdlib>

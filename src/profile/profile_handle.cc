@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: profile and profile-list handles: create, destroy, append.
 //
 // Everything works from the category table (profile_record.h): which item record a category has,

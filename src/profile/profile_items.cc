@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: reading and writing one field of a profile by item id, its source and
 // its privacy. Local records only; nothing here talks to the agent.
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the profile data model: the category table, item records, profile and
 // list records, and their release.
 //

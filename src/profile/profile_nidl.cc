@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: profile lists to and from the port's records: the reader of a
 // ResponseProfileCb's ProfileS, and the ProfileS and PrivacyS an update sends.
 #include <cstdlib>

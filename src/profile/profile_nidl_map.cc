@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: where each profile category and field lives in the port's records
 // (ProfileS, PrivacyS and the fourteen item records), found once from the category table and the
 // records' descriptors.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the replies to the profile requests, in either transport.
 //
 // App-control replies come through the generic reply callback (entry line, result, "REQUEST_HANDLE_

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the profile as app-control reply keys, parsed into a profile list.
 //
 //   "names", "phoneNumbers", ...           privacy of the category (decimal)

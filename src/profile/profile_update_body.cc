@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the extras of a profile update in APP_CONTROL mode.
 //
 // One category is sent, the first the list holds (va_profile_update_category): "resource" names

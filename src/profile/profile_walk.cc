@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: walking a profile list (velmora_account_profile_list_foreach).
 //
 // The callback gets the list's view record (`cb`): one profile record owned by the list whose item

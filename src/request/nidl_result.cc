@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: an AccountS record received over the AccountSvc port, written into an
 // account handle.
 //

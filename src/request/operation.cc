@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: running an asynchronous operation from its table row: the checks every
 // operation shares, the clone, and the choice of transport.
 //

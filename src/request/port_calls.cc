@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the AccountSvc methods that answer through a delegate, each with the
 // arguments an operation's row and call give it (va_port_invoke_fn). A row names one of these as
 // its port.invoke.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the reply callback of every app-control request.
 //
 // It logs under the reply name of the operation's row ("access_token_result_cb"), so that the log

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: reading the extras of an app-control reply.
 //
 // va_foreach_extra_cb copies the values the library knows (the key table below) into the request's

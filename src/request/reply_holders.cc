@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the reply parsers whose answer is not an account property: the
 // signed-in status and the list of signed-in login ids (va_reply_parser_fn, named by the rows of
 // the queries). Their reply holder (request field 2) was allocated with the request (the row's

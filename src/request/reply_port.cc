@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the request record of a request over the AccountSvc port, and the
 // delegate callback of every request answered by a ResponseCb.
 //

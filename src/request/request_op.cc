@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the exported operation URIs of app-control requests.
 #include "va_constants.h"
 #include "velmora_account_request_op.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: sending a request as an app-control launch request to the agent.
 //
 // The reply reaches va_reply_app_control_cb with the request record as its user data; a launch

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: sending a request over the handle's AccountSvc port.
 //
 // The method call blocks until the agent has accepted the request; the answer comes later through

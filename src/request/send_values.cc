@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the values an operation sends, read from the caller's handle (or from
 // the call's arguments) through the operation's extras table.
 //

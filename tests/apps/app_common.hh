@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what every test application does at start (see test_apps.hh).
 #pragma once
 

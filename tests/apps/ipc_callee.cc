@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: an application that serves launch requests (see test_apps.hh).
 //
 // The request's "mode" extra chooses what happens:

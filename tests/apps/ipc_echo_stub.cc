@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: an application serving one rpc-port stub (see test_apps.hh).
 //
 // A request is a parcel that starts with a command string:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a second client process (see test_apps.hh).
 //
 //   ipc_sender proxy <app> <port>   connects a proxy, makes one "echo" round trip; exit 0 on

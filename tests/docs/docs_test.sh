@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # The API reference (scripts/docs.sh, which `make docs` runs): the public headers document without
 # a warning and every header has its page; a public function without a comment fails the build and
 # is named.

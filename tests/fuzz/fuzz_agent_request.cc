@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: AccountSvc request parcels of arbitrary bytes, read as the reference agent reads
 // them: the method id, then the method's arguments from the agent's method table (strings, ints,
 // an AccountS record, profile and privacy records it throws away, the reply delegate's header).

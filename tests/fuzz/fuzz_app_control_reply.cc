@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: app-control replies of arbitrary keys and values, parsed by the library's reply
 // callbacks (the account-response family, the signed-in status, the account list and the two
 // companion replies).

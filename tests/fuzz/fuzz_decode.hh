@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: decoding AccountSvc records and lists from arbitrary bytes.
 //
 // An input is one selector byte (which type, modulo the number of types of the target) and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: what the host platform reads from its sockets: hello and answer frames, launch
 // requests and replies (app controls on the wire), and the cutting of a byte stream into frames.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: the nine AccountSvc list types decoded from arbitrary bytes (first byte: the
 // list type). See fuzz_decode.hh for the property checked.
 #include "fuzz_decode.hh"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: the place reply of the port (a PlaceInfoS from arbitrary bytes) read into a
 // place list (set_place_list_from_nidl_result).
 //

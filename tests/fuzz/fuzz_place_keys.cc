@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: the place reply's app-control keys (foreach_place_cb) with arbitrary keys and
 // values.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: a pushed callback parcel of arbitrary bytes, dispatched by the AccountSvc proxy
 // (protocol check, delegate header, the receive routine of the named delegate type) to a proxy
 // that holds one delegate of each type, once and not once. Whatever the bytes, dispatch must not

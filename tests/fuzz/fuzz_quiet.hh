@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: targets run quietly.
 //
 // The library and the platform log what they refuse (those lines are part of their behaviour);

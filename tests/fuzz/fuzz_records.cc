@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora fuzzing: the nineteen AccountSvc records decoded from arbitrary bytes (first byte: the
 // record type). See fuzz_decode.hh for the property checked.
 #include "fuzz_decode.hh"

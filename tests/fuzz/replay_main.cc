@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the corruption suite. Linked with one fuzz target instead of libFuzzer, it replays
 // every committed seed of that target (tests/fuzz/corpus/<name>/) and every corruption of it
 // through the target's LLVMFuzzerTestOneInput, in one process and in a fixed order:

@@ -1,4 +1,5 @@
 #!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
 # Installs the build into a staging directory (DESTDIR + a prefix that does not exist on this
 # machine, so only relative paths can work), checks the installed layout, builds the examples out
 # of tree against it with find_package(VelmoraAccount) and with pkg-config, and runs both against

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: named internal functions stay hidden and named public ones are exported.
 //
 // header_parity_test.cc compares the whole export list with the headers; these cases name the

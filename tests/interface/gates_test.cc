@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the gates table. One row per public velmora_account_* function says what it
 // answers when the agent is not installed, when the agent is below the API level the function
 // needs, on a TV, on a wearable, and when it is given a handle of the other transport.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the public headers and the shared libraries agree.
 //
 // Every function declared in include/ is exported by libvelmora-account.so, except the names of

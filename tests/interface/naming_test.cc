@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the library's internal naming scheme.
 //
 // Every symbol the library defines is either public (velmora_account_*, rpc_port_*, REQUEST_OP_*)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the committed include/account_svc_proxy.h is what the generator writes from the
 // records table today.
 #include <gtest/gtest.h>

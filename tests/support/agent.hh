@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the reference agent of one platform root, as integration tests drive it.
 //
 // vtest::Agent installs the agent package into a root, seeds users and clients into its state

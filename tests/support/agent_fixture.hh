@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the library's AccountSvc transport against the reference agent, each test in its
 // own platform root with the agent installed, launched on demand and stopped at the end (the agent
 // itself is driven through vtest::Agent, agent.hh; waits through vtest::run_until, main_loop.hh).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: an operation run again and again, each time with another of its allocations
 // failing (the library's va_alloc_fail_at, the platform's velmora_host_alloc_fail_at).
 //

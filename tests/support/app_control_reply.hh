@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: launch requests sent straight to an application (the agent), without the library,
 // and the reply they got: its result and its extras.
 #pragma once

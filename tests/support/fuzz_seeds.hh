@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the committed fuzz seeds (tests/fuzz/corpus/<target>/<name>), for tests that
 // replay or corrupt them.
 #pragma once

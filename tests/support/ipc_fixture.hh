@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a platform root with the test applications, and clients that record events.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: reading the one JSON object a command printed (json-glib).
 #pragma once
 

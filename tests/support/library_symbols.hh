@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the symbols a built library defines, as nm lists them, and the names of the
 // public interface (velmora_account_*, rpc_port_*, REQUEST_OP_*).
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: capture of the platform log.
 #include "log_capture.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: capture of the platform log, to assert the library's exact lines.
 #pragma once
 

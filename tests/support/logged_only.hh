@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: asserting the one log line of a generated-layer function.
 #pragma once
 

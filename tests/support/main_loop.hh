@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: waiting on the main loop, the one way every test waits.
 //
 // run_until() dispatches the thread-default main context until a condition holds or a deadline

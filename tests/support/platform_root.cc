@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a fresh platform root per test.
 #include "platform_root.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a fresh platform root per test.
 //
 // PlatformRoot makes a new temporary directory, points VELMORA_PLATFORM_ROOT at it and, when it

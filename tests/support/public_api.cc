@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the public headers declare (see public_api.hh).
 #include "public_api.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the public headers declare, read the way a compiler reads them.
 //
 // declared_names() preprocesses every header of the given folders with the C compiler of the build

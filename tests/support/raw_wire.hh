@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the platform's socket protocol written out by hand, to play a misbehaving peer.
 //
 // Independent of the platform's own code on purpose: it follows the format documented in

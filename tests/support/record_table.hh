@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: every AccountSvc record and list type with its exported functions, for
 // table-driven tests. Expanded from the same table as the library, but it reaches the records only
 // through the exported rpc_port_* functions, each wrapped in a lambda of one uniform signature per

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: running a built program of the project and capturing what it says.
 #include "run_program.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the platform account store holds for a package, read through the platform
 // interface as an application reads it.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the test applications of tests/apps and what tests need to drive them.
 //
 // The applications are started by the host platform's launcher (a test installs them into its own

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora command-line tools: parsing with GOptionContext, help, secrets (see cli.hh).
 #include "cli.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora command-line tools: one style for all of them.
 //
 // A tool is a table: its options (each written once, with the text --help and the manual page

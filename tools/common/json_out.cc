@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora command-line tools: JSON output (see json_out.hh).
 #include "json_out.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora command-line tools: one JSON object per outcome, with json-glib. Every string is made
 // valid UTF-8 first, so the output is always valid JSON.
 #pragma once

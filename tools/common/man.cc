@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora command-line tools: the manual page and the bash completion, made from the same tables
 // as --help (see cli.hh).
 #include <set>

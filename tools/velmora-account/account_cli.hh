@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: what the command's parts share: the options, the session with the account
 // agent and the printing of outcomes.
 //

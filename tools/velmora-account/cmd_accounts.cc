@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account accounts: the login ids of the signed-in accounts, at most ten
 // (velmora_account_get_account_list, or with --sync velmora_account_get_account_list_sync, which
 // reads the platform's account store).

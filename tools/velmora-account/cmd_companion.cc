@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account companion status | sign-in: the paired phone's account, from a wearable
 // (velmora_account_companion_get_account, velmora_account_companion_sign_in). Always over app
 // control, the only transport these requests have; sign-in gives the phone --timeout seconds.

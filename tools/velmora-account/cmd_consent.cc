@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account consent CONSENT...: gives the account's terms consents to the agent
 // (velmora_account_set_tnc for each consent named, then velmora_account_update_tnc_info). The
 // consents not named are withdrawn; the two mandatory ones must be among them.

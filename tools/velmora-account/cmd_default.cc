@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account default [get | set LOGIN_ID]: the default account of the device, or make another
 // signed-in account the default (velmora_account_get_default_account and
 // velmora_account_set_default_account; with --sync velmora_account_get_default_account_sync, which

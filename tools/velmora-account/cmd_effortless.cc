@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account effortless: velmora_account_request_auth_code_for_effortless_login; the answer
 // must carry the property AUTHCODE.
 #include "account_cli.hh"

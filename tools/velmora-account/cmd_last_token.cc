@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account last-token: the last access token the agent handed out
 // (velmora_account_get_last_access_token, or with --sync
 // velmora_account_get_last_access_token_sync); the answer must carry an access token.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account linking: whether the account is linked with a partner service
 // (velmora_account_request_account_linking_info); the answer shows the linking status, false
 // included.

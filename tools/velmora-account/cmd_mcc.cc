@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account mcc: the mobile country code the account's requests go with: the device's when it
 // is on a network, else the account's own (velmora_account_request_mcc); the answer must carry the
 // MCC.

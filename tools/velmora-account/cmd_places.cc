@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account places: the saved places of --login-id (velmora_account_place_request_info),
 // in either transport. Places are added, changed and removed by the agent's administrator
 // (velmora-agent places add|change|remove).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account profile: the user's profile through the library.
 //
 //   profile get [CATEGORY]                   the whole profile

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account status [LOGIN_ID]: whether the account (without one: any account) is signed in
 // (velmora_account_is_signed_in, or with --sync velmora_account_is_signed_in_sync, which reads the
 // platform's account store).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account token: velmora_account_request_access_token; the answer must carry the property
 // ACCESS_TOKEN.
 #include "account_cli.hh"

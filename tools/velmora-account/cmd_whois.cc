@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account whois USER_ID: the signed-in account of a user id
 // (velmora_account_get_account_from_property); the answer must carry the login id.
 #include <glib.h>

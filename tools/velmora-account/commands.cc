@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: the table of options and commands (each command in its own cmd_<name>.cc).
 #include <cstdio>
 #include <cstdlib>

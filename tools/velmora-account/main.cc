@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: the account client from the command line (see commands.cc for its commands).
 #include "account_cli.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: printing an answer (only the properties that are set) or a failure, as text or
 // as one JSON object (json-glib), with the result code's name and explanation from the library's
 // table and, when the platform said why a launch or a connection failed, its reason.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: the profile's categories and fields as the command line names them (the words
 // of the agent's profile keys), with the library's item ids.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account: a handle in the chosen transport, and the GLib main loop that waits for the
 // agent's answers (bounded by --timeout).
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform accounts [package-id]: the platform account store's records, one per line:
 //   <package-id> <user name> [<key>=<value> ...]
 // in insertion order (all packages when none is given, ordered by package); with --json

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform init [--profile P]: create the platform root.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform install <package-id> --app <app-id>:<service|ui>:<exec> ...
 //                                       [--meta <app-id>:<key>=<value> ...]
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform list: the installed packages and their applications, one package per line:
 //   <package-id>: <app-id> (<type>), ...
 // or with --json {"packages": [{"package_id": ..., "apps": [{"app_id": ..., "type": ...}]}]}.

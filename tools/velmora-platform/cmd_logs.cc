@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform logs <app-id>: what a launched application wrote to stdout and stderr (the
 // file kept from before the last rotation first, then the current one).
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform mcc [MCC | none]: show the mobile country code of the network the device is on,
 // or set it ("none": the device is on no network).
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform pair [--phone ROOT | --unpair]: pair this root (a wearable) with a phone's
 // root, forget the pairing, or show it.
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform profile [P]: show the device profile, or set it.
 #include <cstdio>
 #include <cstdlib>

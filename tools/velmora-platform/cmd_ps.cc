@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform ps: the applications of the root that run now, one per line:
 //   <app-id> <pid>
 // or with --json {"running": [{"app_id": ..., "pid": ...}]}.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform remove <package-id>: remove an installed package.
 #include <cstdio>
 

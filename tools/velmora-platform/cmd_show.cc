@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform show <package-id>: a package's applications, executables and metadata.
 #include <cstdio>
 #include <string>

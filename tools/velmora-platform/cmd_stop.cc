@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform stop <app-id>: stops a running application (SIGTERM; SIGKILL when it has not
 // ended after 5 s).
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform: the table of options and subcommands, and the helpers they share.
 #include "commands.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform: the subcommands and what they share.
 //
 // Every subcommand is one file (cmd_<name>.cc) with one row in the command table of commands.cc

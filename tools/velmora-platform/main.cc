@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform: the admin command of the host platform (see commands.cc for its commands).
 #include "commands.hh"
 

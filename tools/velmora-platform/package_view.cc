@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-platform: reading an installed package through the platform interfaces.
 #include "package_view.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the calling application's own id, VELMORA_APP_ID of its environment.
 #include <cstdlib>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: stamps of files and directories (see file_stamp.hh).
 #include "file_stamp.hh"
 

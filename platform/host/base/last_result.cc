@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the per-thread last result.
 #include "platform_result.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the platform root directory and the checks that keep others out of it
 // (see host_root.hh).
 #include <fcntl.h>

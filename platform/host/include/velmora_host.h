@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora host platform: what the host implementation offers beyond the platform interfaces.
  *

@@ -1,3 +1,4 @@
+/* SPDX-License-Identifier: Apache-2.0 */
 /*
  * Velmora host platform: a look into the platform account store, for the admin command and
  * tests (the platform interface reads one custom value by key; this walk shows them all), and the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: failure injection for the allocations of parcels and app control
 // objects (test builds).
 //

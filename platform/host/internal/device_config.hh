@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the device configuration of a platform root.
 //
 // "<root>/device.conf" is a key file:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: telling whether a file or a directory changed since it was read, so that
 // the registry and the configuration are read when they change, not on every request.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: where a platform root keeps its parts, and whether it can be trusted.
 //
 // The platform starts the executables its package registry names, as the current user. A root that

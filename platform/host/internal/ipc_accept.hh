@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: accepting streams on a listening socket, shared by the servers of the
 // host (the app-control server and the rpc-port stub).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the app control record and its encoding (see ipc_wire.hh, "control").
 #pragma once
 

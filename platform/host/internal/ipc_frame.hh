@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: length-prefixed frames on a stream socket (see ipc_wire.hh for the
 // format).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: launch on demand.
 //
 // Reaching an application (an rpc-port stub or its launch-request socket) first tries to connect.

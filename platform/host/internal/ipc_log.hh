@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: log lines of the inter-process parts (tag "VELMORA_IPC").
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the bounded output queue of a non-blocking stream.
 //
 // A server never waits for a peer to read. A frame is written at once as far as the socket takes

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: rpc-port ports and the link (the two streams of one proxy connection).
 //
 // A link owns the main and the callback stream of one connection, watches both on the GLib main

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: where applications listen, and the Unix sockets themselves.
 //
 // Below the platform root, "run/<app id>/" holds the sockets of a running application:

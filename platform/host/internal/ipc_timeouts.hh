@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the time limits of the inter-process parts, from the environment.
 //
 // Each is a positive number of milliseconds (at most a day); anything else gives the default.

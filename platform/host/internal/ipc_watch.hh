@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: main-loop sources of the inter-process parts: a watch on a socket, and
 // letting a source go.
 #pragma once

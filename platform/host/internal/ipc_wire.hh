@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: what travels on the platform's Unix stream sockets.
 //
 // Every integer is little-endian; a "string" is a uint32 byte count followed by the bytes (no NUL).

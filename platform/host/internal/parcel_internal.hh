@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the parcel record, shared by the parcel primitives and the ports.
 #pragma once
 

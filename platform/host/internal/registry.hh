@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the package registry as the other host parts see it.
 //
 // A package is one key file "<root>/packages/<package id>.pkg":

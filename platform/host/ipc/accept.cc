@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: accepting streams, per-peer caps, the hello deadline and the back-off
 // when descriptors run out (see ipc_accept.hh).
 #include <poll.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the app control object (target, operation, extras, caller).
 //
 // Extras keep their insertion order; adding an existing key replaces its value in place. A clone

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: app controls on the wire (see ipc_wire.hh, "control").
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: sending launch requests and receiving their replies.
 //
 // app_control_send_launch_request returns at once and never waits for the callee. It decides

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: receiving launch requests (the callee side) and replying to them.
 //
 // velmora_host_app_control_serve listens on "run/<own app id>/appcontrol.sock" and accepts

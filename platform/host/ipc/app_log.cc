@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the log file of a launched application.
 //
 // A launched application's stdout and stderr go to log/<app id>.log below the root, appended to at

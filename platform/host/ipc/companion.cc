@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: a wearable paired with a phone, two platform roots on one machine.
 //
 // Pairing writes "<root>/companion.conf" in both roots (a key file, 0600):

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: length-prefixed frames on non-blocking stream sockets.
 #include <glib.h>
 #include <poll.h>

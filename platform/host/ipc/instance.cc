@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the pid file of a launched application and whether that instance lives.
 #include <fcntl.h>
 #include <glib.h>

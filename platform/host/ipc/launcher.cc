@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: launch on demand (see ipc_launcher.hh).
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the bounded output queue of a non-blocking stream (see ipc_outbox.hh).
 #include <glib-unix.h>
 #include <sys/socket.h>

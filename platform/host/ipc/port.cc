@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the link of one rpc-port connection and its two watched ports.
 #include <glib-unix.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: reaping the applications the launcher started, so that none stays a
 // zombie.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: an application launched on demand retiring when idle
 // (velmora_host_retire).
 //

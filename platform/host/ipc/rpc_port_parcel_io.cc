@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: sending parcels on ports and reading them from ports.
 //
 // The proxy's main port reads blocking: it waits with poll() (the main loop does not run) until

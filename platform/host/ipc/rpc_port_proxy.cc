@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the rpc-port proxy (client end of a connection).
 //
 // connect() returns at once. The proxy then reaches the stub's socket, launching the stub

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the rpc-port stub (server end).
 //
 // listen() binds "run/<own app id>/rpc-<port>.sock" and accepts through ipc_accept.hh (caps per

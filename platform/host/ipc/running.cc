@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the applications running below a root, and stopping one
 // (velmora_host_list_running, velmora_host_stop_app, velmora_host_app_log_path).
 #include <glib.h>

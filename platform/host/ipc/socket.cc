@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: socket paths of running applications, connecting and listening.
 #include <fcntl.h>
 #include <sys/file.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the time-outs of the inter-process parts, read from the environment.
 #include <cstdlib>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the hello and answer frames that open every stream.
 #include <glib.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: an installed application's information and metadata, from the registry.
 #include "app_info.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the device configuration file of a platform root.
 #include "device_config.hh"
 

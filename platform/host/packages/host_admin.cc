@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: administration of the device profile and the package registry, for the
 // velmora-platform command and the tests (the velmora_host_* functions of velmora_host.h).
 #include <glib.h>

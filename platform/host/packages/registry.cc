@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the package registry, one key file per package below the platform root.
 #include "registry.hh"
 

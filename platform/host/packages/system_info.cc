@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: system information (the device profile and MCC of the platform root).
 #include "system_info.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: parcels.
 //
 // Fixed-width little-endian primitives; a string is a uint32 byte length and the bytes. Every read

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: account records in memory (create, destroy, set and get their fields).
 #include <cstdlib>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: who may write the platform account store.
 //
 // Any process may read the store. Writing is for account services and for the user's own admin

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the account store's database connection, schema and prepared statements.
 #include <sys/stat.h>
 #include <unistd.h>

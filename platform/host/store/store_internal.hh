@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: what the parts of the platform account store share.
 //
 // The store is one SQLite database per platform root, "<root>/store/accounts.db":

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: reading the account store (the walk over a package's records).
 #include <string>
 #include <vector>

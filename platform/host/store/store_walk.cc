@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the walk over the account store with every custom value, for the admin
 // command and tests.
 #include <vector>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: writing the account store (insert, update and delete by user name).
 #include "store_internal.hh"
 #include "velmora_host_store.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the four reply delegate types of the AccountSvc proxy.
 //
 // A delegate is the client's record of an awaited callback. All four types are one record layout

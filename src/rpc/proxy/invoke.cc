@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the fourteen method calls of the AccountSvc proxy.
 //
 // Every method is the same routine: check the required arguments and the connection, write the

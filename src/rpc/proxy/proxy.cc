@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the AccountSvc proxy record, its connection and its event handlers.
 //
 // The proxy owns one rpc-port connection object. When the connection stands it keeps the main

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: writes the public header account_svc_proxy.h from the records table.
 //
 // Usage: gen_proxy_header FRAME OUTPUT

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the descriptors of every AccountSvc record and list, and each type's
 // parcel write and read functions, all expanded from account_svc_records.def.h.
 #include <cstring>

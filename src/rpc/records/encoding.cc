@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: how every AccountSvc record and list is written to and read from a
 // parcel.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the exported rpc_port_<Type>_* functions of every AccountSvc record and
 // list, expanded from account_svc_records.def.h. Each is one call into the generic operations
 // (record_ops.hh) with its type's descriptor and its own name for the log lines.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the operations on list fields, shared by the list fields of ProfileS and
 // PlaceInfoS and by the nine stand-alone list types (each a record with one list field).
 #include <cstdlib>

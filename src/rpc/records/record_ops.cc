@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: create, destroy, clone and the string / nested-record accessors of every
 // AccountSvc record and list, driven by the type descriptors.
 #include "record_ops.hh"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: the generic record operations behind the exported record families.
 //
 // Every exported rpc_port_<Type>_* function is a one-line wrapper (exports.cc) that calls one of

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a phone and a wearable on one machine, two platform roots paired by the platform,
 // each with the reference agent installed and launched on demand. The test process runs as an
 // application of the wearable.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a wearable asks its paired phone for the account and signs in through it, end to
 // end: library, wearable agent and UI application, the platform's companion link, phone agent.
 #include <gtest/gtest.h>

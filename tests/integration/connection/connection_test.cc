@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: connected handles (velmora_account_connect / velmora_account_disconnect) against
 // the reference agent: the checks in their order, the connection callback for connected,
 // disconnected, rejected, a hung agent, and launch on demand for two clients at once.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a place request when the library runs out of memory, against the reference
 // agent in both transports. Every allocation the library makes for the request (the checks, the
 // clone, the request record, the place list of the reply and every place and text stored in it)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the place tests share: the places the agent keeps for the test user, and
 // what a place callback received, read with the getters.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: saved places through the library against the reference agent, in both
 // transports.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: profile requests when the library runs out of memory, against the reference
 // agent in both transports. Every allocation the library makes for one request (the checks, the
 // clone, the request record, the update's body, the reply's list and every item and text stored

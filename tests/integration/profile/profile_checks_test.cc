@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the checks of the profile requests, their result codes and log lines, in both
 // transports.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: velmora-account profile (get, set, privacy, watch) against the agent, in both
 // transports, as text and as one JSON object.
 #include <glib.h>

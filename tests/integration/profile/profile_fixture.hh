@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the profile requests of the library against the real agent, in a fresh platform
 // root per test (the agent launched on demand, a signed-in user and a registered client).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: subscribing to a profile's changes. This test process runs as an application
 // that serves launch requests; the change is made by another process (the agent's admin command)
 // and reaches the process as a launch request carrying it.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a full profile (every field of every category, 50 items in each list) set through
 // the library and read back in both transports, field by field.
 #include <gtest/gtest.h>

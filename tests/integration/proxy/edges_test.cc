@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the proxy's edge cases over a real connection: pushed callbacks that match no
 // delegate, a body that cannot be read, calls before the connection stands, a failed send,
 // dispose and destroy with outstanding delegates, and answers only a scripted peer gives.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the fourteen AccountSvc methods, called through the library's proxy on the
 // reference agent, answered from the agent's real state.
 #include "agent_fixture.hh"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a scripted peer on an AccountSvc port, for the answers the reference agent never
 // gives (a delegate callback on the main port, a callback pushed twice, a callback with protocol 0
 // or delegate id 0).

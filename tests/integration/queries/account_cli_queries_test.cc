@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the velmora-account subcommands of the account state queries and the account
 // services against the agent (status, accounts, default, whois, mcc, consent, linking), in both
 // forms where a blocking one exists, as text and as one JSON object, with their exit statuses.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's app-control operations of the account state queries and account
 // services, talked to directly with launch requests (no library in between): the keys of their
 // replies and their refusals, each with "error_code" and a message.

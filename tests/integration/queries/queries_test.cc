@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the account state queries and account services through the library against the
 // agent, in both transports where they have them.
 #include <gtest/gtest.h>

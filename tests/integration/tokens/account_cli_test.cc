@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the velmora-account command against the agent: every subcommand's success and
 // failure, as text and as one JSON object, and its exit statuses (0 done, 1 failed or an answer
 // without what was asked for, 2 bad usage, 3 no answer in time).

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's app-control operations for tokens, talked to directly with app-control
 // launch requests (no library in between): the keys of its replies, its failures, and an operation
 // it does not know.

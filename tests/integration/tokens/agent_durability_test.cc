@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a token the agent handed out is in its state on disk before the reply leaves, so
 // an agent killed (SIGKILL, no chance to flush anything) right after a reply knows the token when
 // it comes back, and the relaunched agent serves on.

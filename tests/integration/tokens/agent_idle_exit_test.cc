@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent launched on demand exits when idle (VELMORA_AGENT_IDLE_MS) and is
 // launched again by the next request, with nothing lost; a connected client keeps it running.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: an agent whose state was emptied behind its back while the platform account store
 // still lists its signed-in account refuses to serve, saying why and how to recover, instead of
 // answering from an empty world; a request through the library gets no token.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the C example examples/token.c, run as a program against the agent in both
 // transports.
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: token requests and the agent connection when the library runs out of memory.
 //
 // Against the real agent, every allocation the library makes for one public call (from the call

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the token operations refuse before anything is sent, in their order.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the token operations when the agent misbehaves (fault injection of the agent):
 // failed replies that still carry extras, delays, refusals, an agent that never answers or dies in
 // the middle of a request. Every wait is bounded; nothing may hang.

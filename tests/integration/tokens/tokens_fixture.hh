@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the token operations against the real agent, in a fresh platform root per test.
 //
 // The agent is installed in the root and launched on demand by the host platform, as on a device;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: tokens and authorization codes over the AccountSvc port, against the agent.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the blocking last access token (connected handles only).
 #include <gtest/gtest.h>
 

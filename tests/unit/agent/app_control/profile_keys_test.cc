@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's profile keys: replies written, update bodies and privacy read.
 #include "app_control/profile_keys.hh"
 

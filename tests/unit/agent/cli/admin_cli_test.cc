@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the admin commands of the built velmora-agent executable (exit codes, output,
 // effects on the state, the platform store and the fault file).
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: signed-in accounts, the default account, and their records in the platform store.
 #include <gtest/gtest.h>
 

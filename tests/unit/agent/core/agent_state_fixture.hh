@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a fresh platform root with the agent's state opened on it, and a clock the test
 // moves by hand.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's registered clients, their secrets and scopes.
 #include <gtest/gtest.h>
 

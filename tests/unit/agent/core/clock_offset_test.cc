@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the per-root clock offset that moves a running agent's time.
 #include "clock_offset.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: single-use authorization codes and effortless-login codes.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the fault injection file, written and read back.
 #include "faults.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: configuration files are read when they change, not each time they are used
 // (file_watch.hh, FaultsFile, ClockOffsetFile, the device profile).
 #include "file_watch.hh"

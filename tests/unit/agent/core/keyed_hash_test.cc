@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the keyed hash of client secrets, refresh tokens and codes.
 #include "keyed_hash.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a state that was emptied or replaced behind the agent's back, or that does not
 // know the accounts the platform account store lists, is refused with the way out; starting over
 // makes a new, empty state.

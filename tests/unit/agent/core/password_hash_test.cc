@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's password hashing (Argon2id, and the earlier PBKDF2 form it still
 // verifies).
 #include "password_hash.hh"

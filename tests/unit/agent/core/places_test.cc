@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the saved places the agent keeps per user.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's profiles: every category with its limit and privacy, atomic and
 // validated changes, verified fields, and subscriptions.
 #include <string>

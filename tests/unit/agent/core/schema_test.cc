@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's schema, area by area: every lookup's query plan goes through the
 // index it names, every index serves a lookup, statements of no area are refused, and a database
 // of the first layout is brought up to date with its contents.

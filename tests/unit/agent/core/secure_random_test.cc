@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's random tokens and their text forms.
 #include "secure_random.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: MCC, terms consents, account linking, confirm user and account from user id.
 #include <gtest/gtest.h>
 

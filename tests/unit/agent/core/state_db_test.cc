@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's state database (location, WAL, schema version, persistence).
 #include <glib.h>
 #include <gtest/gtest.h>

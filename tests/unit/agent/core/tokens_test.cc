@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: access tokens and refresh tokens issued by the agent.
 #include <gtest/gtest.h>
 #include <sqlite3.h>

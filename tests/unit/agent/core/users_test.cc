@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's users and their passwords.
 #include <glib.h>
 #include <gtest/gtest.h>

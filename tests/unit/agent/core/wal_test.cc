@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the state's WAL is checkpointed when the agent is idle, never by a committing
 // request below the bound, and its size stays bounded under load that never pauses. Tokens are
 // committed before they are handed out.

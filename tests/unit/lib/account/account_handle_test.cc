@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: creating, cloning and destroying the account handle.
 #include <gtest/gtest.h>
 

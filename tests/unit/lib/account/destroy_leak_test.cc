@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: velmora_account_destroy leaves exactly the string properties 18 to 20 allocated,
 // and the runner's leak suppression (tests/lsan.supp) covers exactly those.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the account handle when the library runs out of memory. Every allocation of one
 // life of a handle (create, every string property set and read, the clone an asynchronous call
 // makes, destroy) is made to fail in turn (tests/support/alloc_faults.hh): each call returns

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the account handle's string, integer and boolean properties.
 #include <gtest/gtest.h>
 

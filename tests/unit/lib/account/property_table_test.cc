@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the account handle's property table (account_record.h), which create, clone,
 // destroy and every accessor read: one row per public property id, in record order, saying what a
 // clone copies and what destroy releases.

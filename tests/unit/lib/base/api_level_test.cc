@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent API-level probe (each test runs in its own process: fresh caches).
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: naming result codes (velmora_account_error_name, velmora_account_error_message):
 // one table for the library's codes and the agent's own, which the agent reads too.
 #include <gtest/gtest.h>

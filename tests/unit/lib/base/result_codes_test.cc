@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the result codes and the conversions of platform and agent errors.
 #include <gtest/gtest.h>
 

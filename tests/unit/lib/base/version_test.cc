@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the library's version, at compile time (macros) and at run time.
 #include <gtest/gtest.h>
 

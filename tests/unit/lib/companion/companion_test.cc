@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the companion handle, its accessors and the checks and sending of the two
 // companion requests. The agent here is the test callee (tests/apps/ipc_callee.cc), which
 // answers with the extras it received, so the test sees exactly what was sent.

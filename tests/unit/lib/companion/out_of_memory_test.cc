@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: companion handles and requests when the library runs out of memory. Every
 // allocation of a companion handle's life (create, string properties set and read, destroy) and of
 // one companion request (the clone, the request record, the companion handle of the reply) is

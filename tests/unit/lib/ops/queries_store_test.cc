@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the blocking account state queries that read the platform account store
 // (velmora_account_is_signed_in_sync, velmora_account_get_account_list_sync,
 // velmora_account_get_default_account_sync), and the checks of velmora_account_set_default_account

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the checks of the account services (velmora_account_set_tnc,
 // velmora_account_update_tnc_info, velmora_account_request_mcc,
 // velmora_account_request_account_linking_info) before anything is sent.

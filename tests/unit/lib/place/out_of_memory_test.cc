@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: places when the library runs out of memory. Every allocation of a place list's
 // life (the list and its places, the values a reply's keys and a port PlaceInfoS store, the copies
 // the getters hand out, the release) is made to fail in turn (tests/support/alloc_faults.hh): each

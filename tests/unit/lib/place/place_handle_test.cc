@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the place and place-list handles, the getters and foreach.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: reading the agent's place replies: app-control keys and the PlaceInfoS record.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the profile when the library runs out of memory. Every allocation of a profile's
 // and a profile list's life (create, set and read items, append, walk, destroy), of reading reply
 // keys and the port's profile record into a list, and of building the port's record of an update

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: copying one category of the account's received profile into a list, and walking a
 // list.
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the profile tests share: a platform root with the agent installed, profiles
 // and lists that release themselves, and the log assertions.
 #pragma once

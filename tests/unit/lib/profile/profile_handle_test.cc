@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: profile and profile-list handles: create, destroy, append.
 #include <cstdlib>
 #include <cstring>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: item strings, sources and privacy by item id.
 #include <cstdio>
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the profile data model (category table, item ids, item and list records).
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the replies of the profile requests reach the caller: app-control replies through
 // the generic reply callback and the profile parsers, port replies through the delegate callbacks.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the profile's app-control reply keys parsed into a list.
 #include <cstdlib>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the extras of a profile update, and the port's records of a profile.
 #include <cstdlib>
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: replies over the AccountSvc port: the AccountS record written into the clone, and
 // the reply delegates.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: running an operation from its table row (va_operation_run): the shared checks in
 // their order, the hooks a row may name, the reply holder, call arguments, and the choice of
 // transport. Method calls are replaced by the test's own, so no agent runs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the app-control reply callbacks: result of a reply, the clone handed to the
 // caller's callback, the request record freed (AddressSanitizer checks that nothing leaks).
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the reply tests share: a platform root with the agent installed (handles need
 // it), app-control replies built in the test, and a caller's callback that records what it got.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the replies that are not account properties: the signed-in status and the list of
 // signed-in login ids.
 #include <gtest/gtest.h>

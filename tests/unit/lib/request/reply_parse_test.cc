@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the extras of an app-control reply, copied into the request's account clone.
 #include <gtest/gtest.h>
 

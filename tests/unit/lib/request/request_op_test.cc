@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the exported operation URIs of app-control requests.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the two send paths, driven by a table of the test's own, with method calls
 // replaced by the test so that every failure code can be produced.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the host platform log and last result.
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the platform refuses a root that another user could change, and keeps state
 // files private.
 //

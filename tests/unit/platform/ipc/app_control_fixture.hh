@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: sending launch requests and recording their replies.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: senders that try to stall a callee or eat its memory. Each test plays the attack
 // on the raw wire against the callee application and shows that the callee drops the attacker and
 // keeps serving everyone else.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: launch requests to test applications, their replies and their failures.
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the app control object: target, operation, extras, clone.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: serving launch requests in the test process itself (it runs as an application).
 #include <gtest/gtest.h>
 #include <signal.h>

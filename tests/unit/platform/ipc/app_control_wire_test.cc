@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: launch requests on the wire, and peers that break the protocol.
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: pairing a wearable's platform root with a phone's, and launch requests to the
 // paired phone's applications.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: corrupted streams from the other side of the platform's sockets.
 //
 // A well-formed stream (the committed wire seeds of tests/fuzz/corpus/host_wire where they fit) is

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: launch on demand: one instance however many launchers, environment, reaping.
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: rpc-port proxy events: rejection, disconnection, time-outs, destroy.
 #include <gtest/gtest.h>
 #include <signal.h>

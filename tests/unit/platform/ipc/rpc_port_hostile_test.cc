@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: peers of the rpc-port stub that try to stall it or eat its memory. Each test
 // plays the attack on the raw wire against the echo stub application and shows that the stub drops
 // the attacker and keeps serving everyone else.

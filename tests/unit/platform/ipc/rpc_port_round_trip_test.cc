@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: rpc-port round trips between a proxy and a stub application launched on demand.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the rpc-port wire format, and peers that break it (over-size, short, garbage).
 #include <gtest/gtest.h>
 #include <sys/stat.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: playing the sender, on the raw wire, against the callee application.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: playing the proxy, on the raw wire, against the echo stub application.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the device's current MCC in the platform's device settings, read as system
 // information.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the host platform's administration functions (velmora_host.h), used by the
 // velmora-platform command and by PlatformRoot.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the host platform's package and application information over the registry.
 #include <gtest/gtest.h>
 

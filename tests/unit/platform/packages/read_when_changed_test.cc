@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the package registry and the device configuration are read when they change,
 // not on every request, and every change is seen: one made through the platform in this process,
 // one made by another process, and a package file edited in place.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the host platform's system information (the device profile).
 #include "system_info.h"
 

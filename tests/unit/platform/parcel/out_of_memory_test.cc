@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: parcels when the platform runs out of memory. Every allocation of one life of a
 // parcel (create, writes of every kind and of a whole AccountS record, a copy from raw bytes,
 // every read) is made to fail in turn (tests/support/alloc_faults.hh): each call returns

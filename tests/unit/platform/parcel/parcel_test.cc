@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the host platform's parcel primitives: round trips, little-endian fixed-width
 // layout, bounds-checked reads that fail without touching their out-argument, the size limit and
 // the refusal of element counts the bytes cannot back.

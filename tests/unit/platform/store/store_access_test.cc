@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: who may write the platform account store, and the one-transaction rewrite of a
 // package's records.
 #include <gtest/gtest.h>

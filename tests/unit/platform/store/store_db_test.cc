@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the platform account store database (query, insert, update, delete, errors).
 #include <gtest/gtest.h>
 #include <sqlite3.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: helpers to write and read the platform account store in tests.
 #pragma once
 

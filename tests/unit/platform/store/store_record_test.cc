@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: account records in memory (fields, custom values, NULL arguments).
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a look into the platform account store (the host walk with every custom value,
 // and `velmora-platform accounts`).
 #include <glib.h>

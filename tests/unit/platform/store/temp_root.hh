@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a temporary platform root for one test (VELMORA_PLATFORM_ROOT while it lives).
 #pragma once
 

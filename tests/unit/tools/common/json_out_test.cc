@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the tools' shared JSON output (tools/common/json_out.hh) and secret reading
 // (vcli::read_secret): every outcome is one valid JSON object in valid UTF-8, whatever bytes the
 // values carry; a secret is the first line of its file.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the velmora-platform command, run as a separate program.
 #include <glib.h>
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: state and configuration files of a platform root that were cut short or
 // corrupted (by a crash, a full disk or another program), read by velmora-platform.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: reply delegates: ids, sequence numbers, parcel form, destroy and dispose.
 #include <gtest/gtest.h>
 

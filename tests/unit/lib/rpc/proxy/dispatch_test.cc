@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: pushed callbacks, dispatched by protocol value and delegate id to the receive
 // routines, with parcels built by hand.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the method calls' argument checks and the not-connected path, which end before
 // anything is sent; and the proxy's own argument checks.
 #include <gtest/gtest.h>

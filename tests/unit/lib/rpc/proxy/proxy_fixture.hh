@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a proxy record without a connection, and pushed-callback parcels built by hand,
 // to drive the proxy's delegate and dispatch code directly.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: set_ and get_ of every field of every record type, per field kind, and the list
 // fields of ProfileS and PlaceInfoS.
 #include <gtest/gtest.h>

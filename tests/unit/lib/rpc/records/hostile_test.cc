@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: decoding AccountSvc records and lists from short, malformed and hostile bytes.
 // Nothing may crash, read out of bounds or leak (the sanitizers watch), and lying counts must not
 // make the reader allocate for items that are not there.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the wire layout of the AccountSvc records and lists, against bytes built by hand
 // with the parcel primitives in the documented field order.
 #include <gtest/gtest.h>

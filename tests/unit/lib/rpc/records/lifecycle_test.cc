@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: create, destroy and clone of every AccountSvc record type.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the nine stand-alone AccountSvc list types (list_NameS ... list_PlaceS,
 // list_string): create, destroy, clone, add, foreach, remove and length.
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: records and lists when the library runs out of memory.
 //
 // For each type, every allocation of one life of a record (create, every setter and list add,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: AccountSvc records and lists written to a parcel and read back.
 #include <gtest/gtest.h>
 

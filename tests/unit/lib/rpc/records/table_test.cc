@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the record table itself: every type, every field in declaration (= wire) order
 // with its kind, written out here by hand and compared with what the library was built from.
 #include <gtest/gtest.h>
