@@ -89,6 +89,20 @@ struct Reply {
   Wait wait;
   int result = 0;
 };
+// What a callback of the form (result, value, user data) received, for a request whose answer is
+// one handle (a response handle, a profile list): the result and the handle, which is the
+// receiver's to release. `Answer<T>::on` is the callback; its user data is the Answer.
+template <typename T>
+struct Answer : Reply {
+  T value = nullptr;
+  static void on(int result, T value, void *user_data) {
+    auto *self = static_cast<Answer *>(user_data);
+    self->result = result;
+    self->value = value;
+    finish(&self->wait);
+  }
+};
+
 // After sending a request (`sent`: the library's result of sending it): waits for the reply when
 // there is one to wait for (`reply` not null and the request went out), then closes the handle.
 // *result becomes `sent`, or the reply's result. Returns kExitOk, or kExitTimeout once it has

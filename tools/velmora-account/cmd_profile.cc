@@ -40,31 +40,8 @@ struct CategoryView {
   std::vector<Fields> items;
 };
 
-struct ListAnswer {
-  Wait wait;
-  int result = 0;
-  velmora_account_profile_list_h list = nullptr;
-};
-
-void on_list(int result, velmora_account_profile_list_h list, void *data) {
-  auto *a = static_cast<ListAnswer *>(data);
-  a->result = result;
-  a->list = list;
-  finish(&a->wait);
-}
-
-struct AccountAnswer {
-  Wait wait;
-  int result = 0;
-  velmora_account_h account = nullptr;
-};
-
-void on_account(int result, velmora_account_h account, void *data) {
-  auto *a = static_cast<AccountAnswer *>(data);
-  a->result = result;
-  a->account = account;
-  finish(&a->wait);
-}
+using ListAnswer = Answer<velmora_account_profile_list_h>;
+using AccountAnswer = Answer<velmora_account_h>;
 
 bool collect(int, velmora_account_profile_h profile, int category, void *data) {
   auto *views = static_cast<std::vector<CategoryView> *>(data);
@@ -174,29 +151,29 @@ int get(const Args &args) {
     const int status = exchange(
         "profile get", &answer,
         [&](velmora_account_h h) {
-          return velmora_account_profile_request_profile(h, cat->category, on_list, &answer);
+          return velmora_account_profile_request_profile(h, cat->category, ListAnswer::on, &answer);
         },
-        [&] { return print_profile("profile get", views_of(answer.list)); });
-    if (answer.list) velmora_account_profile_list_destroy(answer.list);
+        [&] { return print_profile("profile get", views_of(answer.value)); });
+    if (answer.value) velmora_account_profile_list_destroy(answer.value);
     return status;
   }
   AccountAnswer answer;
   const int status = exchange(
       "profile get", &answer,
       [&](velmora_account_h h) {
-        return velmora_account_profile_request_info(h, on_account, &answer);
+        return velmora_account_profile_request_info(h, AccountAnswer::on, &answer);
       },
       [&] {
         // Every category of the profile the answer carries, into one list.
         velmora_account_profile_list_h list = nullptr;
         velmora_account_profile_list_create(&list);
         for (const ProfileCategory &c : profile_categories())
-          velmora_account_profile_get_profile_list(answer.account, c.category, list);
+          velmora_account_profile_get_profile_list(answer.value, c.category, list);
         const int s = print_profile("profile get", views_of(list));
         velmora_account_profile_list_destroy(list);
         return s;
       });
-  if (answer.account) velmora_account_destroy(answer.account);
+  if (answer.value) velmora_account_destroy(answer.value);
   return status;
 }
 
@@ -282,13 +259,13 @@ int set(const Args &args) {
     status = exchange(
         "profile set", &answer,
         [&](velmora_account_h h) {
-          return velmora_account_profile_update_info(h, list, on_account, &answer);
+          return velmora_account_profile_update_info(h, list, AccountAnswer::on, &answer);
         },
         [&] {
           return print_done("profile set", std::string(cat->word) + ": " +
                                                std::to_string(items.size()) + " item(s) set");
         });
-    if (answer.account) velmora_account_destroy(answer.account);
+    if (answer.value) velmora_account_destroy(answer.value);
   }
   velmora_account_profile_list_destroy(list);
   return status;
@@ -322,10 +299,10 @@ int privacy(const Args &args) {
     status = exchange(
         "profile privacy", &answer,
         [&](velmora_account_h h) {
-          return velmora_account_profile_update_privacy(h, list, on_account, &answer);
+          return velmora_account_profile_update_privacy(h, list, AccountAnswer::on, &answer);
         },
         [&] { return print_done("profile privacy", "privacy set"); });
-    if (answer.account) velmora_account_destroy(answer.account);
+    if (answer.value) velmora_account_destroy(answer.value);
   }
   velmora_account_profile_list_destroy(list);
   return status;
@@ -381,7 +358,7 @@ int watch(const Args &args) {
   int status = exchange(
       "profile watch", &subscribed,
       [&](velmora_account_h h) {
-        return velmora_account_profile_subscribe(h, on_account, &subscribed);
+        return velmora_account_profile_subscribe(h, AccountAnswer::on, &subscribed);
       },
       [&] {
         is_subscribed = true;
@@ -393,16 +370,16 @@ int watch(const Args &args) {
           return print_timeout("profile watch", std::to_string(w.wanted) + " change(s)");
         return vcli::kExitOk;
       });
-  if (subscribed.account) velmora_account_destroy(subscribed.account);
+  if (subscribed.value) velmora_account_destroy(subscribed.value);
   if (is_subscribed) {
     AccountAnswer unsubscribed;
     const int ended = exchange(
         "profile watch", &unsubscribed,
         [&](velmora_account_h h) {
-          return velmora_account_profile_unsubscribe(h, on_account, &unsubscribed);
+          return velmora_account_profile_unsubscribe(h, AccountAnswer::on, &unsubscribed);
         },
         [] { return vcli::kExitOk; });
-    if (unsubscribed.account) velmora_account_destroy(unsubscribed.account);
+    if (unsubscribed.value) velmora_account_destroy(unsubscribed.value);
     if (status == vcli::kExitOk) status = ended;
   }
   velmora_host_app_control_stop();

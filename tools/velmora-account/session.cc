@@ -64,19 +64,6 @@ int set_properties(velmora_account_h h) {
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-struct Answer {
-  Wait wait;
-  int result = 0;
-  velmora_account_h account = nullptr;
-};
-
-void on_answer(int result, velmora_account_h account, void *user_data) {
-  auto *a = static_cast<Answer *>(user_data);
-  a->result = result;
-  a->account = account;
-  finish(&a->wait);
-}
-
 }  // namespace
 
 bool wait_for(Wait *wait) {
@@ -149,16 +136,16 @@ int run_request(const char *what, AsyncRequest send, int required, int shown_fla
   int status = open_handle(what, &h);
   if (status != vcli::kExitOk) return status;
 
-  Answer answer;
-  const int ret = send(h, on_answer, &answer);
+  Answer<velmora_account_h> answer;
+  const int ret = send(h, Answer<velmora_account_h>::on, &answer);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
     status = print_failure(what, ret);
   } else if (!wait_for(&answer.wait)) {
     status = print_timeout(what, "an answer from the agent");
   } else {
-    status = print_result(what, answer.result, answer.account, required, shown_flag);
+    status = print_result(what, answer.result, answer.value, required, shown_flag);
   }
-  if (answer.account) velmora_account_destroy(answer.account);
+  if (answer.value) velmora_account_destroy(answer.value);
   close_handle(h);
   return status;
 }

@@ -46,19 +46,16 @@ struct Answer {
     if (account) velmora_account_destroy(account);
     if (list) velmora_account_profile_list_destroy(list);
   }
-  static void on_account(int result, velmora_account_h account, void *user_data) {
+  void keep(velmora_account_h h) { account = h; }
+  void keep(velmora_account_profile_list_h l) { list = l; }
+  // The callback of a request whose answer is `T` (a response handle, a profile list).
+  template <typename T>
+  static void on(int result, T value, void *user_data) {
     auto *self = static_cast<Answer *>(user_data);
     self->run->stop();
     ++self->calls;
     self->result = result;
-    self->account = account;
-  }
-  static void on_list(int result, velmora_account_profile_list_h list, void *user_data) {
-    auto *self = static_cast<Answer *>(user_data);
-    self->run->stop();
-    ++self->calls;
-    self->result = result;
-    self->list = list;
+    self->keep(value);
   }
 };
 
@@ -125,7 +122,9 @@ class ProfileRequestsOutOfMemory : public ProfileOpsTest {
   void request_info_in(velmora_account_h h, bool port) {
     walk(
         port,
-        [h](Answer *a) { return velmora_account_profile_request_info(h, Answer::on_account, a); },
+        [h](Answer *a) {
+          return velmora_account_profile_request_info(h, Answer::on<velmora_account_h>, a);
+        },
         expect_profile);
   }
 
@@ -134,7 +133,8 @@ class ProfileRequestsOutOfMemory : public ProfileOpsTest {
         port,
         [h](Answer *a) {
           return velmora_account_profile_request_profile(h, VELMORA_ACCOUNT_PROFILE_CATEGORY_PHONE,
-                                                         Answer::on_list, a);
+                                                         Answer::on<velmora_account_profile_list_h>,
+                                                         a);
         },
         expect_phones);
   }
@@ -145,7 +145,8 @@ class ProfileRequestsOutOfMemory : public ProfileOpsTest {
     walk(
         port,
         [h, &nickname](Answer *a) {
-          return velmora_account_profile_update_info(h, nickname.h, Answer::on_account, a);
+          return velmora_account_profile_update_info(h, nickname.h, Answer::on<velmora_account_h>,
+                                                     a);
         },
         [](const Answer &a) { EXPECT_NE(a.account, nullptr); });
   }

@@ -8,7 +8,18 @@
 namespace vtest {
 namespace {
 
-using ProfileChecks = ProfileOpsTest;
+class ProfileChecks : public ProfileOpsTest {
+ protected:
+  // A handle from velmora_account_create with only the string property `property` set.
+  velmora_account_h handle_with_only(int property, const char *value) {
+    velmora_account_h h = nullptr;
+    EXPECT_EQ(velmora_account_create(&h), 0);
+    if (h == nullptr) return nullptr;
+    created_.push_back(h);
+    EXPECT_EQ(velmora_account_set_property_str(h, property, value), 0);
+    return h;
+  }
+};
 
 TEST_F(ProfileChecks, SubscriptionsOverThePortAreNotSupported) {
   prepare();
@@ -31,10 +42,8 @@ TEST_F(ProfileChecks, SubscriptionsOverThePortAreNotSupported) {
 
 TEST_F(ProfileChecks, ASubscriptionNeedsALoginId) {
   prepare();
-  velmora_account_h h = nullptr;
-  ASSERT_EQ(velmora_account_create(&h), 0);
-  created_.push_back(h);
-  ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, kClient), 0);
+  velmora_account_h h = handle_with_only(VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, kClient);
+  ASSERT_NE(h, nullptr);
   Completion done;
   LogCapture log;
   EXPECT_EQ(velmora_account_profile_subscribe(h, Completion::cb, &done),
@@ -47,10 +56,8 @@ TEST_F(ProfileChecks, ASubscriptionNeedsALoginId) {
 
 TEST_F(ProfileChecks, RequestsNeedLoginAndClientIdsWithTheirLines) {
   prepare();
-  velmora_account_h h = nullptr;
-  ASSERT_EQ(velmora_account_create(&h), 0);
-  created_.push_back(h);
-  ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin), 0);
+  velmora_account_h h = handle_with_only(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin);
+  ASSERT_NE(h, nullptr);
   OwnedList list;
   Completion done;
   ListCompletion listed;

@@ -8,8 +8,6 @@
 namespace vtest {
 namespace {
 
-using ProfileRoundTrip = ProfileOpsTest;
-
 // Every category of `list` as set_full_profile made it, with the privacy set_privacy gave it.
 void expect_full(velmora_account_profile_list_h list, const std::string &where) {
   for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) {
@@ -32,48 +30,38 @@ void expect_no_fields(velmora_account_profile_list_h list, int category, bool po
   }
 }
 
+class ProfileRoundTrip : public ProfileOpsTest {
+ protected:
+  // Sets the full profile and its privacy over one transport (`set_over_port`), then reads the
+  // whole profile back over both, the setting one first, and compares it field by field.
+  void round_trip(bool set_over_port) {
+    const velmora_account_h over[2] = {app_control_handle(), connected_handle()};
+    set_full_profile(over[set_over_port]);
+    ASSERT_EQ(set_privacy(over[set_over_port]), 0);
+    for (const bool port : {set_over_port, !set_over_port}) {
+      const char *where = port ? "port" : "app control";
+      Completion info;
+      LogCapture log;
+      request_info(over[port], &info);
+      EXPECT_EQ(info.result, 0) << where << "\n" << log.dump();
+      ASSERT_NE(info.account, nullptr) << where;
+      expect_full(info.account->link, where);
+      if (port)
+        for (const char *text : {"Request ProfileInfo to [NIDL] Mode", "[NidlProfileInfoCb]",
+                                 "[NidlProfileInfoCb] <<<< ended"})
+          EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
+    }
+  }
+};
+
 TEST_F(ProfileRoundTrip, SetOverAppControlReadInBothTransports) {
   prepare();
-  velmora_account_h ac = app_control_handle();
-  set_full_profile(ac);
-  ASSERT_EQ(set_privacy(ac), 0);
-
-  Completion over_app_control;
-  request_info(ac, &over_app_control);
-  EXPECT_EQ(over_app_control.result, 0);
-  ASSERT_NE(over_app_control.account, nullptr);
-  expect_full(over_app_control.account->link, "app control");
-
-  velmora_account_h port = connected_handle();
-  Completion over_port;
-  LogCapture log;
-  request_info(port, &over_port);
-  EXPECT_EQ(over_port.result, 0) << log.dump();
-  ASSERT_NE(over_port.account, nullptr);
-  expect_full(over_port.account->link, "port");
-  for (const char *text : {"Request ProfileInfo to [NIDL] Mode", "[NidlProfileInfoCb]",
-                           "[NidlProfileInfoCb] <<<< ended"})
-    EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
+  round_trip(false);
 }
 
 TEST_F(ProfileRoundTrip, SetOverThePortReadInBothTransports) {
   prepare();
-  velmora_account_h port = connected_handle();
-  set_full_profile(port);
-  ASSERT_EQ(set_privacy(port), 0);
-
-  Completion over_port;
-  request_info(port, &over_port);
-  EXPECT_EQ(over_port.result, 0);
-  ASSERT_NE(over_port.account, nullptr);
-  expect_full(over_port.account->link, "port");
-
-  velmora_account_h ac = app_control_handle();
-  Completion over_app_control;
-  request_info(ac, &over_app_control);
-  EXPECT_EQ(over_app_control.result, 0);
-  ASSERT_NE(over_app_control.account, nullptr);
-  expect_full(over_app_control.account->link, "app control");
+  round_trip(true);
 }
 
 TEST_F(ProfileRoundTrip, OneCategoryAndThePrivacyReachTheListCallback) {
