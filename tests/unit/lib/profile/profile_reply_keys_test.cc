@@ -18,15 +18,19 @@ void parse(velmora_account_profile_list_h l, const char *key, const char *value)
   va_profile_parse_extra(l, key, value);
 }
 
+// Parses the keys of a table, in order.
+void parse(velmora_account_profile_list_h l,
+           std::initializer_list<std::pair<const char *, const char *>> keys) {
+  for (const auto &[key, value] : keys) parse(l, key, value);
+}
+
 }  // namespace
 
 TEST_F(ProfileTest, PrivacyAndCountKeysSetTheirCategory) {
   List l;
   vtest::LogCapture log;
-  parse(l, "names", "0");
-  parse(l, "healths", "2");
-  parse(l, "phoneNumbers_count", "50");
-  parse(l, "nicknames_count", "1");
+  parse(l,
+        {{"names", "0"}, {"healths", "2"}, {"phoneNumbers_count", "50"}, {"nicknames_count", "1"}});
   EXPECT_EQ(l->privacy[0], 0);
   EXPECT_EQ(l->privacy[13], 2);
   EXPECT_EQ(l->count[9], 50);
@@ -38,10 +42,10 @@ TEST_F(ProfileTest, PrivacyAndCountKeysSetTheirCategory) {
 TEST_F(ProfileTest, CountsBeyondTheSlotsAreRefused) {
   List l;
   vtest::LogCapture log;
-  parse(l, "phoneNumbers_count", "51");
-  parse(l, "names_count", "3");
-  parse(l, "events_count", "-1");
-  parse(l, "webAddresses_count", "two");
+  parse(l, {{"phoneNumbers_count", "51"},
+            {"names_count", "3"},
+            {"events_count", "-1"},
+            {"webAddresses_count", "two"}});
   for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) EXPECT_EQ(l->count[c], 0) << c;
   EXPECT_TRUE(HasInfo(log, "- Invalid, Key[phoneNumbers_count], Value[51]"));
   EXPECT_TRUE(HasInfo(log, "Count, Key[phoneNumbers_count], Value[51]"));
@@ -51,9 +55,7 @@ TEST_F(ProfileTest, CountsBeyondTheSlotsAreRefused) {
 TEST_F(ProfileTest, ErrorKeysAreSkippedAndOtherPlainKeysLogged) {
   List l;
   vtest::LogCapture log;
-  parse(l, "error_code", "-22");
-  parse(l, "error_msg", "no");
-  parse(l, "error_domain", "x");
+  parse(l, {{"error_code", "-22"}, {"error_msg", "no"}, {"error_domain", "x"}});
   EXPECT_EQ(log.lines().size(), 0u) << log.dump();
   parse(l, "resource", "all");
   EXPECT_TRUE(HasInfo(log, "- Key[resource], Value[all]"));
@@ -168,12 +170,12 @@ TEST_F(ProfileTest, ABirthdaySourceIsNotTakenForItsType) {
 TEST_F(ProfileTest, ItemNumbersBeyondTheSlotsAreRefused) {
   List l;
   vtest::LogCapture log;
-  parse(l, "names_3:givenName", "x");
-  parse(l, "names_0:givenName", "x");
-  parse(l, "phoneNumbers_51:value", "x");
-  parse(l, "phoneNumbers_-1:value", "x");
-  parse(l, "phoneNumbers_1x:value", "x");
-  parse(l, "phoneNumbers_99999999999999:value", "x");
+  parse(l, {{"names_3:givenName", "x"},
+            {"names_0:givenName", "x"},
+            {"phoneNumbers_51:value", "x"},
+            {"phoneNumbers_-1:value", "x"},
+            {"phoneNumbers_1x:value", "x"},
+            {"phoneNumbers_99999999999999:value", "x"}});
   for (int c = 0; c < VA_PROFILE_CATEGORY_COUNT; ++c) EXPECT_EQ(l->count[c], 0) << c;
   EXPECT_TRUE(HasInfo(log, "- Invalid, Key[names_3:givenName], Value[x]"));
   EXPECT_TRUE(HasInfo(log, "- Invalid, Key[phoneNumbers_51:value], Value[x]"));
