@@ -257,6 +257,37 @@ TEST_F(Tokens, ARequestDoesTheSameWorkWhateverElseTheStateHolds) {
   EXPECT_EQ(work(), small);
 }
 
+// Every statement and the transaction control are prepared when the state opens: a request
+// compiles no SQL. SQLite asks the authorizer while it compiles a statement (also when it must
+// compile one again), never while one runs.
+TEST_F(Tokens, RequestsPrepareNoStatement) {
+  client("app.two", false, {"profile.read"});
+  int compiled = 0;
+  sqlite3_set_authorizer(
+      state().db().handle(),
+      [](void *count, int, const char *, const char *, const char *, const char *) {
+        ++*static_cast<int *>(count);
+        return SQLITE_OK;
+      },
+      &compiled);
+  auto round = [&] {
+    auto g = state().tokens().issue(request());
+    ASSERT_TRUE(g.ok()) << g.status().describe();
+    EXPECT_TRUE(state().tokens().validate(g->access_token).ok());
+    EXPECT_TRUE(state().tokens().refresh(g->refresh_token, "app.one", "").ok());
+    EXPECT_TRUE(state().tokens().last("alice", "app.one").ok());
+    ASSERT_TRUE(state().tokens().issue(request("alice", "app.two")).ok());
+  };
+  // Setting an authorizer makes SQLite compile every prepared statement once more, at its next
+  // use: the statements come back through the authorizer here, once each.
+  round();
+  EXPECT_GT(compiled, 0);
+  compiled = 0;
+  for (int i = 0; i < vagent::kMaxGrantsPerClient + 2; ++i) round();
+  EXPECT_EQ(compiled, 0);
+  sqlite3_set_authorizer(state().db().handle(), nullptr, nullptr);
+}
+
 TEST_F(Tokens, AlteredOrForeignTokensAreUnknown) {
   auto g = state().tokens().issue(request());
   ASSERT_TRUE(g.ok());
