@@ -25,7 +25,10 @@ AgentState::AgentState(std::string root, std::unique_ptr<StateDb> db, KeyedHash 
       consents_(*db_, users_, accounts_, clock_),
       linking_(*db_, accounts_, clients_, tokens_, clock_),
       places_(*db_, users_, accounts_),
-      profiles_(*db_, users_, accounts_, clients_) {
+      profiles_(*db_, users_, accounts_, clients_),
+      sign_in_guard_(*db_, users_, clock_),
+      second_factor_(*db_, hash_, clock_),
+      sign_in_(users_, accounts_, clients_, codes_, sign_in_guard_, second_factor_) {
   set_clock(nullptr);
 }
 
@@ -69,9 +72,7 @@ Result<User> AgentState::sign_in_with_code(const std::string &code, const std::s
 }
 
 Status AgentState::confirm_user(const std::string &login_id, const std::string &password) {
-  if (login_id.empty() || password.empty())
-    return Status::fail(errc::kInvalidParameter, "login id and password are required");
-  return users_.verify_password(login_id, password);
+  return sign_in_.confirm(login_id, password);
 }
 
 Result<User> AgentState::account_from_user_id(const std::string &user_id) {

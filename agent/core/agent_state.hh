@@ -33,6 +33,9 @@
 #include "places.hh"
 #include "profiles.hh"
 #include "result.hh"
+#include "second_factor.hh"
+#include "sign_in.hh"
+#include "sign_in_guard.hh"
 #include "state_db.hh"
 #include "tokens.hh"
 #include "users.hh"
@@ -58,6 +61,9 @@ class AgentState {
   Linking &linking() { return linking_; }
   Places &places() { return places_; }
   Profiles &profiles() { return profiles_; }
+  SignInGuard &sign_in_guard() { return sign_in_guard_; }
+  SecondFactor &second_factor() { return second_factor_; }
+  SignIn &sign_in() { return sign_in_; }
 
   // The faults of an operation in this root's faults.conf (read again when it changed).
   Fault faults(const std::string &operation) { return faults_.faults(operation); }
@@ -74,7 +80,7 @@ class AgentState {
   // Signs in with an effortless-login code issued to another session of the agent: redeems the
   // code (any client; for `login_id` when given) and signs its account in.
   Result<User> sign_in_with_code(const std::string &code, const std::string &login_id);
-  // Checks a user's password without signing in (confirm user).
+  // Checks a user's password without signing in (confirm user; counted by the lock-out).
   Status confirm_user(const std::string &login_id, const std::string &password);
   // The signed-in account with this user id (GUID). UNKNOWN_USER, NEED_SIGNIN.
   Result<User> account_from_user_id(const std::string &user_id);
@@ -97,6 +103,9 @@ class AgentState {
   Linking linking_;
   Places places_;
   Profiles profiles_;
+  SignInGuard sign_in_guard_;
+  SecondFactor second_factor_;
+  SignIn sign_in_;
 };
 
 }  // namespace vagent

@@ -79,20 +79,43 @@ Result<IssuedCode> Codes::issue(CodeKind kind, const CodeRequest &r) {
   if (!client.ok()) return client.status();
   Result<std::string> scope = clients_.grant_scope(client.value(), r.scope);
   if (!scope.ok()) return scope.status();
+  Result<IssuedCode> issued = store_new(kind, user.value(), client.value(), scope.value(), r);
+  if (!issued.ok()) return issued;
+  if (Status st = tx.commit(); !st.ok()) return st;
+  return issued;
+}
 
+Result<IssuedCode> Codes::issue_for_device(const User &user, const CodeRequest &r) {
+  if (r.client_id.empty() || r.device_unique_code.empty())
+    return Status::fail(errc::kInvalidParameter, "client id and device security code are required");
+  Transaction tx(db_);
+  if (!tx.status().ok()) return tx.status();
+  Result<Client> client = clients_.find(r.client_id);
+  if (!client.ok()) return client.status();
+  Result<std::string> scope = clients_.grant_scope(client.value(), r.scope);
+  if (!scope.ok()) return scope.status();
+  Result<IssuedCode> issued =
+      store_new(CodeKind::kAuthCode, user, client.value(), scope.value(), r);
+  if (!issued.ok()) return issued;
+  if (Status st = tx.commit(); !st.ok()) return st;
+  return issued;
+}
+
+Result<IssuedCode> Codes::store_new(CodeKind kind, const User &user, const Client &client,
+                                    const std::string &scope, const CodeRequest &r) {
   IssuedCode c;
   c.code = random_base64url(kCodeBytes);
   c.kind = kind;
   c.issue_time = clock_.now();
   c.expires_in = kind == CodeKind::kEffortless ? kEffortlessCodeLifetime : kAuthCodeLifetime;
-  c.scope = scope.value();
-  c.login_id = r.login_id;
-  c.client_id = r.client_id;
-  c.user_id = user->user_id;
-  c.country_code = user->country_code;
-  c.mcc = user->mcc;
-  c.api_server_url = user->api_server_url;
-  c.auth_server_url = user->auth_server_url;
+  c.scope = scope;
+  c.login_id = user.login_id;
+  c.client_id = client.client_id;
+  c.user_id = user.user_id;
+  c.country_code = user.country_code;
+  c.mcc = user.mcc;
+  c.api_server_url = user.api_server_url;
+  c.auth_server_url = user.auth_server_url;
 
   Status st;
   {
@@ -108,12 +131,12 @@ Result<IssuedCode> Codes::issue(CodeKind kind, const CodeRequest &r) {
     q.bind(7, c.issue_time).bind(8, c.expires_in);
     if (!(st = q.run()).ok()) return st;
   }
-  if (!(st = tx.commit()).ok()) return st;
   return c;
 }
 
 Result<RedeemedCode> Codes::redeem(CodeKind kind, const std::string &code,
-                                   const std::string &client_id, const std::string &login_id) {
+                                   const std::string &client_id, const std::string &login_id,
+                                   const std::optional<std::string> &device_code) {
   if (code.empty()) return Status::fail(errc::kInvalidParameter, "code is required");
   const std::string digest = hash_.digest(kPurpose, code);
   Transaction tx(db_);
@@ -145,6 +168,8 @@ Result<RedeemedCode> Codes::redeem(CodeKind kind, const std::string &code,
     return Status::fail(errc::kCodeClientMismatch, "code was issued to another client");
   if (!login_id.empty() && login_id != out.login_id)
     return Status::fail(errc::kCodeAccountMismatch, "code was issued for another login id");
+  if (device_code && (out.device_unique_code.empty() || *device_code != out.device_unique_code))
+    return Status::fail(errc::kCodeDeviceMismatch, "code was issued for another device");
   Query q(db_, kUse);
   q.bind_blob(1, digest.data(), digest.size());
   Status st = q.run();

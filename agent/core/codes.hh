@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "accounts.hh"
@@ -67,16 +68,26 @@ class Codes {
   // (UNKNOWN_USER / NEED_SIGNIN), the client registered (UNKNOWN_CLIENT), the scope
   // (SCOPE_NOT_ALLOWED).
   Result<IssuedCode> issue(CodeKind kind, const CodeRequest &request);
+  // The token service's side of signing in with a code: an authorization code for `user`, who
+  // need not be signed in on this device, bound to the client (UNKNOWN_CLIENT, SCOPE_NOT_ALLOWED)
+  // and to request.device_unique_code, the device security code of the device that will sign in
+  // with it (INVALID_PARAMETER when it is empty).
+  Result<IssuedCode> issue_for_device(const User &user, const CodeRequest &request);
   // Uses a code up. `client_id` must be the one the code was issued to, unless empty (a code
   // redeemed by the agent itself, as when signing in with it); `login_id` likewise. UNKNOWN_CODE,
   // CODE_ALREADY_USED, CODE_EXPIRED, CODE_CLIENT_MISMATCH, CODE_ACCOUNT_MISMATCH — a mismatch does
   // not use the code up.
+  // With `device_code`, the code must have been issued for that device security code
+  // (CODE_DEVICE_MISMATCH otherwise, which does not use it up either).
   Result<RedeemedCode> redeem(CodeKind kind, const std::string &code, const std::string &client_id,
-                              const std::string &login_id);
+                              const std::string &login_id,
+                              const std::optional<std::string> &device_code = std::nullopt);
   // Codes issued and not yet used or expired.
   Result<int64_t> pending_count();
 
  private:
+  Result<IssuedCode> store_new(CodeKind kind, const User &user, const Client &client,
+                               const std::string &scope, const CodeRequest &request);
   StateDb &db_;
   const KeyedHash &hash_;
   Clients &clients_;

@@ -32,6 +32,26 @@ inline constexpr int64_t kEffortlessCodeLifetime = 600;
 // never issued) before the next code of its login id and client prunes it.
 inline constexpr int64_t kCodeRetention = 24 * 3600;
 
+// Wrong passwords (sign_in_guard.hh): kMaxPasswordFailures within kPasswordFailureWindow lock the
+// login id for kLockoutSeconds.
+inline constexpr int kMaxPasswordFailures = 5;
+inline constexpr int64_t kPasswordFailureWindow = 15 * 60;
+inline constexpr int64_t kLockoutSeconds = 15 * 60;
+
+// Second factor (second_factor.hh): an SMS number of kAuthNumberDigits digits lives
+// kAuthNumberLifetime and allows kMaxAuthNumberAttempts tries; at most kMaxAuthNumbersPerWindow
+// numbers are sent per login id within kAuthNumberWindow. The authenticate token of the password
+// step lives as long as a number. A trusted device skips the second factor for
+// kTrustedDeviceLifetime.
+inline constexpr int kAuthNumberDigits = 6;
+inline constexpr int64_t kAuthNumberLifetime = 5 * 60;
+inline constexpr int kMaxAuthNumberAttempts = 3;
+inline constexpr int kMaxAuthNumbersPerWindow = 5;
+inline constexpr int64_t kAuthNumberWindow = 15 * 60;
+inline constexpr int kAuthenticateTokenBytes = 24;
+inline constexpr int kAuthNumberSaltBytes = 16;
+inline constexpr int64_t kTrustedDeviceLifetime = 90 * 24 * 3600;
+
 // Live grants (access token with its refresh token) kept per login id and client: a new grant
 // beyond this revokes the oldest.
 inline constexpr int kMaxGrantsPerClient = 16;

@@ -46,6 +46,22 @@ inline constexpr int kConsentRequired = static_cast<int>(0xC100000Fu);
 inline constexpr int kUnknownFaultKey = static_cast<int>(0xC1000010u);
 // The agent's state does not match the platform account store or its identity record.
 inline constexpr int kStateLost = static_cast<int>(0xC1000011u);
+// Signing in (sign_in.hh).
+inline constexpr int kAccountLocked = static_cast<int>(0xC1000012u);
+inline constexpr int kSecondFactorRequired = static_cast<int>(0xC1000013u);
+inline constexpr int kWrongAuthNumber = static_cast<int>(0xC1000014u);
+inline constexpr int kAuthNumberExpired = static_cast<int>(0xC1000015u);
+inline constexpr int kNoAuthNumber = static_cast<int>(0xC1000016u);
+inline constexpr int kWrongAuthenticateToken = static_cast<int>(0xC1000017u);
+inline constexpr int kTooManyAuthNumbers = static_cast<int>(0xC1000018u);
+inline constexpr int kNoPhoneNumber = static_cast<int>(0xC1000019u);
+inline constexpr int kSmsNotSent = static_cast<int>(0xC100001Au);
+inline constexpr int kCodeDeviceMismatch = static_cast<int>(0xC100001Bu);
+// The login view of the UI application.
+inline constexpr int kCanceled = static_cast<int>(0xC100001Cu);
+inline constexpr int kLoginViewClosed = static_cast<int>(0xC100001Du);
+inline constexpr int kLoginViewTimedOut = static_cast<int>(0xC100001Eu);
+inline constexpr int kLoginViewUnavailable = static_cast<int>(0xC100001Fu);
 // Saved places.
 inline constexpr int kUnknownPlace = static_cast<int>(0xC1000020u);
 inline constexpr int kTooManyPlaces = static_cast<int>(0xC1000021u);

@@ -62,6 +62,13 @@ std::string random_base64url(size_t n) {
   return base64url_encode(bytes.data(), bytes.size());
 }
 
+std::string random_digits(size_t n) {
+  sodium_ready();
+  std::string out(n, '0');
+  for (char &c : out) c = static_cast<char>('0' + randombytes_uniform(10));
+  return out;
+}
+
 std::string random_hex(size_t n) {
   std::vector<uint8_t> bytes = secure_random_bytes(n);
   return hex_encode(bytes.data(), bytes.size());

@@ -21,6 +21,9 @@ std::string random_base64url(size_t n);
 // `n` random bytes as lower-case hex: 2n characters.
 std::string random_hex(size_t n);
 
+// `n` random decimal digits, each uniform (one-time numbers sent by SMS).
+std::string random_digits(size_t n);
+
 // Text forms of bytes.
 std::string base64url_encode(const uint8_t *data, size_t n);
 std::string hex_encode(const uint8_t *data, size_t n);

@@ -210,6 +210,19 @@ PLATFORM_API int velmora_host_stop_app(const char *app_id, int timeout_ms, char 
  * runs as no application, -5 when the lock cannot be taken. */
 PLATFORM_API int velmora_host_retire(void);
 
+/* ---- text messages ----
+ * The host has no phone network. A text message sent on the host is appended to the root's
+ * outbox, "<root>/sms/outbox" (0600), one line per message: "<unix seconds>\t<to>\t<text>\n".
+ * Whoever plays the phone reads it there (`velmora-agent outbox` prints it). An outbox past
+ * 64 KiB moves to "outbox.1" before the next message. */
+
+/* Sends `text` (1..480 bytes of printable UTF-8 on one line) to `to` (1..32 printable
+ * characters). 0, -22 for a bad recipient or text, -5 when the outbox cannot be written (or the
+ * root is refused); a message in *error (free it with free()) when `error` is not NULL. */
+PLATFORM_API int velmora_host_sms_send(const char *to, const char *text, char **error);
+/* The outbox file of the current root (the caller frees it with free()). */
+PLATFORM_API char *velmora_host_sms_outbox_path(void);
+
 #ifdef __cplusplus
 }
 #endif

@@ -176,7 +176,8 @@ TEST(SchemaUpgrade, FirstLayoutIsBroughtUpToDateWithItsContents) {
         << sql;
   };
   exec("PRAGMA journal_mode=WAL");
-  // Version 1 of each area the first layout had is that layout's table.
+  // Version 1 of each area the first layout had is that layout's table; areas added later (the
+  // identity, the consents, the sign-in guard, ...) start when the database is opened.
   const std::set<std::string> first_layout = {"users",  "clients", "accounts",
                                               "tokens", "codes",   "linking"};
   for (const vagent::SchemaArea *area : vagent::schema_areas())
