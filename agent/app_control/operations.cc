@@ -52,6 +52,8 @@ Answer failure(int code) {
   a.ok = false;
   a.extras.emplace_back("error_code", std::to_string(code));
   a.extras.emplace_back("error_msg", error_name(code));
+  const ErrorInfo *info = find_error(code);
+  if (info != nullptr) a.extras.emplace_back("error_description", info->meaning);
   return a;
 }
 
@@ -70,8 +72,9 @@ void put(Extras *extras, const char *key, const std::string &value) {
 const std::vector<Operation> &app_control_operations() {
   static const std::vector<Operation> table = [] {
     std::vector<Operation> all;
-    for (const auto *group : {&token_operations(), &query_operations(), &service_operations(),
-                              &place_operations(), &companion_operations(), &profile_operations()})
+    for (const auto *group :
+         {&token_operations(), &query_operations(), &service_operations(), &place_operations(),
+          &companion_operations(), &profile_operations(), &sign_in_operations()})
       all.insert(all.end(), group->begin(), group->end());
     return all;
   }();

@@ -40,7 +40,8 @@ class Request {
 };
 
 // What the agent replies: success with extras, or failure with "error_code" (the agent's error,
-// errors.hh), "error_msg" (its name) and any further extras.
+// errors.hh), "error_msg" (its name), "error_description" (what it means, for people) and any
+// further extras.
 struct Answer {
   bool ok = true;
   Extras extras;
@@ -68,13 +69,22 @@ void put_facts(Extras *e, const T &facts) {
 // Gives the answer of an operation that answers later (exactly once, on the main loop).
 using Respond = std::function<void(Answer)>;
 
+// Who may send an operation. The caller is the application id the platform gives for the
+// request, never a value in the request.
+enum class Callers {
+  kAny,
+  kUiOnly,  // only the agent's UI application (credentials travel only from there)
+};
+
 struct Operation {
   const char *const *uri;  // &REQUEST_OP_...
   const char *fault_name;  // its group in faults.conf: "getaccesstoken"
   Answer (*run)(AgentState &state, const Request &request);
-  // Instead of run, for an operation that waits for something (the paired phone): starts the work
-  // and calls `respond` once with the answer. A fault's delay or error code replaces it as for run.
+  // Instead of run, for an operation that waits for something (the paired phone, the person at a
+  // login view): starts the work and calls `respond` once with the answer. A fault's delay or
+  // error code replaces it as for run. The agent does not exit while such an answer is owed.
   void (*start)(AgentState &state, const Request &request, Respond respond) = nullptr;
+  Callers callers = Callers::kAny;
 };
 
 // Access tokens and authorization codes (app_control/tokens.cc).
@@ -92,6 +102,8 @@ const std::vector<Operation> &companion_operations();
 bool companion_busy();
 // The user's profile, its privacy and change notification (app_control/profile.cc).
 const std::vector<Operation> &profile_operations();
+// Sign-in, second factors, sign-out, confirm user, the login views (app_control/sign_in.cc).
+const std::vector<Operation> &sign_in_operations();
 
 // Every operation served, in lookup order.
 const std::vector<Operation> &app_control_operations();

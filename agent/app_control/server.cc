@@ -8,6 +8,7 @@
 #include <list>
 
 #include "app_control/operations.hh"
+#include "config.hh"
 #include "dlog.h"
 #include "file_watch.hh"
 #include "idle_exit.hh"
@@ -34,6 +35,7 @@ struct AppControlServer {
   AgentState *state = nullptr;
   bool serving = false;
   std::list<Held> held;
+  int owed = 0;  // answers of started operations (Operation::start) not given yet
 };
 
 AppControlServer g_server;
@@ -96,6 +98,13 @@ void hold(app_control_h request, appcontrol::Answer answer, int delay_ms) {
   g_source_attach(h.timer, g_main_context_get_thread_default());
 }
 
+// The caller may send `op`: any caller, or only the agent's UI application for the operations that
+// carry credentials.
+bool caller_allowed(const appcontrol::Operation &op, const std::string &caller) {
+  if (op.callers == appcontrol::Callers::kAny) return true;
+  return caller == kAgentUiAppId;
+}
+
 [[noreturn]] void crash_now(const char *operation) {
   AC_LOG(DLOG_ERROR, "app control: crashing in %s (fault crash)", operation);
   struct rlimit no_core = {0, 0};  // a deliberate crash leaves no core file behind
@@ -134,6 +143,13 @@ void on_launch_request(app_control_h request, void *) {
     return;
   }
 
+  if (!caller_allowed(*op, caller)) {
+    AC_LOG(DLOG_WARN, "app control: %s refused: caller '%s' is not the agent's UI application",
+           op->fault_name, caller.c_str());
+    reply(request, appcontrol::failure(errc::kPermissionDenied));
+    return;
+  }
+
   const appcontrol::Request req(request);
   const Fault fault = state.faults(op->fault_name);
   if (fault.crash) crash_now(op->fault_name);
@@ -153,7 +169,10 @@ void on_launch_request(app_control_h request, void *) {
     }
     const int delay_ms = fault.delay_ms;
     const std::string name = op->fault_name;
+    ++g_server.owed;
     op->start(state, req, [clone, delay_ms, name, caller](appcontrol::Answer answer) {
+      --g_server.owed;
+      note_activity();
       log_answer(name.c_str(), caller, answer);
       if (delay_ms > 0)
         hold(clone, std::move(answer), delay_ms);
@@ -178,7 +197,9 @@ void on_launch_request(app_control_h request, void *) {
 
 }  // namespace
 
-bool app_control_busy() { return !g_server.held.empty() || appcontrol::companion_busy(); }
+bool app_control_busy() {
+  return !g_server.held.empty() || g_server.owed > 0 || appcontrol::companion_busy();
+}
 
 bool app_control_start(ServerContext &context, std::string *error) {
   g_server.state = &context.state;
