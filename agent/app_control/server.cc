@@ -98,11 +98,13 @@ void hold(app_control_h request, appcontrol::Answer answer, int delay_ms) {
   g_source_attach(h.timer, g_main_context_get_thread_default());
 }
 
-// The caller may send `op`: any caller, or only the agent's UI application for the operations that
-// carry credentials.
-bool caller_allowed(const appcontrol::Operation &op, const std::string &caller) {
+// The caller may send `op`: any caller, or, for the operations that carry credentials, only the
+// agent's UI application, as the platform launched it: a process that only calls itself by that
+// id is refused.
+bool caller_allowed(const appcontrol::Operation &op, app_control_h request,
+                    const std::string &caller) {
   if (op.callers == appcontrol::Callers::kAny) return true;
-  return caller == kAgentUiAppId;
+  return caller == kAgentUiAppId && velmora_host_app_control_caller_is_launched(request);
 }
 
 [[noreturn]] void crash_now(const char *operation) {
@@ -143,7 +145,7 @@ void on_launch_request(app_control_h request, void *) {
     return;
   }
 
-  if (!caller_allowed(*op, caller)) {
+  if (!caller_allowed(*op, request, caller)) {
     AC_LOG(DLOG_WARN, "app control: %s refused: caller '%s' is not the agent's UI application",
            op->fault_name, caller.c_str());
     reply(request, appcontrol::failure(errc::kPermissionDenied));

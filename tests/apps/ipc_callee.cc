@@ -12,6 +12,10 @@
 //   "never"            keeps a clone, never replies, and writes "<root>/test-markers/<app id>.held"
 //   "drop"             keeps nothing and does not reply
 //   "die"              exits at once with status 3
+//   "whois"            replies "caller" and "caller_launched": "Y" when the platform says the
+//                      request came from the instance of its caller application it launched
+//   "relay"            sends a launch request (mode "whois") to the application named by the
+//                      "relay_to" extra and replies with that request's reply extras and result
 // VELMORA_TEST_REFUSE=1 makes it refuse every request; VELMORA_TEST_START_DELAY_MS delays serving;
 // VELMORA_TEST_NO_LISTEN=1 makes it run without ever serving.
 #include <unistd.h>
@@ -82,6 +86,42 @@ gboolean reply_later(gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
+void whois(app_control_h request) {
+  app_control_h reply = nullptr;
+  app_control_create(&reply);
+  char *caller = nullptr;
+  app_control_get_caller(request, &caller);
+  app_control_add_extra_data(reply, "caller", caller ? caller : "<error>");
+  free(caller);
+  app_control_add_extra_data(reply, "caller_launched",
+                             velmora_host_app_control_caller_is_launched(request) ? "Y" : "N");
+  app_control_reply_to_launch_request(reply, request, APP_CONTROL_RESULT_SUCCEEDED);
+  app_control_destroy(reply);
+}
+
+// "relay": the outer request (a clone) waits for the inner one's reply.
+void on_relayed(app_control_h, app_control_h inner_reply, app_control_result_e result, void *data) {
+  auto outer = static_cast<app_control_h>(data);
+  app_control_h reply = nullptr;
+  app_control_create(&reply);
+  if (inner_reply) app_control_foreach_extra_data(inner_reply, copy_extra, reply);
+  app_control_reply_to_launch_request(reply, outer, result);
+  app_control_destroy(reply);
+  app_control_destroy(outer);
+}
+
+void relay(app_control_h request) {
+  app_control_h outer = nullptr;
+  if (app_control_clone(&outer, request) != 0) return;
+  app_control_h inner = nullptr;
+  app_control_create(&inner);
+  app_control_set_app_id(inner, extra(request, "relay_to", "").c_str());
+  app_control_add_extra_data(inner, "mode", "whois");
+  if (app_control_send_launch_request(inner, on_relayed, outer) != APP_CONTROL_ERROR_NONE)
+    app_control_destroy(outer);  // the sender gets a failed reply when the clone goes
+  app_control_destroy(inner);
+}
+
 void on_request(app_control_h request, void *) {
   ++g_served;
   const std::string tag = extra(request, "tag", "");
@@ -89,6 +129,8 @@ void on_request(app_control_h request, void *) {
   const std::string mode = extra(request, "mode", "reply");
   if (mode == "die") _exit(3);
   if (mode == "drop") return;
+  if (mode == "relay") return relay(request);
+  if (mode == "whois") return whois(request);
   if (mode == "never" || mode == "later") {
     app_control_h clone = nullptr;
     if (app_control_clone(&clone, request) != 0) return;

@@ -109,6 +109,12 @@ typedef void (*velmora_host_launch_request_cb)(app_control_h request, void *user
 /* Starts accepting launch requests for the calling application. */
 PLATFORM_API int velmora_host_app_control_serve(velmora_host_launch_request_cb callback,
                                                 void *user_data);
+/* True when the received launch request `app_control` (or a clone of it) comes from the instance of
+ * its caller application that the platform launched in this root: the sending process, which the
+ * platform knows from the socket's peer credentials, is the process the launcher started for that
+ * application id. A process that merely runs under an application's id (VELMORA_APP_ID set by
+ * hand) does not pass. False for an app control that was not received. */
+PLATFORM_API bool velmora_host_app_control_caller_is_launched(app_control_h app_control);
 /* Stops accepting launch requests. */
 PLATFORM_API void velmora_host_app_control_stop(void);
 /* While refusing, every launch request sent to this application is refused before it reaches the

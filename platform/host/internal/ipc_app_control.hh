@@ -3,6 +3,7 @@
 #pragma once
 
 #include <glib.h>
+#include <sys/types.h>
 
 #include <memory>
 #include <string>
@@ -39,6 +40,7 @@ struct app_control_s {
   // Received launch requests only.
   bool received = false;
   std::string caller;
+  pid_t sender_pid = 0;  // the peer's process, from the socket's credentials
   std::shared_ptr<vhost::ipc::ReplyChannel> channel;
 };
 

@@ -27,6 +27,7 @@
 #include "host_root.hh"
 #include "ipc_accept.hh"
 #include "ipc_app_control.hh"
+#include "ipc_launcher.hh"
 #include "ipc_log.hh"
 #include "ipc_outbox.hh"
 #include "ipc_socket.hh"
@@ -109,6 +110,7 @@ void Serving::deliver(Pending *p) {
       return refuse(a, p, APP_CONTROL_ERROR_LAUNCH_REJECTED, "refusing requests");
     channel = std::make_shared<ReplyChannel>();
     request->caller = p->hello.caller;
+    request->sender_pid = p->pid;
   } catch (const std::bad_alloc &) {
     a->release(p, false);
     return;
@@ -265,6 +267,15 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
   out.reset();
   close(fd);
   return status == IoStatus::kOk ? APP_CONTROL_ERROR_NONE : APP_CONTROL_ERROR_IO_ERROR;
+}
+
+bool velmora_host_app_control_caller_is_launched(app_control_h app_control) {
+  if (!app_control || !app_control->received || app_control->caller.empty() ||
+      app_control->sender_pid <= 0 || !vhost::registry_valid_id(app_control->caller))
+    return false;
+  Instance instance;
+  return instance_read(app_control->caller, &instance) && instance.pid == app_control->sender_pid &&
+         instance_alive(instance);
 }
 
 }  // extern "C"

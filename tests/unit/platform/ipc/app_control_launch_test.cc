@@ -98,6 +98,26 @@ TEST_F(AppControlLaunch, CalleeLearnsTheCallerId) {
   EXPECT_EQ(r.get("caller"), "test.caller");
 }
 
+TEST_F(AppControlLaunch, ACallerIdAloneIsNotALaunchedCaller) {
+  install("test.other", "ipc_callee");
+  setenv("VELMORA_APP_ID", "test.other", 1);  // registered, but this process was not launched as it
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {{"mode", "whois"}}, &r), 0);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  EXPECT_EQ(r.get("caller"), "test.other");
+  EXPECT_EQ(r.get("caller_launched"), "N");
+}
+
+TEST_F(AppControlLaunch, TheLaunchedInstanceOfAnAppIsALaunchedCaller) {
+  install("test.relay", "ipc_callee");
+  Replies r;
+  ASSERT_EQ(send_request("test.relay", {{"mode", "relay"}, {"relay_to", kCallee}}, &r), 0);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(r.get("caller"), "test.relay");
+  EXPECT_EQ(r.get("caller_launched"), "Y");
+}
+
 TEST_F(AppControlLaunch, RunningCalleeIsNotStartedAgain) {
   Replies first, second;
   ASSERT_EQ(send_request(kCallee, {}, &first), 0);
