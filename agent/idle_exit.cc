@@ -24,6 +24,7 @@ struct IdleWatch {
   GSource *timer = nullptr;
   int idle_ms = 0;
   gint64 last_activity_us = 0;
+  bool (*busy)() = nullptr;
 };
 IdleWatch g_watch;
 
@@ -49,7 +50,7 @@ bool servers_busy() {
 
 gboolean check_idle(gpointer) {
   const gint64 idle_us = g_get_monotonic_time() - g_watch.last_activity_us;
-  if (idle_us < static_cast<gint64>(g_watch.idle_ms) * 1000 || servers_busy())
+  if (idle_us < static_cast<gint64>(g_watch.idle_ms) * 1000 || g_watch.busy())
     return G_SOURCE_CONTINUE;
   const int ret = velmora_host_retire();
   if (ret == -EBUSY) {
@@ -71,8 +72,9 @@ gboolean check_idle(gpointer) {
 
 void note_activity() { g_watch.last_activity_us = g_get_monotonic_time(); }
 
-int idle_exit_start(GMainLoop *loop) {
+int idle_exit_start(GMainLoop *loop, bool (*busy)()) {
   g_watch.loop = loop;
+  g_watch.busy = busy ? busy : servers_busy;
   g_watch.idle_ms = idle_period_ms();
   note_activity();
   if (g_watch.idle_ms == 0) return 0;

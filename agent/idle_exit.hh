@@ -15,8 +15,10 @@ namespace vagent {
 void note_activity();
 
 // Reads the idle period and, unless it is 0, watches for idleness on the thread-default main
-// context; quits `loop` when the agent has retired. Returns the period (0: never exits when idle).
-int idle_exit_start(GMainLoop *loop);
+// context; quits `loop` when the agent has retired. `busy` says whether the application still has
+// clients or answers to give (nullptr: the agent's servers, servers.hh). Returns the period (0:
+// never exits when idle).
+int idle_exit_start(GMainLoop *loop, bool (*busy)() = nullptr);
 void idle_exit_stop();
 
 }  // namespace vagent

@@ -10,6 +10,8 @@ packages=(
   clang-format clang-tidy           # make lint (part of make check)
   libglib2.0-dev libsqlite3-dev libjson-glib-dev
   libsodium-dev                     # the agent: random, Argon2id, keyed hashes
+  libsoup-3.0-dev                   # the agent's UI application: the login views' HTTP server
+  chromium chromium-driver python3-selenium   # the login views' test in a real browser
   libgtest-dev libgmock-dev libbenchmark-dev
   valgrind
   doxygen                           # make docs (the API reference; a CTest with label docs)

@@ -14,6 +14,7 @@
 #include "idle_checkpoint.hh"
 #include "idle_exit.hh"
 #include "servers.hh"
+#include "ui/serve.hh"
 
 namespace vagent::cli {
 
@@ -28,6 +29,8 @@ gboolean on_quit_signal(gpointer loop) {
 }  // namespace
 
 int run_serve(const Args &) {
+  // Launched as the agent's UI application: the login views, not the agent's servers.
+  if (ui::running_as_ui()) return ui::serve();
   const char *app_id = getenv("VELMORA_APP_ID");
   auto state = open_state();
   if (!state.ok()) {

@@ -1,0 +1,16 @@
+// Velmora agent UI: the agent's UI application (kAgentUiAppId), what velmora-agent runs when the
+// platform launches it under that id.
+//
+// It serves the launch requests of ui/operations.hh (the login views of ui/login_view.hh) on the
+// GLib main loop, shows the views as web pages on the loopback interface, and exits when idle
+// (idle_exit.hh) once no view is open, or on SIGTERM / SIGINT.
+#pragma once
+
+namespace vagent::ui {
+
+// True when this process runs as the UI application (VELMORA_APP_ID).
+bool running_as_ui();
+// Serves until the loop quits; the exit status of the process.
+int serve();
+
+}  // namespace vagent::ui
