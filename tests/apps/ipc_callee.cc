@@ -16,6 +16,8 @@
 //                      request came from the instance of its caller application it launched
 //   "relay"            sends a launch request (mode "whois") to the application named by the
 //                      "relay_to" extra and replies with that request's reply extras and result
+// Every request received is appended to "<root>/test-markers/<app id>.requests" as one line: the
+// operation, then "\t<key>=<value>" for each extra in order.
 // VELMORA_TEST_REFUSE=1 makes it refuse every request; VELMORA_TEST_START_DELAY_MS delays serving;
 // VELMORA_TEST_NO_LISTEN=1 makes it run without ever serving.
 #include <unistd.h>
@@ -122,8 +124,25 @@ void relay(app_control_h request) {
   app_control_destroy(inner);
 }
 
+bool record_extra(app_control_h request, const char *key, void *line) {
+  *static_cast<std::string *>(line) += std::string("\t") + key + "=" + extra(request, key, "");
+  return true;
+}
+
+void record(app_control_h request) {
+  char *op = nullptr;
+  app_control_get_operation(request, &op);
+  std::string line = op ? op : "";
+  free(op);
+  app_control_foreach_extra_data(request, record_extra, &line);
+  const std::string root = vtest::app::env_or("VELMORA_PLATFORM_ROOT", ".");
+  const std::string app_id = vtest::app::env_or("VELMORA_APP_ID", "none");
+  std::ofstream(root + "/test-markers/" + app_id + ".requests", std::ios::app) << line << "\n";
+}
+
 void on_request(app_control_h request, void *) {
   ++g_served;
+  record(request);
   const std::string tag = extra(request, "tag", "");
   if (!tag.empty()) g_tags += (g_tags.empty() ? "" : ",") + tag;
   const std::string mode = extra(request, "mode", "reply");

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <string>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "admin.hh"
 #include "agent_state.hh"
 #include "faults.hh"

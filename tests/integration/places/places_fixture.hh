@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "velmora_account_place.h"
 
 namespace vtest {
@@ -64,7 +64,7 @@ struct PlaceReply {
   }
 };
 
-class Places : public vtest::TokensTest {
+class Places : public vtest::AccountTest {
  protected:
   void SetUp() override {
     prepare();

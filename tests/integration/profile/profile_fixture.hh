@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "account_record.h"
 #include "profile_internal.h"
 #include "profile_record.h"
@@ -115,7 +115,7 @@ inline void expect_items(velmora_account_profile_list_h list, int category, int 
   }
 }
 
-class ProfileOpsTest : public TokensTest {
+class ProfileOpsTest : public AccountTest {
  protected:
   // Runs the main loop a little, for a callback that must not come.
   static void settle() {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "json_view.hh"
 #include "run_program.hh"
 #include "velmora_host.h"
@@ -21,7 +21,7 @@ constexpr int kUnknownUser = static_cast<int>(0xC1000001u);
 
 std::string tool() { return PlatformRoot::build_dir() + "/tools/velmora-account"; }
 
-class AccountCliQueries : public TokensTest {
+class AccountCliQueries : public AccountTest {
  protected:
   ProgramRun account(const std::vector<std::string> &args) {
     return run_program(tool(), args, "build the velmora-account tool");

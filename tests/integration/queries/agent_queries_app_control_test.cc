@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "app_control.h"
 #include "app_control_reply.hh"
 #include "velmora_account_request_op.h"
@@ -16,7 +16,7 @@
 namespace vtest {
 namespace {
 
-using AgentQueries = TokensTest;
+using AgentQueries = AccountTest;
 
 using Reply = AppControlReply;
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "../tokens/tokens_fixture.hh"
+#include "account_fixture.hh"
 #include "velmora_host.h"
 
 namespace vtest {
@@ -41,7 +41,7 @@ struct List {
   }
 };
 
-class Queries : public TokensTest {
+class Queries : public AccountTest {
  protected:
   std::string default_in_store() {
     char *login = nullptr;

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "account_fixture.hh"
 #include "json_view.hh"
 #include "run_program.hh"
-#include "tokens_fixture.hh"
 #include "velmora_account_version.h"
 
 namespace vtest {
@@ -18,7 +18,7 @@ namespace {
 
 std::string tool() { return PlatformRoot::build_dir() + "/tools/velmora-account"; }
 
-class AccountCli : public TokensTest {
+class AccountCli : public AccountTest {
  protected:
   // The client's secret in a file below the root, for --client-secret-file.
   std::string secret_file() {

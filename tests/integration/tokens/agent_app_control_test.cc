@@ -7,15 +7,15 @@
 #include <map>
 #include <string>
 
+#include "account_fixture.hh"
 #include "app_control.h"
 #include "app_control_reply.hh"
-#include "tokens_fixture.hh"
 #include "velmora_account_request_op.h"
 
 namespace vtest {
 namespace {
 
-using AgentAppControl = TokensTest;
+using AgentAppControl = AccountTest;
 
 using Reply = AppControlReply;
 

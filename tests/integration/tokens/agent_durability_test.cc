@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-class AgentDurability : public TokensTest {
+class AgentDurability : public AccountTest {
  protected:
   // An access token over a new connection to the port for the seeded user; expects it to be
   // granted. Each connection has its own events (an earlier one is told of its agent's death).

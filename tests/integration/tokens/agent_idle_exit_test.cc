@@ -6,17 +6,17 @@
 
 #include <string>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-class AgentIdleExit : public TokensTest {
+class AgentIdleExit : public AccountTest {
  protected:
   void SetUp() override { setenv("VELMORA_AGENT_IDLE_MS", "100", 1); }
   void TearDown() override {
     unsetenv("VELMORA_AGENT_IDLE_MS");
-    TokensTest::TearDown();
+    AccountTest::TearDown();
   }
 };
 

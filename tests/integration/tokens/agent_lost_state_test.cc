@@ -8,12 +8,12 @@
 
 #include <string>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-class AgentLostState : public TokensTest {};
+class AgentLostState : public AccountTest {};
 
 TEST_F(AgentLostState, ATruncatedStateIsRefusedAndTheRequestFails) {
   prepare();

@@ -11,12 +11,12 @@
 #include <string>
 #include <vector>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using ExampleToken = TokensTest;
+using ExampleToken = AccountTest;
 
 // Runs the example with `args`; its output goes to a file (the agent it launches inherits the
 // output, so a pipe would stay open). Returns the exit status, or -1.

@@ -10,13 +10,13 @@
 // nothing leaks (every run, in one process under the leak checker).
 #include <gtest/gtest.h>
 
+#include "account_fixture.hh"
 #include "alloc_faults.hh"
-#include "tokens_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensOutOfMemory = TokensTest;
+using TokensOutOfMemory = AccountTest;
 
 // Gives the main loop a moment, so that a callback that should not come would come.
 void settle() {

@@ -2,12 +2,12 @@
 // Velmora tests: tokens and authorization codes over app control, against the agent.
 #include <gtest/gtest.h>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensAppControl = TokensTest;
+using TokensAppControl = AccountTest;
 
 TEST_F(TokensAppControl, AccessTokenReachesTheCallbackInAClone) {
   prepare();

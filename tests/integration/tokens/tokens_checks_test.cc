@@ -4,13 +4,13 @@
 
 #include <algorithm>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensChecks = TokensTest;
-using TokensTv = TokensTest;
+using TokensChecks = AccountTest;
+using TokensTv = AccountTest;
 
 constexpr int kInvalid = VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
 

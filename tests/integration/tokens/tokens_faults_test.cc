@@ -6,12 +6,12 @@
 
 #include <cstdlib>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensFaults = TokensTest;
+using TokensFaults = AccountTest;
 
 constexpr int kAgentCode = static_cast<int>(0xC1000001u);
 

@@ -2,14 +2,14 @@
 // Velmora tests: tokens and authorization codes over the AccountSvc port, against the agent.
 #include <gtest/gtest.h>
 
+#include "account_fixture.hh"
 #include "dlog.h"
 #include "rpc_port_parcel.h"
-#include "tokens_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensNidl = TokensTest;
+using TokensNidl = AccountTest;
 
 TEST_F(TokensNidl, AccessTokenArrivesThroughTheDelegate) {
   prepare();

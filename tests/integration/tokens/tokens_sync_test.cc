@@ -2,12 +2,12 @@
 // Velmora tests: the blocking last access token (connected handles only).
 #include <gtest/gtest.h>
 
-#include "tokens_fixture.hh"
+#include "account_fixture.hh"
 
 namespace vtest {
 namespace {
 
-using TokensSync = TokensTest;
+using TokensSync = AccountTest;
 
 TEST_F(TokensSync, HandsOutANewHandleWithTheLastToken) {
   prepare();

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// Velmora tests: the token operations against the real agent, in a fresh platform root per test.
+// Velmora tests: the library's operations against the real agent, in a fresh platform root per
+// test (the integration tests of every area).
 //
 // The agent is installed in the root and launched on demand by the host platform, as on a device;
-// the test seeds a user and a client into its state first, and stops the agent it caused to be
-// launched when it ends. Every wait is bounded by a deadline; nothing asserts on time.
+// the test seeds a user and a client into its state first, and stops the agent (and its UI
+// application) it caused to be launched when it ends. Every wait is bounded by a deadline; nothing
+// asserts on time.
 #pragma once
 
 #include <glib.h>
@@ -95,7 +97,7 @@ struct Connection {
   }
 };
 
-class TokensTest : public ::testing::Test {
+class AccountTest : public ::testing::Test {
  protected:
   // A root with the given profile and agent level (nullopt: no agent at all), a signed-in user and
   // a client with a secret and the scopes "read write".
@@ -165,13 +167,16 @@ class TokensTest : public ::testing::Test {
     }
   }
 
-  // The pid of the running agent instance, or 0.
-  pid_t agent_pid() const { return agent_.pid(); }
+  // The pid of the running instance of an application (the agent by default), or 0.
+  pid_t agent_pid(const char *app_id = PlatformRoot::kAgentAppId) const {
+    return agent_.pid(app_id);
+  }
   // True while `pid` runs (a zombie counts as gone).
   static bool running(pid_t pid) { return !Agent::gone(pid); }
-  // Kills the agent instance with `sig` and waits (bounded) until it is gone.
+  // Ends the agent and its UI application with `sig` and waits (bounded) until they are gone.
   void kill_agent(int sig) { agent_.stop(sig); }
-  void stop_agent() { kill_agent(SIGTERM); }
+  // Stops the agent and its UI application.
+  void stop_agent() { agent_.stop(SIGTERM); }
 
   // What the agent launched in this root logged (its standard streams go to the platform's log).
   std::string agent_log() const {
