@@ -62,6 +62,9 @@ struct Options {
   gchar *bt_address = nullptr;
   gchar *item = nullptr;
   gchar *value = nullptr;
+  gchar *phone = nullptr;        // second-factor
+  gboolean off = FALSE;          // second-factor
+  gchar *device_code = nullptr;  // issue-code
 };
 Options &options();
 
@@ -106,5 +109,8 @@ int run_fault(const Args &args);
 int run_clock(const Args &args);
 int run_state(const Args &args);
 int run_errors(const Args &args);
+int run_second_factor(const Args &args);
+int run_outbox(const Args &args);
+int run_issue_code(const Args &args);
 
 }  // namespace vagent::cli

@@ -288,7 +288,7 @@ int sign_in_prepare(va_op_call_s *call, app_control_h, const va_operation_s **fo
       is_set(h, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE)) {
     VA_LOG_AS(DLOG_INFO, name, "sign-in with authcode");
     // Agents below API level 4 need the login id with the code; newer ones find it themselves.
-    if (!is_set(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID) && is_lower_agent(4))
+    if (!is_set(h, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID) && va_is_lower_agent(4))
       return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
     *form = &kSignInAuthcode;
     return VELMORA_ACCOUNT_ERROR_NONE;

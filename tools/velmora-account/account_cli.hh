@@ -8,6 +8,7 @@
 
 #include <glib.h>
 
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +21,9 @@ namespace vacc {
 using vcli::Args;
 
 enum class Transport { kAppControl, kNidl };
+
+// --timeout when it was not given (prepare() then picks the command's default).
+inline constexpr gint kTimeoutNotGiven = G_MININT;
 
 // The parsed options (the subcommands' and the global ones).
 struct Options {
@@ -35,11 +39,13 @@ struct Options {
   gchar *mcc = nullptr;
   gchar *partner_client_id = nullptr;
   gchar *access_token_file = nullptr;  // a file, or "-" for standard input
+  gchar *authcode_file = nullptr;      // a file, or "-" for standard input
+  gchar *api_server_url = nullptr;
   gchar *auth_server_url = nullptr;
   gboolean json = FALSE;
   gboolean sync = FALSE;
   gboolean verbose = FALSE;
-  gint timeout_s = 30;
+  gint timeout_s = kTimeoutNotGiven;
   gint count = 1;  // profile watch: the changes to wait for
 };
 Options &options();
@@ -50,6 +56,7 @@ struct Request {
   bool transport_given = false;
   std::string client_secret;  // read from --client-secret-file
   std::string access_token;   // read from --access-token-file
+  std::string authcode;       // read from --authcode-file
 };
 Request &request();
 
@@ -57,6 +64,8 @@ const vcli::Tool &tool();
 
 // The exit status of an answer that lacks what was asked for (the same as any failure).
 inline constexpr int kExitIncomplete = vcli::kExitFailed;
+// The `required` of an operation whose answer need not carry any property (sign-out).
+inline constexpr int kNothingRequired = -1;
 
 // ---- the session: a handle in the chosen transport, and waiting for answers ----
 
@@ -67,11 +76,13 @@ int open_handle(const char *what, velmora_account_h *handle);
 void close_handle(velmora_account_h handle);
 
 // Sends an asynchronous request with `send`, runs the main loop until its callback or --timeout,
-// and prints the outcome; `required` is the string property the answer must carry. Returns the
-// exit status.
+// and prints the outcome; `required` is the string property the answer must carry. While it
+// waits, `tick` (when given) runs about every 300 ms until it returns false. Returns the exit
+// status.
 using AsyncRequest = int (*)(velmora_account_h, velmora_account_response_cb, void *);
 // `shown_flag`, when not -1, is a bool property the answer shows even when it reads false.
-int run_request(const char *what, AsyncRequest send, int required, int shown_flag = -1);
+int run_request(const char *what, AsyncRequest send, int required, int shown_flag = -1,
+                std::function<bool()> tick = {});
 
 // Waiting for one callback on the main loop, bounded by --timeout.
 struct Wait {
@@ -121,6 +132,8 @@ int print_result(const char *what, int result, velmora_account_h account, int re
                  int shown_flag = -1);
 // Prints a failure that happened before any answer (connecting, a refused call).
 int print_failure(const char *what, int result);
+// Prints a failure that has no result code: `error` names it, `message` says what happened.
+int print_error(const char *what, const std::string &error, const std::string &message);
 // Prints that no answer came within --timeout. Returns kExitTimeout.
 int print_timeout(const char *what, const std::string &waiting_for);
 

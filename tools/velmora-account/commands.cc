@@ -2,6 +2,7 @@
 // velmora-account: the table of options and commands (each command in its own cmd_<name>.cc).
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "account_cli.hh"
@@ -22,6 +23,10 @@ int cmd_linking(const Args &args);
 int cmd_companion(const Args &args);
 int cmd_places(const Args &args);
 int cmd_profile(const Args &args);
+int cmd_sign_in(const Args &args);
+int cmd_sign_out(const Args &args);
+int cmd_confirm_user(const Args &args);
+int cmd_login_views(const Args &args);
 
 Options &options() {
   static Options o;
@@ -37,7 +42,16 @@ namespace {
 
 // Sets the environment the platform and the library read before the first call: the root, the
 // log level, waits no longer than --timeout; reads the secret.
-int prepare(const vcli::Command &) {
+// How long a person has at a login view when --timeout is not given.
+constexpr int kLoginViewTimeoutS = 300;
+constexpr int kDefaultTimeoutS = 30;
+
+bool shows_login_view(const vcli::Command &command) {
+  return (strcmp(command.name, "sign-in") == 0 && !options().authcode_file) ||
+         strcmp(command.name, "confirm-user") == 0;
+}
+
+int prepare(const vcli::Command &command) {
   Options &o = options();
   Request &r = request();
   if (o.root) setenv("VELMORA_PLATFORM_ROOT", o.root, 1);
@@ -51,6 +65,8 @@ int prepare(const vcli::Command &) {
       return vcli::usage_error("--transport must be nidl or app-control, not '" + t + "'");
     r.transport_given = true;
   }
+  if (o.timeout_s == kTimeoutNotGiven)
+    o.timeout_s = shows_login_view(command) ? kLoginViewTimeoutS : kDefaultTimeoutS;
   if (o.timeout_s < 1 || o.timeout_s > 3600)
     return vcli::usage_error("--timeout must be 1 to 3600 seconds");
   if (o.client_secret_file) {
@@ -62,6 +78,11 @@ int prepare(const vcli::Command &) {
     std::string error;
     if (!vcli::read_secret(o.access_token_file, &r.access_token, &error))
       return vcli::usage_error("--access-token-file: " + error);
+  }
+  if (o.authcode_file) {
+    std::string error;
+    if (!vcli::read_secret(o.authcode_file, &r.authcode, &error))
+      return vcli::usage_error("--authcode-file: " + error);
   }
   // The library's waits (a method call's result, a launch) end within --timeout too.
   const std::string ms = std::to_string(o.timeout_s * 1000);
@@ -88,8 +109,9 @@ const vcli::Tool &tool() {
       "Asks the account agent for tokens and authorization codes, which accounts are signed in "
       "and which is the default, the account services (MCC, terms consents, account linking), "
       "saved places, the user's profile (read, changed, watched) and, on a wearable, the paired "
-      "phone's account through the library, in either transport, and prints the properties of "
-      "the answer that are set. A failure prints the "
+      "phone's account through the library, in either transport; signs accounts in (at the "
+      "agent's login view in a browser, or with an authorization code) and out; and prints the "
+      "properties of the answer that are set. A failure prints the "
       "result code's name and what it means; with --json every outcome, failures and time-outs "
       "included, is one JSON object on stdout. Secrets are read from a file or standard input, "
       "never from the command line.",
@@ -100,7 +122,7 @@ const vcli::Tool &tool() {
            "how requests travel (default app-control)"},
           {"json", Arg::kFlag, &o.json, nullptr, "print the outcome as one JSON object"},
           {"timeout", Arg::kInt, &o.timeout_s, "SECONDS",
-           "how long to wait for the agent, launch included (default 30)"},
+           "how long to wait for the agent, launch included (default 30; 300 at a login view)"},
           {"verbose", Arg::kFlag, &o.verbose, nullptr, "show the library's log lines on stderr"},
           {"login-id", Arg::kString, &o.login_id, "ID", "the account's login id"},
           {"client-id", Arg::kString, &o.client_id, "ID", "the calling service's client id"},
@@ -108,7 +130,13 @@ const vcli::Tool &tool() {
            "read the client's secret from FILE's first line ('-': standard input)"},
           {"scope", Arg::kString, &o.scope, "SCOPE", "the requested scope (\"read write\")"},
           {"expired-token", Arg::kString, &o.expired_token, "TOKEN", "a token to replace"},
-          {"device-code", Arg::kString, &o.device_code, "CODE", "the device's unique code"},
+          {"device-code", Arg::kString, &o.device_code, "CODE",
+           "the device's unique code (its security code when signing in with an authorization "
+           "code)"},
+          {"authcode-file", Arg::kString, &o.authcode_file, "FILE",
+           "sign in with the authorization code on FILE's first line ('-': standard input)"},
+          {"api-server-url", Arg::kString, &o.api_server_url, "URL",
+           "the API server the authorization code was issued for"},
           {"count", Arg::kInt, &o.count, "N", "profile watch: the changes to wait for (default 1)"},
           {"sync", Arg::kFlag, &o.sync, nullptr,
            "the blocking form (last-token and default set need the nidl transport, which they "
@@ -120,7 +148,8 @@ const vcli::Tool &tool() {
           {"access-token-file", Arg::kString, &o.access_token_file, "FILE",
            "read the account's access token from FILE's first line ('-': standard input)"},
           {"auth-server-url", Arg::kString, &o.auth_server_url, "URL",
-           "the authentication server the access token came from"},
+           "the authentication server the access token came from (or that the authorization "
+           "code was issued for)"},
       },
       {"root", "transport", "json", "timeout", "verbose"},
       {
@@ -220,6 +249,29 @@ const vcli::Tool &tool() {
            cmd_profile,
            1,
            vcli::kAnyNumber},
+          {"sign-in",
+           "",
+           "sign in at the agent's login view (printing where the page is while it waits), or "
+           "with an authorization code",
+           {"authcode-file", "api-server-url", "auth-server-url", "device-code", "login-id"},
+           cmd_sign_in,
+           0,
+           0},
+          {"sign-out", "", "sign an account out of this device", {"login-id"}, cmd_sign_out, 0, 0},
+          {"confirm-user",
+           "",
+           "have the person confirm their password at the agent's login view",
+           {},
+           cmd_confirm_user,
+           0,
+           0},
+          {"login-views",
+           "",
+           "list the agent's open login views (their pages, kinds and callers), for scripts",
+           {},
+           cmd_login_views,
+           0,
+           0},
       },
       {{vcli::kExitOk, "the answer carries what was asked for"},
        {vcli::kExitFailed,

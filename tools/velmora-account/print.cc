@@ -68,6 +68,8 @@ using Row = std::pair<std::string, std::pair<std::string, bool>>;
 std::vector<Row> rows_of(velmora_account_h account, int shown_flag) {
   std::vector<Row> rows;
   for (const Named &p : kStrProperties) {
+    // An authorization code read from --authcode-file is the caller's secret: not printed.
+    if (p.id == VELMORA_ACCOUNT_PROPERTY_AUTHCODE && !request().authcode.empty()) continue;
     char *value = nullptr;
     if (velmora_account_get_property_str(account, p.id, &value) == VELMORA_ACCOUNT_ERROR_NONE) {
       rows.push_back({p.name, {value ? value : "", true}});
@@ -172,6 +174,10 @@ int print_failure(const char *what, int result) {
                         vcli::kExitFailed);
 }
 
+int print_error(const char *what, const std::string &error, const std::string &message) {
+  return report_failure(what, nullptr, error, message, vcli::kExitFailed);
+}
+
 int print_timeout(const char *what, const std::string &waiting_for) {
   return report_failure(
       what, nullptr, "TIMED_OUT",
@@ -184,7 +190,7 @@ int print_result(const char *what, int result, velmora_account_h account, int re
   if (result != VELMORA_ACCOUNT_ERROR_NONE) return print_failure(what, result);
   const std::vector<Row> rows = account ? rows_of(account, shown_flag) : std::vector<Row>{};
   const char *required_name = name_of_property(required);
-  bool complete = false;
+  bool complete = required == kNothingRequired;
   for (const auto &[name, value] : rows)
     if (name == required_name && !value.first.empty()) complete = true;
   if (!complete)
@@ -207,6 +213,7 @@ int print_result(const char *what, int result, velmora_account_h account, int re
     json.end_object().integer("exit_status", vcli::kExitOk).print();
   } else {
     for (const auto &[name, value] : rows) printf("%s: %s\n", name.c_str(), value.first.c_str());
+    if (rows.empty()) printf("%s: done\n", what);
   }
   return vcli::kExitOk;
 }

@@ -4,6 +4,7 @@
 #include <glib.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <utility>
 
@@ -54,6 +55,8 @@ int set_properties(velmora_account_h h) {
       {VELMORA_ACCOUNT_PROPERTY_MCC, text(o.mcc)},
       {VELMORA_ACCOUNT_PROPERTY_PARTNER_CLIENT_ID, text(o.partner_client_id)},
       {VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN, request().access_token},
+      {VELMORA_ACCOUNT_PROPERTY_AUTHCODE, request().authcode},
+      {VELMORA_ACCOUNT_PROPERTY_API_SERVER_URL, text(o.api_server_url)},
       {VELMORA_ACCOUNT_PROPERTY_AUTH_SERVER_URL, text(o.auth_server_url)},
   };
   for (const auto &[property, value] : props) {
@@ -131,13 +134,38 @@ void close_handle(velmora_account_h handle) {
     velmora_account_destroy(handle);
 }
 
-int run_request(const char *what, AsyncRequest send, int required, int shown_flag) {
+namespace {
+
+struct Ticking {
+  std::function<bool()> tick;
+  bool running = false;
+  bool finished = false;  // the source is gone
+};
+
+gboolean on_tick(gpointer data) {
+  auto *t = static_cast<Ticking *>(data);
+  if (t->running) return G_SOURCE_CONTINUE;  // a tick that iterates the loop itself
+  t->running = true;
+  const bool again = t->tick();
+  t->running = false;
+  t->finished = !again;
+  return again ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+}
+
+}  // namespace
+
+int run_request(const char *what, AsyncRequest send, int required, int shown_flag,
+                std::function<bool()> tick) {
   velmora_account_h h = nullptr;
   int status = open_handle(what, &h);
   if (status != vcli::kExitOk) return status;
 
   Answer<velmora_account_h> answer;
+  Ticking ticking{std::move(tick)};
   const int ret = send(h, Answer<velmora_account_h>::on, &answer);
+  guint ticker = 0;
+  if (ret == VELMORA_ACCOUNT_ERROR_NONE && ticking.tick)
+    ticker = g_timeout_add_full(G_PRIORITY_DEFAULT, 300, on_tick, &ticking, nullptr);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) {
     status = print_failure(what, ret);
   } else if (!wait_for(&answer.wait)) {
@@ -145,6 +173,7 @@ int run_request(const char *what, AsyncRequest send, int required, int shown_fla
   } else {
     status = print_result(what, answer.result, answer.value, required, shown_flag);
   }
+  if (ticker != 0 && !ticking.finished) g_source_remove(ticker);
   if (answer.value) velmora_account_destroy(answer.value);
   close_handle(h);
   return status;

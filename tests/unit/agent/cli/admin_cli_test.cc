@@ -21,6 +21,7 @@
 #include "run_program.hh"
 #include "store_view.hh"
 #include "velmora_account_version.h"
+#include "velmora_host.h"
 
 namespace {
 
@@ -646,4 +647,108 @@ TEST_F(AdminCli, PartnersAndConsentsInTextAndJson) {
   for (char c : consents.out) lines += c == '\n';
   EXPECT_EQ(json_array_get_length(listed.array("consents")), lines) << consents.out;
   EXPECT_EQ(run_agent({"consents"}).exit_code, 2);
+}
+
+TEST_F(AdminCli, SecondFactorEnrolsAndWithdrawsAUser) {
+  ASSERT_EQ(
+      run_agent_with_password({"seed-user", "--login-id", "bob", "--password-file", "-"}, "pw")
+          .exit_code,
+      0);
+  CliRun on = run_agent({"second-factor", "--login-id", "bob", "--phone", "+15550100"});
+  ASSERT_EQ(on.exit_code, 0) << on.err;
+  {
+    auto state = vagent::AgentState::open(root_.path());
+    ASSERT_TRUE(state.ok()) << state.status().describe();
+    auto phone = state.value()->second_factor().phone_of("bob");
+    ASSERT_TRUE(phone.ok());
+    EXPECT_EQ(phone.value().value_or("<none>"), "+15550100");
+  }
+  ASSERT_EQ(run_agent({"second-factor", "--login-id", "bob", "--off"}).exit_code, 0);
+  auto state = vagent::AgentState::open(root_.path());
+  ASSERT_TRUE(state.ok()) << state.status().describe();
+  auto phone = state.value()->second_factor().phone_of("bob");
+  ASSERT_TRUE(phone.ok());
+  EXPECT_FALSE(phone.value().has_value());
+}
+
+TEST_F(AdminCli, SecondFactorOutboxAndIssueCodeAnswerInJson) {
+  ASSERT_EQ(
+      run_agent_with_password(
+          {"seed-user", "--login-id", "bob", "--password-file", "-", "--client-id", "c1"}, "pw")
+          .exit_code,
+      0);
+  vtest::Json on(
+      run_agent({"second-factor", "--json", "--login-id", "bob", "--phone", "+15550100"}).out);
+  ASSERT_TRUE(on.valid());
+  EXPECT_EQ(on.str("command"), "second-factor");
+  EXPECT_TRUE(on.boolean("second_factor"));
+  ASSERT_EQ(velmora_host_sms_send("+15550100", "your number 123456", nullptr), 0);
+  vtest::Json outbox(run_agent({"outbox", "--json"}).out);
+  ASSERT_TRUE(outbox.valid());
+  ASSERT_NE(outbox.array("messages"), nullptr);
+  ASSERT_EQ(json_array_get_length(outbox.array("messages")), 1u);
+  JsonObject *message = json_array_get_object_element(outbox.array("messages"), 0);
+  EXPECT_STREQ(json_object_get_string_member(message, "to"), "+15550100");
+  EXPECT_STREQ(json_object_get_string_member(message, "text"), "your number 123456");
+  vtest::Json code(run_agent({"issue-code", "--json", "--login-id", "bob", "--client-id", "c1",
+                              "--device-code", "device-1"})
+                       .out);
+  ASSERT_TRUE(code.valid());
+  EXPECT_FALSE(code.str("authcode").empty());
+  vtest::Json unknown(run_agent({"issue-code", "--json", "--login-id", "nobody", "--client-id",
+                                 "c1", "--device-code", "d"})
+                          .out);
+  ASSERT_TRUE(unknown.valid()) << "a failure is one JSON object too";
+}
+
+TEST_F(AdminCli, SecondFactorOfAnUnknownUserFailsAndBadUsageIsTwo) {
+  CliRun r = run_agent({"second-factor", "--login-id", "nobody", "--phone", "+15550100"});
+  EXPECT_EQ(r.exit_code, 1);
+  EXPECT_NE(r.err.find("AGENT_ERROR_UNKNOWN_USER"), std::string::npos) << r.err;
+  EXPECT_EQ(run_agent({"second-factor", "--login-id", "bob"}).exit_code, 2);
+  EXPECT_EQ(run_agent({"second-factor", "--login-id", "b", "--phone", "1", "--off"}).exit_code, 2);
+}
+
+TEST_F(AdminCli, OutboxPrintsTheMessagesSentOldestFirst) {
+  CliRun empty = run_agent({"outbox"});
+  EXPECT_EQ(empty.exit_code, 0);
+  EXPECT_EQ(empty.out, "");
+  EXPECT_NE(empty.err.find("no message was sent"), std::string::npos) << empty.err;
+  ASSERT_EQ(velmora_host_sms_send("+15550100", "first 123456", nullptr), 0);
+  ASSERT_EQ(velmora_host_sms_send("+15550101", "second 654321", nullptr), 0);
+  CliRun r = run_agent({"outbox"});
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  const size_t first = r.out.find("\t+15550100\tfirst 123456\n");
+  const size_t second = r.out.find("\t+15550101\tsecond 654321\n");
+  ASSERT_NE(first, std::string::npos) << r.out;
+  ASSERT_NE(second, std::string::npos) << r.out;
+  EXPECT_LT(first, second);
+}
+
+TEST_F(AdminCli, IssueCodeMakesADeviceBoundCodeThatRedeemsOnce) {
+  ASSERT_EQ(
+      run_agent_with_password(
+          {"seed-user", "--login-id", "bob", "--password-file", "-", "--client-id", "c1"}, "pw")
+          .exit_code,
+      0);
+  CliRun r = run_agent(
+      {"issue-code", "--login-id", "bob", "--client-id", "c1", "--device-code", "device-1"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  const std::string key = "authcode=";
+  ASSERT_EQ(r.out.rfind(key, 0), 0u) << r.out;
+  const std::string code = r.out.substr(key.size(), r.out.find('\n') - key.size());
+  EXPECT_FALSE(code.empty());
+  auto state = vagent::AgentState::open(root_.path());
+  ASSERT_TRUE(state.ok()) << state.status().describe();
+  auto other = state.value()->codes().redeem(vagent::CodeKind::kAuthCode, code, "c1", "bob",
+                                             std::string("device-2"));
+  EXPECT_EQ(other.code(), vagent::errc::kCodeDeviceMismatch);
+  auto used = state.value()->codes().redeem(vagent::CodeKind::kAuthCode, code, "c1", "bob",
+                                            std::string("device-1"));
+  EXPECT_TRUE(used.ok()) << used.status().describe();
+  EXPECT_EQ(
+      run_agent({"issue-code", "--login-id", "nobody", "--client-id", "c1", "--device-code", "d"})
+          .exit_code,
+      1);
+  EXPECT_EQ(run_agent({"issue-code", "--login-id", "bob"}).exit_code, 2);
 }
