@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 
+#include "app_control/extras.hh"
 #include "errors.hh"
 
 namespace vagent::appcontrol {
@@ -24,20 +25,7 @@ bool Request::has(const char *key) const {
   return found;
 }
 
-Extras Request::all() const {
-  Extras out;
-  app_control_foreach_extra_data(
-      request_,
-      [](app_control_h ac, const char *key, void *data) {
-        char *value = nullptr;
-        if (app_control_get_extra_data(ac, key, &value) == APP_CONTROL_ERROR_NONE && value)
-          static_cast<Extras *>(data)->emplace_back(key, value);
-        free(value);
-        return true;
-      },
-      &out);
-  return out;
-}
+Extras Request::all() const { return extras_of(request_); }
 
 std::string Request::caller() const {
   char *id = nullptr;

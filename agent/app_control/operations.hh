@@ -18,10 +18,11 @@
 
 #include "agent_state.hh"
 #include "app_control.h"
+#include "app_control/extras.hh"
 
 namespace vagent::appcontrol {
 
-using Extras = std::vector<std::pair<std::string, std::string>>;
+using vagent::Extras;
 
 // A launch request as the handlers see it.
 class Request {

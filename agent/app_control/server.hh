@@ -11,7 +11,7 @@
 // the agent does not exit while it owes an answer.
 //
 // Faults (faults.hh) apply per operation, under the name of its table row ("getaccesstoken", ...):
-//   delay_ms      the reply is sent that much later (not for requests answered later)
+//   delay_ms      the reply is sent that much later
 //   error_code    the reply is FAILED with that code instead of the work; it still carries what the
 //                 agent knows of the request's login id (user_id, cc, mcc, the server URLs), so a
 //                 client's handling of a failed reply that has extras can be exercised
@@ -31,7 +31,7 @@ struct ServerContext;
 
 bool app_control_start(ServerContext &context, std::string *error);
 void app_control_stop();
-// True while a request is held for a later answer.
+// True while a request is held for a later answer or a started operation owes its answer.
 bool app_control_busy();
 
 }  // namespace vagent

@@ -13,18 +13,10 @@ namespace {
 
 constexpr const char *kLogTag = "VELMORA_AGENT";
 
-bool copy_extra(app_control_h reply, const char *key, void *data) {
-  char *value = nullptr;
-  if (app_control_get_extra_data(reply, key, &value) == APP_CONTROL_ERROR_NONE && value)
-    static_cast<Extras *>(data)->emplace_back(key, value);
-  free(value);
-  return true;
-}
-
 void on_ui_reply(app_control_h, app_control_h reply, app_control_result_e result, void *data) {
   auto *respond = static_cast<Respond *>(data);
   Answer a;
-  if (reply != nullptr) app_control_foreach_extra_data(reply, copy_extra, &a.extras);
+  a.extras = extras_of(reply);
   a.ok = result == APP_CONTROL_RESULT_SUCCEEDED;
   const bool has_code = !a.extras.empty() && [&a] {
     for (const auto &kv : a.extras)

@@ -30,14 +30,6 @@ const std::vector<const SchemaArea *> &schema_areas() {
       &consents_schema(),       // terms consents with the time each was given
       &places_schema(),         // saved places of each user
       &profiles_schema(),       // users' profiles and the applications subscribed to their changes
-      &identity_schema(),       // the state's instance id and hash key
-      &users_schema(),          // users and their password hashes
-      &clients_schema(),        // registered clients and their secrets' digests
-      &accounts_schema(),       // signed-in accounts and the default one
-      &tokens_schema(),         // access and refresh tokens
-      &codes_schema(),          // authorization and effortless-login codes
-      &linking_schema(),        // partner clients and account linking with them
-      &consents_schema(),       // terms consents with the time each was given
       &sign_in_guard_schema(),  // wrong passwords per login id and its lock-out
       &second_factor_schema(),  // second factors: enrolment, SMS numbers, trusted devices
   };

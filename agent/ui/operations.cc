@@ -20,6 +20,8 @@ std::shared_ptr<UiRequest> UiRequest::keep(app_control_h request, std::string ca
   return std::shared_ptr<UiRequest>(new UiRequest(clone, std::move(caller)));
 }
 
+Extras UiRequest::extras() const { return extras_of(request_); }
+
 UiRequest::~UiRequest() {
   if (!answered_) {
     dlog_print(DLOG_WARN, kLogTag, "ui: a request was dropped without an answer");
@@ -64,7 +66,7 @@ void UiRequest::answer(bool ok, const Extras &extras) {
 const std::vector<UiOperation> &ui_operations() {
   static const std::vector<UiOperation> table = [] {
     std::vector<UiOperation> all;
-    for (const auto *group : {&login_view_operations()})
+    for (const auto *group : {&login_view_operations(), &companion_relay_operations()})
       all.insert(all.end(), group->begin(), group->end());
     return all;
   }();

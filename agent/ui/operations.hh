@@ -19,10 +19,11 @@
 #include <vector>
 
 #include "app_control.h"
+#include "app_control/extras.hh"
 
 namespace vagent::ui {
 
-using Extras = std::vector<std::pair<std::string, std::string>>;
+using vagent::Extras;
 
 // A launch request kept until it is answered.
 class UiRequest {
@@ -35,6 +36,8 @@ class UiRequest {
 
   // The extra `key`, or "" when the request has none.
   std::string extra(const char *key) const;
+  // Every extra, in the order the sender added them.
+  Extras extras() const;
   // The application that sent the request, as the platform tells it ("" for none).
   const std::string &caller() const { return caller_; }
   bool answered() const { return answered_; }
@@ -43,6 +46,8 @@ class UiRequest {
   void succeed(const Extras &extras);
   // Answers FAILED with "error_code", "error_msg", "error_description" (errors.hh) and `extras`.
   void fail(int code, const Extras &extras = {});
+  // Answers with `ok` and exactly `extras`: a reply that came from elsewhere, passed on as it is.
+  void pass_on(bool ok, const Extras &extras) { answer(ok, extras); }
 
  private:
   UiRequest(app_control_h request, std::string caller)
@@ -68,6 +73,11 @@ struct UiOperation {
 
 // The login views: sign-in, confirm user, and their listing (ui/login_view.cc).
 const std::vector<UiOperation> &login_view_operations();
+
+// Companion requests passed on to the agent, which holds the account state (ui/companion_relay.cc).
+const std::vector<UiOperation> &companion_relay_operations();
+// True while a passed-on request waits for the agent's reply.
+bool relays_pending();
 
 // Every operation served, in lookup order.
 const std::vector<UiOperation> &ui_operations();

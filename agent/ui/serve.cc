@@ -88,7 +88,7 @@ int serve() {
   } else {
     dlog_print(DLOG_INFO, kLogTag, "ui: serving as %s under %s", kAgentUiAppId,
                velmora_host_root());
-    idle_exit_start(loop, login_views_open);
+    idle_exit_start(loop, [] { return login_views_open() || relays_pending(); });
     g_main_loop_run(loop);
     idle_exit_stop();
     velmora_host_app_control_stop();
