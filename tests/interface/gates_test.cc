@@ -600,6 +600,35 @@ const Row kRows[] = {
     {"velmora_account_profile_unsubscribe", Takes::kAppControl, 2,
      [](Call &c) { return response_call(c, velmora_account_profile_unsubscribe); },
      kNotSupported, kLower, kNone, kNone, kNotSupported},
+    // Signing in and out travel over app control only. From this test (an ordinary caller) sign-in
+    // and confirm-user without a password ask for the login view; the two-factor calls need the
+    // UI application only when the platform names another caller.
+    {"velmora_account_sign_in", Takes::kAppControl, 0,
+     [](Call &c) { return response_call(c, velmora_account_sign_in); },
+     kNotSupported, kNa, kNone, kNone, kNotSupported},
+    {"velmora_account_sign_in_with_2factor_authentication", Takes::kAppControl, 5,
+     [](Call &c) {
+       velmora_account_set_property_str(c.handle, VELMORA_ACCOUNT_PROPERTY_PASSWORD, "gate-pw");
+       velmora_account_set_property_str(c.handle, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_CODE, "123456");
+       velmora_account_set_property_str(c.handle, VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN, "gate-token");
+       c.async = true;
+       return velmora_account_sign_in_with_2factor_authentication(c.handle, false, Answer::on_response, &c.answer);
+     },
+     kNotSupported, kLower, kNone, kNone, kNotSupported},
+    {"velmora_account_request_authentication_for_sign_in", Takes::kAppControl, 5,
+     [](Call &c) {
+       c.async = true;
+       return velmora_account_request_authentication_for_sign_in(c.handle, VELMORA_ACCOUNT_AUTHENTICATION_TYPE_SMS, Answer::on_response, &c.answer);
+     },
+     kNotSupported, kLower, kNone, kNone, kNotSupported},
+    // Sign-out and confirm-user do not look at the transport: a connected handle goes over app
+    // control too.
+    {"velmora_account_sign_out", Takes::kEither, 0,
+     [](Call &c) { return response_call(c, velmora_account_sign_out); },
+     kNotSupported, kNa, kNone, kNone, kNa},
+    {"velmora_account_request_confirm_user", Takes::kEither, 0,
+     [](Call &c) { return response_call(c, velmora_account_request_confirm_user); },
+     kNotSupported, kNa, kNone, kNone, kNa},
     // The functions below take no handle and ask nothing of the agent: they answer everywhere.
     {"velmora_account_version_get", Takes::kNothing, 0,
      [](Call &) {
@@ -657,6 +686,9 @@ class Gates : public ::testing::TestWithParam<Cell> {
   // The root for `when`: the device profile and the agent (at level 5, or one below the level the
   // function needs), with a signed-in user and a client.
   void prepare(const Cell &cell) {
+    // A login view (sign-in and confirm-user from this ordinary caller) gives up at once, so that
+    // its answer comes without a person.
+    setenv("VELMORA_LOGIN_VIEW_TIMEOUT_MS", "100", 1);
     if (cell.when == When::kNoAgent) return;
     if (cell.when == When::kTv) root_.set_profile("tv");
     if (cell.when == When::kWearable) root_.set_profile("wearable");
