@@ -164,7 +164,8 @@ const va_operation_s kRequestAuthentication = {
 
 // ---- velmora_account_sign_out ----
 
-void sign_out_parse(velmora_account_request_h request, app_control_h reply, int result);
+void sign_out_parse(velmora_account_request_h request, app_control_h reply,
+                    app_control_result_e launch, int result);
 
 constexpr va_extra_s kSignOutExtras[] = {
     str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, VA_EXTRA_REQUIRED),
@@ -338,10 +339,13 @@ int confirm_user_prepare(va_op_call_s *call, app_control_h, const va_operation_s
 
 // A signed-out response carries no login id: it goes after the reply's values, before the
 // callback.
-void sign_out_parse(velmora_account_request_h request, app_control_h reply, int result) {
-  va_reply_fill_account(request, reply);
+// As every account reply, and then the response handle loses its login id: a signed-out response
+// carries none.
+void sign_out_parse(velmora_account_request_h request, app_control_h reply, app_control_result_e,
+                    int result) {
+  const int filled = va_reply_fill_account(request, reply);
   velmora_account_unset_property_str(request->account, VELMORA_ACCOUNT_PROPERTY_LOGIN_ID);
-  va_reply_call_response(request, result);
+  va_reply_call_response(request, result == VELMORA_ACCOUNT_ERROR_NONE ? filled : result);
 }
 
 }  // namespace
