@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: reading every extra of a launch request or of its reply.
 #pragma once
 

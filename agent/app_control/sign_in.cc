@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the app-control operations for signing in and out, second factors, confirming the
 // user, and the login views.
 //

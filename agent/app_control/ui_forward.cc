@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: login-view requests go to the UI application (ui_forward.hh).
 #include "app_control/ui_forward.hh"
 

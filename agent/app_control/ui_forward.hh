@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: handing a login-view request to the agent's UI application.
 //
 // The agent sends the UI application (kAgentUiAppId) a launch request

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent issue-code: plays the token service for a device: an authorization code for the
 // user, bound to the client and to the device's security code, that `velmora-account sign-in
 // --authcode-file` (velmora_account_sign_in with an authorization code) redeems once. Prints

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent outbox: the text messages the host platform "sent" (the SMS numbers of second
 // factors), oldest first: "<unix seconds>\t<to>\t<text>" per line, from the root's outbox.
 #include <glib.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-agent second-factor: marks a user as signing in with a second factor (an SMS number sent
 // to a phone), or with a password alone again (--off).
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: second factors (enrolment, one-time SMS numbers, trusted devices).
 #include "second_factor.hh"
 

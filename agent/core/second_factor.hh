@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the second factor of a sign-in: which users need one, the one-time numbers sent
 // to them by SMS, and the devices they trust.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: signing in and out.
 #include "sign_in.hh"
 

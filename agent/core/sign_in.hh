@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: signing a person in and out, with a password, a second factor or an
 // authorization code, and confirming who they are.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: the lock-out of login ids after wrong passwords.
 #include "sign_in_guard.hh"
 

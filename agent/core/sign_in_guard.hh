@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent: wrong passwords, counted per login id, lock the login id for a while.
 //
 // Every password the agent checks for a person (sign-in, the password step of a second factor,

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the library calls of the login views (account_calls.hh).
 #include "ui/account_calls.hh"
 

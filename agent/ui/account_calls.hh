@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: what the login views ask of the agent, through the client library, as the UI
 // application (the ID/PW path that only kAgentUiAppId may take).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: companion requests that reach the UI application are answered by the agent.
 //
 // A wearable application asks the agent's UI application whether the paired phone has an account

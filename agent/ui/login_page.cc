@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the HTML of the login views (login_page.hh).
 #include "ui/login_page.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the HTML of the login views.
 //
 // Plain forms that work without JavaScript: the fields post to the view's own address with the

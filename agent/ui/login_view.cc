@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the login views (login_view.hh): their table rows, pages and steps.
 #include "ui/login_view.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the login views, web pages on the loopback interface where a person signs in
 // (or confirms who they are) for an application that asked the agent.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: what the UI application tells about its open login views, for the command-line
 // tools and scripts.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: asking the UI application for its open login views (login_views.hh).
 #include <glib.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the table of operations the UI application serves, and kept requests.
 #include "ui/operations.hh"
 

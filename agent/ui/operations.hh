@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the launch requests the agent's UI application (kAgentUiAppId) serves, as a
 // table.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: serving launch requests as the UI application (serve.hh).
 #include "ui/serve.hh"
 

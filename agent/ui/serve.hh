@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the agent's UI application (kAgentUiAppId), what velmora-agent runs when the
 // platform launches it under that id.
 //

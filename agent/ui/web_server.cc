@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the login views' HTTP server (web_server.hh).
 #include "ui/web_server.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora agent UI: the HTTP server of the login views (libsoup 3), on the loopback interface only.
 //
 // It listens on 127.0.0.1 (port VELMORA_LOGIN_VIEW_PORT, default any free one) from the first view

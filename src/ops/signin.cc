@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora Account client: signing in and out, second factors, confirming the user
 // (velmora_account_sign_in, velmora_account_sign_in_with_2factor_authentication,
 // velmora_account_request_authentication_for_sign_in, velmora_account_sign_out,

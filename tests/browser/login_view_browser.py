@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """The agent's login view in a real browser (headless chromium driven by selenium).
 
 A person signs in through the page that `velmora-account sign-in` prints while it waits: a wrong

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the login view over HTTP (login_view_driver.hh).
 #include "login_view_driver.hh"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a person at the agent's login view, played over HTTP (libsoup's client): finds
 // the open view through the UI application's listing, reads its pages and posts its forms as a
 // browser without JavaScript would.

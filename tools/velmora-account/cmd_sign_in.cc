@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // velmora-account sign-in, confirm-user: velmora_account_sign_in and
 // velmora_account_request_confirm_user from an ordinary application. Without --authcode-file the
 // agent shows its login view: while the command waits, it prints where the page is (stderr under

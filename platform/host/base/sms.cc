@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: text messages. The host has no phone network: a message "sent" here is
 // appended to the root's outbox, where whoever plays the phone reads it (velmora_host.h).
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: velmora-account sign-in, sign-out and login-views against the agent: signing in
 // with an authorization code read from a file (never printed), signing out, the listing of open
 // login views for scripts, and the usage errors. The login view itself, with a person at a real

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: sign-in, sign-out and confirm-user against the reference agent: signing in with an
 // authorization code of the token service, signing out (store, tokens), port-mode handles, and the
 // agent's refusal of credentials from anybody but its launched UI application.

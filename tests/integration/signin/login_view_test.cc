@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: the agent's login view, played over HTTP as a browser without JavaScript would:
 // an ordinary application asks to sign in (or to confirm the user), the agent hands the request to
 // its UI application, a person uses the page, and the application's callback gets the outcome,

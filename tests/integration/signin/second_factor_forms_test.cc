@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what the second-factor calls send, and their checks: API level 5, no port-mode
 // handle, only the UI application (when the platform can tell the caller), required values.
 #include "signin_fixture.hh"

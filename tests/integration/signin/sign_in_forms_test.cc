@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what velmora_account_sign_in sends for each caller and each form, with the result
 // codes and log lines of its checks (against a stand-in agent that records every request).
 #include "signin_fixture.hh"

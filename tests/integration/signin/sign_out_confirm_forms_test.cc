@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: what velmora_account_sign_out and velmora_account_request_confirm_user send, with
 // their checks and log lines (against a stand-in agent that records every request).
 #include "signin_fixture.hh"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: sign-in, second factors, sign-out and confirm-user of the library, against the
 // reference agent and its UI application, or against a stand-in that records what is sent.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: a user with a second factor signs in through the login view: the password step,
 // the number sent by SMS to the host's outbox, wrong numbers, a new number, trusting the device.
 // Also the lock-out after wrong passwords, as the person at the page sees it.

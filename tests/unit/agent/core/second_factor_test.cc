@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: second factors: one-time numbers sent by SMS, the authenticate token, attempts,
 // trusted devices.
 #include <gtest/gtest.h>

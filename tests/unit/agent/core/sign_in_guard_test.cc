@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: wrong passwords lock a login id for a while.
 #include <gtest/gtest.h>
 

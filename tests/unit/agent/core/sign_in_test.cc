@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Velmora tests: signing in with a password or a device-bound authorization code, and out.
 #include <gtest/gtest.h>
 
