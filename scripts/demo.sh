@@ -174,6 +174,34 @@ if "$ACCOUNT" token --login-id nobody@velmora.dev --client-id "$CLIENT" \
 fi
 echo "    (refused, as it should be)"
 
+THIRD=third@velmora.dev
+DEVICE=demo-device-1
+say "a third user, $THIRD, signs in on this device with an authorization code, then out"
+printf '$ %s\n' "... | $AGENT seed-user --login-id $THIRD --password-file -"
+printf '%s\n' "third-password-$$" | "$AGENT" seed-user --login-id "$THIRD" --password-file - | sed 's/^/    /'
+# The token service hands the device a single-use code bound to the client and to the device's
+# security code (velmora-agent issue-code plays it); the code goes to velmora-account in a file.
+printf '$ %s\n' "$AGENT issue-code --login-id $THIRD --client-id $CLIENT --device-code $DEVICE"
+"$AGENT" issue-code --login-id "$THIRD" --client-id "$CLIENT" --device-code "$DEVICE" >"$ROOT/code.txt"
+sed -n 's/^authcode=//p' "$ROOT/code.txt" >"$ROOT/authcode"
+API=$(sed -n 's/^api_server_url=//p' "$ROOT/code.txt")
+AUTH=$(sed -n 's/^auth_server_url=//p' "$ROOT/code.txt")
+[[ -s $ROOT/authcode ]] || { echo "demo: the agent issued no code" >&2; exit 1; }
+expect_key login_id sign-in --authcode-file "$ROOT/authcode" --api-server-url "$API" \
+  --auth-server-url "$AUTH" --device-code "$DEVICE"
+run "$PLATFORM" accounts
+printf '$ velmora-account sign-out --login-id %s\n' "$THIRD"
+"$ACCOUNT" sign-out --login-id "$THIRD" | sed 's/^/    /'
+run "$PLATFORM" accounts
+say "the code signed in once: it does not sign in again"
+printf '$ velmora-account sign-in --authcode-file ... (the same code again)\n'
+if "$ACCOUNT" sign-in --authcode-file "$ROOT/authcode" --api-server-url "$API" \
+  --auth-server-url "$AUTH" --device-code "$DEVICE"; then
+  echo "demo: the agent should have refused a used code" >&2
+  exit 1
+fi
+echo "    (refused, as it should be)"
+
 say "saved places of $LOGIN (added by the agent's administrator), read over both transports"
 run "$AGENT" places add --login-id "$LOGIN" --name Home --address "1 Main St" --category 1 \
   --latitude 37.5665 --longitude 126.978 --wifi-name home-net | sed 's/^/    /'
@@ -213,30 +241,3 @@ printf '$ velmora-account places --login-id %s   (on the wearable)\n' "$WEARABLE
 out=$("$ACCOUNT" places --login-id "$WEARABLE_LOGIN" --timeout 30)
 sed 's/^/    /' <<<"$out"
 grep -q "Gym" <<<"$out" || { echo "demo: no Gym among the wearable's places" >&2; exit 1; }
-THIRD=third@velmora.dev
-DEVICE=demo-device-1
-say "a third user, $THIRD, signs in on this device with an authorization code, then out"
-printf '$ %s\n' "... | $AGENT seed-user --login-id $THIRD --password-file -"
-printf '%s\n' "third-password-$$" | "$AGENT" seed-user --login-id "$THIRD" --password-file - | sed 's/^/    /'
-# The token service hands the device a single-use code bound to the client and to the device's
-# security code (velmora-agent issue-code plays it); the code goes to velmora-account in a file.
-printf '$ %s\n' "$AGENT issue-code --login-id $THIRD --client-id $CLIENT --device-code $DEVICE"
-"$AGENT" issue-code --login-id "$THIRD" --client-id "$CLIENT" --device-code "$DEVICE" >"$ROOT/code.txt"
-sed -n 's/^authcode=//p' "$ROOT/code.txt" >"$ROOT/authcode"
-API=$(sed -n 's/^api_server_url=//p' "$ROOT/code.txt")
-AUTH=$(sed -n 's/^auth_server_url=//p' "$ROOT/code.txt")
-[[ -s $ROOT/authcode ]] || { echo "demo: the agent issued no code" >&2; exit 1; }
-expect_key login_id sign-in --authcode-file "$ROOT/authcode" --api-server-url "$API" \
-  --auth-server-url "$AUTH" --device-code "$DEVICE"
-run "$PLATFORM" accounts
-printf '$ velmora-account sign-out --login-id %s\n' "$THIRD"
-"$ACCOUNT" sign-out --login-id "$THIRD" | sed 's/^/    /'
-run "$PLATFORM" accounts
-say "the code signed in once: it does not sign in again"
-printf '$ velmora-account sign-in --authcode-file ... (the same code again)\n'
-if "$ACCOUNT" sign-in --authcode-file "$ROOT/authcode" --api-server-url "$API" \
-  --auth-server-url "$AUTH" --device-code "$DEVICE"; then
-  echo "demo: the agent should have refused a used code" >&2
-  exit 1
-fi
-echo "    (refused, as it should be)"
