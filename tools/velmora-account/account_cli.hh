@@ -33,7 +33,7 @@ struct Options {
   gchar *client_id = nullptr;
   gchar *client_secret_file = nullptr;  // a file, or "-" for standard input
   gchar *scope = nullptr;
-  gchar *expired_token = nullptr;
+  gchar *expired_token_file = nullptr;  // a file, or "-" for standard input
   gchar *device_code = nullptr;
   gchar *user_id = nullptr;
   gchar *mcc = nullptr;
@@ -57,6 +57,7 @@ struct Request {
   std::string client_secret;  // read from --client-secret-file
   std::string access_token;   // read from --access-token-file
   std::string authcode;       // read from --authcode-file
+  std::string expired_token;  // read from --expired-token-file
 };
 Request &request();
 

@@ -84,6 +84,11 @@ int prepare(const vcli::Command &command) {
     if (!vcli::read_secret(o.authcode_file, &r.authcode, &error))
       return vcli::usage_error("--authcode-file: " + error);
   }
+  if (o.expired_token_file) {
+    std::string error;
+    if (!vcli::read_secret(o.expired_token_file, &r.expired_token, &error))
+      return vcli::usage_error("--expired-token-file: " + error);
+  }
   // The library's waits (a method call's result, a launch) end within --timeout too.
   const std::string ms = std::to_string(o.timeout_s * 1000);
   for (const char *name : {"VELMORA_RPC_TIMEOUT_MS", "VELMORA_LAUNCH_TIMEOUT_MS"}) {
@@ -129,7 +134,8 @@ const vcli::Tool &tool() {
           {"client-secret-file", Arg::kString, &o.client_secret_file, "FILE",
            "read the client's secret from FILE's first line ('-': standard input)"},
           {"scope", Arg::kString, &o.scope, "SCOPE", "the requested scope (\"read write\")"},
-          {"expired-token", Arg::kString, &o.expired_token, "TOKEN", "a token to replace"},
+          {"expired-token-file", Arg::kString, &o.expired_token_file, "FILE",
+           "read the access token to replace from FILE's first line ('-': standard input)"},
           {"device-code", Arg::kString, &o.device_code, "CODE",
            "the device's unique code (its security code when signing in with an authorization "
            "code)"},
@@ -156,7 +162,7 @@ const vcli::Tool &tool() {
           {"token",
            "",
            "obtain a new access token",
-           {"login-id", "client-id", "client-secret-file", "scope", "expired-token"},
+           {"login-id", "client-id", "client-secret-file", "scope", "expired-token-file"},
            cmd_token,
            0,
            0},

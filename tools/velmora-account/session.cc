@@ -49,7 +49,7 @@ int set_properties(velmora_account_h h) {
       {VELMORA_ACCOUNT_PROPERTY_CLIENT_ID, text(o.client_id)},
       {VELMORA_ACCOUNT_PROPERTY_CLIENT_SECRET, request().client_secret},
       {VELMORA_ACCOUNT_PROPERTY_SCOPE, text(o.scope)},
-      {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, text(o.expired_token)},
+      {VELMORA_ACCOUNT_PROPERTY_LAST_ACCESS_TOKEN, request().expired_token},
       {VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE, text(o.device_code)},
       {VELMORA_ACCOUNT_PROPERTY_USER_ID, text(o.user_id)},
       {VELMORA_ACCOUNT_PROPERTY_MCC, text(o.mcc)},

@@ -181,6 +181,28 @@ TEST_F(AccountCli, SecretComesFromAFileOrStandardInputNeverTheCommandLine) {
   EXPECT_NE(r.err.find(empty + " holds no secret"), std::string::npos) << r.err;
 }
 
+TEST_F(AccountCli, TheTokenToReplaceComesFromAFileNeverTheCommandLine) {
+  prepare();
+  ProgramRun first = command("token", {"--json"});
+  ASSERT_EQ(first.exit_code, 0) << first.err;
+  const std::string old_token = vtest::Json(first.out).account("access_token");
+  ASSERT_NE(old_token, "<none>") << first.out;
+  ProgramRun on_line = command("token", {"--expired-token", old_token});
+  EXPECT_EQ(on_line.exit_code, 2);
+  EXPECT_NE(on_line.err.find("Unknown option --expired-token"), std::string::npos) << on_line.err;
+  EXPECT_EQ(on_line.err.find(old_token), std::string::npos) << "the token is not echoed";
+  const std::string file = root_.path_of("expired-token");
+  ASSERT_TRUE(g_file_set_contents(file.c_str(), (old_token + "\n").c_str(), -1, nullptr));
+  ProgramRun replaced = command("token", {"--json", "--expired-token-file", file});
+  ASSERT_EQ(replaced.exit_code, 0) << replaced.err;
+  const std::string new_token = vtest::Json(replaced.out).account("access_token");
+  EXPECT_NE(new_token, "<none>") << replaced.out;
+  EXPECT_NE(new_token, old_token);
+  ProgramRun missing = command("token", {"--expired-token-file", root_.path_of("missing")});
+  EXPECT_EQ(missing.exit_code, 2);
+  EXPECT_NE(missing.err.find("--expired-token-file: "), std::string::npos) << missing.err;
+}
+
 TEST_F(AccountCli, BadCommandLinesAreUsageErrorsWithAHint) {
   const struct {
     std::vector<std::string> args;
