@@ -7,6 +7,7 @@
 #include <string>
 
 #include "app_control.h"
+#include "app_control/extras.hh"
 #include "config.hh"
 #include "ui/login_views.hh"
 
@@ -18,7 +19,7 @@ struct Listing {
   bool done = false;
   bool abandoned = false;  // the wait ran out: the reply callback frees the listing
   app_control_result_e result = APP_CONTROL_RESULT_FAILED;
-  std::vector<std::pair<std::string, std::string>> extras;
+  Extras extras;
 };
 
 void on_reply(app_control_h, app_control_h reply, app_control_result_e result, void *data) {
@@ -29,17 +30,7 @@ void on_reply(app_control_h, app_control_h reply, app_control_result_e result, v
   }
   listing->done = true;
   listing->result = result;
-  if (reply == nullptr) return;
-  app_control_foreach_extra_data(
-      reply,
-      [](app_control_h h, const char *key, void *out) -> bool {
-        char *value = nullptr;
-        if (app_control_get_extra_data(h, key, &value) == APP_CONTROL_ERROR_NONE && value)
-          static_cast<Listing *>(out)->extras.emplace_back(key, value);
-        free(value);
-        return true;
-      },
-      listing);
+  listing->extras = extras_of(reply);
 }
 
 std::string value_of(const Listing &l, const std::string &key) {
