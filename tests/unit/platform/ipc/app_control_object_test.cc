@@ -111,6 +111,62 @@ TEST(AppControlObject, ExtrasKeepInsertionOrderAndUniqueKeys) {
   EXPECT_EQ(all_extras(a.h), (Extras{{"alpha", "3"}, {"mid", ""}, {"zeta", "4"}}));
 }
 
+// Many keys, replaced and removed in between: the object reads back exactly as a plain ordered
+// list of unique keys would (first place kept on replace, the rest closing up on removal, a key
+// that comes back going to the end), by key and in order, and so does its clone.
+TEST(AppControlObject, ManyExtrasReadBackAsAnOrderedListOfUniqueKeys) {
+  Handle a;
+  Extras model;
+  auto model_set = [&model](const std::string &k, const std::string &v) {
+    for (auto &e : model)
+      if (e.first == k) {
+        e.second = v;
+        return;
+      }
+    model.emplace_back(k, v);
+  };
+  auto model_erase = [&model](const std::string &k) {
+    for (auto it = model.begin(); it != model.end(); ++it)
+      if (it->first == k) {
+        model.erase(it);
+        return;
+      }
+  };
+  for (int i = 0; i < 1200; ++i) {
+    const std::string k = "key" + std::to_string(i % 1000);  // the last 200 replace
+    const std::string v = "v" + std::to_string(i);
+    ASSERT_EQ(app_control_add_extra_data(a.h, k.c_str(), v.c_str()), 0);
+    model_set(k, v);
+  }
+  for (int i = 0; i < 1000; i += 7) {
+    const std::string k = "key" + std::to_string(i);
+    ASSERT_EQ(app_control_remove_extra_data(a.h, k.c_str()), 0);
+    model_erase(k);
+  }
+  for (int i = 0; i < 1000; i += 21) {  // every third removed key comes back
+    const std::string k = "key" + std::to_string(i);
+    ASSERT_EQ(app_control_add_extra_data(a.h, k.c_str(), "back"), 0);
+    model_set(k, "back");
+  }
+  ASSERT_EQ(app_control_add_extra_data(a.h, "key1", "last"), 0);  // still in its first place
+  model_set("key1", "last");
+
+  EXPECT_EQ(all_extras(a.h), model);
+  for (int i = 0; i < 1000; ++i) {
+    const std::string k = "key" + std::to_string(i);
+    std::string want = "<" + std::to_string(APP_CONTROL_ERROR_KEY_NOT_FOUND) + ">";
+    for (const auto &e : model)
+      if (e.first == k) want = e.second;
+    EXPECT_EQ(get(a.h, k.c_str()), want) << k;
+  }
+  app_control_h c = nullptr;
+  ASSERT_EQ(app_control_clone(&c, a.h), APP_CONTROL_ERROR_NONE);
+  ASSERT_EQ(app_control_remove_extra_data(a.h, "key2"), 0);  // the clone keeps its own
+  EXPECT_EQ(all_extras(c), model);
+  EXPECT_EQ(get(c, "key998"), "v998");
+  app_control_destroy(c);
+}
+
 TEST(AppControlObject, ForeachStopsWhenTheCallbackSaysSo) {
   Handle a;
   for (const char *k : {"a", "b", "c", "d"}) app_control_add_extra_data(a.h, k, k);
