@@ -7,11 +7,10 @@
 
 #include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "app_control.h"
 #include "ipc_accept.hh"
+#include "ipc_extras.hh"
 #include "ipc_frame.hh"
 #include "ipc_wire.hh"
 
@@ -36,7 +35,7 @@ struct app_control_s {
   std::string app_id;
   bool has_operation = false;
   std::string operation;
-  std::vector<std::pair<std::string, std::string>> extras;  // unique keys, insertion order
+  vhost::ipc::Extras extras;
   // Received launch requests only.
   bool received = false;
   std::string caller;

@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Velmora host platform: the app control object (target, operation, extras, caller).
 //
-// Extras keep their insertion order; adding an existing key replaces its value in place. A clone
-// of a received launch request shares the request's reply channel, so that it can be kept and
-// answered later.
+// Extras keep their insertion order; adding an existing key replaces its value in place (see
+// ipc_extras.hh). A clone of a received launch request shares the request's reply channel, so
+// that it can be kept and answered later.
 //
 // Every function that allocates asks vhost::allocation_fails() first (test builds make the n-th
 // allocation fail) and ends with APP_CONTROL_ERROR_OUT_OF_MEMORY, the object unchanged.
 #include "app_control.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -18,8 +17,6 @@
 #include "ipc_app_control.hh"
 
 namespace {
-
-using Extra = std::pair<std::string, std::string>;
 
 int copy_out(const std::string &value, char **out) {
   char *copy = vhost::allocation_fails() ? nullptr : strdup(value.c_str());
@@ -45,11 +42,6 @@ int get_optional(bool has, const std::string &field, char **out) {
     return APP_CONTROL_ERROR_NONE;
   }
   return copy_out(field, out);
-}
-
-std::vector<Extra>::iterator find_extra(app_control_h h, const char *key) {
-  return std::find_if(h->extras.begin(), h->extras.end(),
-                      [key](const Extra &e) { return e.first == key; });
 }
 
 }  // namespace
@@ -109,11 +101,7 @@ int app_control_add_extra_data(app_control_h app_control, const char *key, const
   if (!app_control || !key || !*key || !value) return APP_CONTROL_ERROR_INVALID_PARAMETER;
   try {
     if (vhost::allocation_fails()) throw std::bad_alloc();
-    auto it = find_extra(app_control, key);
-    if (it != app_control->extras.end())
-      it->second = value;
-    else
-      app_control->extras.emplace_back(key, value);
+    app_control->extras.set(key, value);
   } catch (const std::bad_alloc &) {
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
@@ -122,16 +110,14 @@ int app_control_add_extra_data(app_control_h app_control, const char *key, const
 
 int app_control_get_extra_data(app_control_h app_control, const char *key, char **value) {
   if (!app_control || !key || !*key || !value) return APP_CONTROL_ERROR_INVALID_PARAMETER;
-  auto it = find_extra(app_control, key);
-  if (it == app_control->extras.end()) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
-  return copy_out(it->second, value);
+  const std::string *found = app_control->extras.find(key);
+  if (!found) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
+  return copy_out(*found, value);
 }
 
 int app_control_remove_extra_data(app_control_h app_control, const char *key) {
   if (!app_control || !key || !*key) return APP_CONTROL_ERROR_INVALID_PARAMETER;
-  auto it = find_extra(app_control, key);
-  if (it == app_control->extras.end()) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
-  app_control->extras.erase(it);
+  if (!app_control->extras.erase(key)) return APP_CONTROL_ERROR_KEY_NOT_FOUND;
   return APP_CONTROL_ERROR_NONE;
 }
 
@@ -143,7 +129,7 @@ int app_control_foreach_extra_data(app_control_h app_control, app_control_extra_
   try {
     if (!app_control->extras.empty() && vhost::allocation_fails()) throw std::bad_alloc();
     keys.reserve(app_control->extras.size());
-    for (const Extra &e : app_control->extras) keys.push_back(e.first);
+    for (const auto &e : app_control->extras) keys.push_back(e.first);
   } catch (const std::bad_alloc &) {
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }

@@ -2,8 +2,6 @@
 // Velmora host platform: app controls on the wire (see ipc_wire.hh, "control").
 #include <unistd.h>
 
-#include <unordered_set>
-
 #include "ipc_app_control.hh"
 
 namespace vhost::ipc {
@@ -41,13 +39,11 @@ bool decode_control(WireReader *r, app_control_s *out) {
   c.has_operation = flags & kHasOperation;
   if (!get_text(r, &c.app_id) || !get_text(r, &c.operation)) return false;
   if (!r->get_u32(&count) || count > (r->data.size() - r->pos) / kMinExtraSize) return false;
-  std::unordered_set<std::string> seen;
   c.extras.reserve(count);
   for (uint32_t i = 0; i < count; ++i) {
     std::string key, value;
     if (!get_text(r, &key) || !get_text(r, &value)) return false;
-    if (key.empty() || !seen.insert(key).second) return false;
-    c.extras.emplace_back(std::move(key), std::move(value));
+    if (key.empty() || !c.extras.add(std::move(key), std::move(value))) return false;
   }
   *out = std::move(c);
   return true;
