@@ -6,6 +6,7 @@
 #include <glib.h>
 
 #include <cstdlib>
+#include <mutex>
 #include <vector>
 
 #include "dlog.h"
@@ -23,6 +24,14 @@ constexpr int kLayoutVersion = 2;
 // The areas whose version 1 is what layout 1 held: a layout-1 database starts them at 1.
 constexpr const char *kLayoutOneAreas[] = {"users",  "clients", "accounts",
                                            "tokens", "codes",   "linking"};
+
+// Settings of the SQLite library itself, made before it is first used in this process: no
+// memory statistics (they take a global lock on every allocation). When the process used SQLite
+// before, they stay as they are.
+void configure_sqlite() {
+  static std::once_flag once;
+  std::call_once(once, [] { sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0); });
+}
 
 int exec(sqlite3 *db, const char *sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr); }
 
@@ -151,8 +160,12 @@ Result<std::unique_ptr<StateDb>> StateDb::open(const std::string &path) {
     free(why);
     return st;
   }
+  configure_sqlite();
   sqlite3 *db = nullptr;
-  int rc = sqlite3_open_v2(path.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+  // A connection is used by one thread only (the agent's main loop): SQLite need not lock it on
+  // every call.
+  int rc = sqlite3_open_v2(path.c_str(), &db,
+                           SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc != SQLITE_OK) {
     std::string why = db ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
     sqlite3_close_v2(db);

@@ -38,6 +38,14 @@ TEST(StateDb, LivesBelowTheRootInWalModeWithTheLatestSchema) {
   EXPECT_EQ(state.value()->db().schema_version(), vagent::StateDb::latest_schema_version());
 }
 
+// The agent uses its connection from its main loop only, so SQLite does not lock it on every call.
+TEST(StateDb, TheConnectionTakesNoLockPerCall) {
+  vtest::PlatformRoot root;
+  auto state = vagent::AgentState::open();
+  ASSERT_TRUE(state.ok()) << state.status().describe();
+  EXPECT_EQ(sqlite3_db_mutex(state.value()->db().handle()), nullptr);
+}
+
 TEST(StateDb, StateSurvivesReopening) {
   vtest::PlatformRoot root;
   {
