@@ -54,7 +54,8 @@ class FrameReader {
   bool in_payload_ = false;
 };
 
-// Reads what the non-blocking socket holds now, at most about `budget` bytes, into frames.
+// Reads what the non-blocking socket holds now, at most about `budget` bytes, into frames. A read
+// that does not fill its buffer ends the call: the end of the stream after it is seen by the next.
 IoStatus read_available(int fd, FrameReader *reader, std::deque<Bytes> *out, size_t budget);
 // Waits with poll() until *out holds at least one frame, the stream ends or fails, or `timeout_ms`
 // passes (kTimedOut). Frames already in *out return at once.

@@ -100,6 +100,9 @@ IoStatus read_available(int fd, FrameReader *reader, std::deque<Bytes> *out, siz
       return IoStatus::kError;
     }
     total += (size_t)n;
+    // A read that did not fill the buffer took all there was: asking again would only hear that
+    // nothing is left. What arrives later (or the end of the stream) wakes the watch again.
+    if ((size_t)n < sizeof(buf)) break;
   }
   return IoStatus::kOk;
 }
