@@ -55,8 +55,9 @@ bool registry_load_package(const std::string &package_id, PackageRecord *out, st
 bool registry_package_exists(const std::string &package_id);
 
 // Looks up a registered application of the current platform root. False when it is not registered
-// (or the registry cannot be read).
-bool registry_find_app(const std::string &app_id, AppRecord *out);
+// or the registry cannot be read; when the root cannot be trusted, also false, with the reason in
+// *refused when given (else logged).
+bool registry_find_app(const std::string &app_id, AppRecord *out, std::string *refused = nullptr);
 
 // Every installed package, sorted by id. Malformed package files are skipped and named in *errors.
 std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *errors);

@@ -197,11 +197,12 @@ LaunchStart launch_connect(const std::string &app_id, const std::string &socket_
                            GMainContext *ctx, LaunchDone done, int *fd, LaunchWait **wait) {
   AppRecord app;
   std::string refusal;
-  if (!registry_usable(&refusal)) {
+  // Only valid ids are ever registered: an invalid one is simply not found.
+  if (!registry_find_app(app_id, &app, &refusal)) {
+    if (refusal.empty()) return LaunchStart::kNotFound;
     log_refusal(refusal);
     return LaunchStart::kRefused;
   }
-  if (!registry_valid_id(app_id) || !registry_find_app(app_id, &app)) return LaunchStart::kNotFound;
   const std::string path = app_socket_path(app_id, socket_name);
   if (path.size() >= kMaxSocketPath) {
     IPC_LOGE("cannot reach %s: socket path too long (%s)", app_id.c_str(), path.c_str());

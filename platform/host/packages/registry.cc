@@ -179,8 +179,15 @@ std::shared_ptr<const Snapshot> read_snapshot(const std::string &dir) {
 // The registry of the current root: the last snapshot while the directory and `package_id`'s file
 // (when given) are unchanged, else a new one. nullptr (and *refused) for a root that cannot be
 // trusted.
+std::shared_ptr<const Snapshot> snapshot_of_checked_root(const std::string &package_id);
+
 std::shared_ptr<const Snapshot> snapshot(const std::string &package_id, std::string *refused) {
   if (!registry_usable(refused)) return nullptr;
+  return snapshot_of_checked_root(package_id);
+}
+
+// As snapshot(), for a caller that has just found the root usable.
+std::shared_ptr<const Snapshot> snapshot_of_checked_root(const std::string &package_id) {
   const std::string dir = packages_dir();
   const Stamp now = stamp_of(dir);
   std::shared_ptr<const Snapshot> snap;
@@ -262,17 +269,20 @@ std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *erro
   return snap->packages;
 }
 
-bool registry_find_app(const std::string &app_id, AppRecord *out) {
-  std::string refused;
-  std::shared_ptr<const Snapshot> snap = snapshot("", &refused);
+bool registry_find_app(const std::string &app_id, AppRecord *out, std::string *refused) {
+  std::string refusal;
+  std::shared_ptr<const Snapshot> snap = snapshot("", &refusal);
   if (!snap) {
-    log_refusal(refused);
+    if (refused)
+      *refused = refusal;
+    else
+      log_refusal(refusal);
     return false;
   }
   auto it = snap->apps.find(app_id);
   if (it == snap->apps.end()) return false;
   // The file of the package that holds the app may have been changed in place.
-  snap = snapshot(it->second->package_id, &refused);
+  snap = snapshot_of_checked_root(it->second->package_id);
   if (!snap || (it = snap->apps.find(app_id)) == snap->apps.end()) return false;
   if (out) *out = *it->second;
   return true;
