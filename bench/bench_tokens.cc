@@ -15,6 +15,11 @@
 //   <transport>/live_tokens    the agent's state already holds 100k live tokens of other users
 //                              and clients (the cost must not grow with the state)
 //   <transport>/packages       200 installed packages instead of the agent's one
+//                              These two rows run a plain root, agent and client beside the one
+//                              with the large state, each client a process of its own in its
+//                              root, and ask them in turn, kBlock requests at a time: the
+//                              flat-in-state check compares the two halves of the same run, so
+//                              that the machine drifting from row to row cannot pass for growth.
 //   <transport>/clients:N      N client processes asking at once for a fixed time: throughput,
 //                              p50 and p99 over all their requests
 //
@@ -26,6 +31,7 @@
 //   bench_tokens [--benchmark_filter=REGEX] [--benchmark_min_time=S]
 //   VELMORA_BENCH_BURST_MS   how long the client processes of a clients:N row ask (default 1000)
 //   VELMORA_BENCH_LIVE_TOKENS  the live tokens of the live_tokens rows (default 100000)
+//   VELMORA_BENCH_BLOCKS     how many blocks each half of a state row asks (default 40)
 //   VELMORA_AGENT_EXEC       the agent executable (default ../agent/velmora-agent next to this)
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
@@ -58,6 +64,10 @@ using vbench::Transport;
 
 constexpr int kPackagesRow = 200;
 constexpr int kWarmUp = 50;  // requests of a new client before it is timed
+// A state row asks each of its two clients kBlock requests in turn; the first kAfterSwitch
+// requests of a block (its caches warm again after the other half ran) are not timed.
+constexpr int kBlock = 64;
+constexpr int kAfterSwitch = 3;
 
 int64_t env_int(const char *name, int64_t fallback) {
   const char *v = getenv(name);
@@ -123,8 +133,11 @@ FrameSizes &frame_sizes() {
 
 // ---- rows ----
 
-enum class Kind { kFloor, kSingle, kClients };
+enum class Kind { kFloor, kSingle, kClients, kPaired };
 enum class Variant { kPublic, kSecret, kLiveTokens, kPackages };
+
+// The rows held to being flat in their state, against a plain rig asked in turn.
+bool compares_state(Variant v) { return v == Variant::kLiveTokens || v == Variant::kPackages; }
 
 struct Row {
   std::string name;
@@ -145,8 +158,10 @@ std::string transport_slug(Transport t) { return t == Transport::kPort ? "port" 
 // What a row measured (the last run of it that Google Benchmark reports).
 struct Result {
   vbench::Samples samples;
-  double agent_cpu_us = -1;  // per request
-  double per_second = 0;     // clients:N rows
+  double agent_cpu_us = -1;      // per request
+  vbench::Samples base_samples;  // the plain rig asked in turn with this one (state rows)
+  double base_agent_cpu_us = -1;
+  double per_second = 0;  // clients:N rows
   int64_t live_tokens = 0;
   int packages = 1;
 };
@@ -160,8 +175,38 @@ std::map<std::string, Result> &results() {
 // run starts; torn down when another row starts, and at the end.
 using Current = vbench::RowRun<vbench::TokenClient>;
 
+struct ClientProcess {
+  pid_t pid = -1;
+  int to = -1;    // its stdin
+  int from = -1;  // its stdout
+};
+ClientProcess spawn_client(Transport t, const std::string &secret, const char *mode);
+bool end_client(ClientProcess *p);
+
+// The two client processes of the state row being run: its own and the plain rig's.
+struct PairedClients {
+  ClientProcess own, base;
+  void stop() {
+    end_client(&own);
+    end_client(&base);
+  }
+};
+PairedClients &paired() {
+  static PairedClients p;
+  return p;
+}
+
+// Starts a client process in the current root and waits until it has warmed up.
+ClientProcess ready_client(const Row &row, const char *mode) {
+  ClientProcess p = spawn_client(row.transport, "", mode);
+  char ready = 0;
+  if (!vbench::read_all(p.from, &ready, 1) || ready != 'r') die(row.name + ": no access token");
+  return p;
+}
+
 Current &start(const Row &row) {
   Current &c = Current::current();
+  if (c.name != row.name) paired().stop();  // before the rigs they ask go
   if (!c.begin(row.name, row.regime)) return c;
   if (row.kind == Kind::kFloor) {
     c.start_floor(frame_sizes().request, frame_sizes().response);
@@ -175,6 +220,16 @@ Current &start(const Row &row) {
   Result &r = results()[row.name];
   r.live_tokens = c.rig->live_tokens();
   r.packages = options.packages;
+  if (row.kind == Kind::kPaired) {
+    // Each client process lives in its rig's root (taken from the environment when it starts);
+    // its first request launches that rig's agent, in this row's regime.
+    paired().own = ready_client(row, "--token-blocks");
+    c.base_rig = std::make_unique<vbench::Rig>(vbench::RigOptions{});
+    paired().base = ready_client(row, "--token-blocks");
+    c.rig->use();
+    c.check_agent_affinity();
+    return c;
+  }
   // The first request launches the agent, in this row's regime.
   const bool secret = row.variant == Variant::kSecret;
   c.client = std::make_unique<vbench::TokenClient>(row.transport, secret, c.rig->secret());
@@ -209,6 +264,12 @@ void run_floor(benchmark::State &state, const Row *row) {
   report(state, r);
 }
 
+// The agent's CPU time per request between two readings (-1 when unknown).
+double cpu_per_request(int64_t cpu0, int64_t cpu1, size_t requests) {
+  if (cpu0 < 0 || cpu1 < cpu0 || requests == 0) return -1;
+  return static_cast<double>(cpu1 - cpu0) / 1000.0 / static_cast<double>(requests);
+}
+
 void run_single(benchmark::State &state, const Row *row) {
   Current &c = start(*row);
   Result &r = results()[row->name];
@@ -223,9 +284,7 @@ void run_single(benchmark::State &state, const Row *row) {
       break;
     }
   }
-  const int64_t cpu1 = c.rig->agent_cpu_ns();
-  if (cpu0 >= 0 && cpu1 >= cpu0 && r.samples.size() > 0)
-    r.agent_cpu_us = static_cast<double>(cpu1 - cpu0) / 1000.0 / r.samples.size();
+  r.agent_cpu_us = cpu_per_request(cpu0, c.rig->agent_cpu_ns(), r.samples.size());
   report(state, r);
 }
 
@@ -236,6 +295,26 @@ void run_single(benchmark::State &state, const Row *row) {
 // (int64 nanoseconds) from stdin, asks for tokens one after the other until the burst is over,
 // then writes the number of requests, the nanoseconds it asked for, and each request's
 // nanoseconds (int64 each).
+//
+// With "--token-blocks" instead, after its 'r' it reads a block length (int32), asks
+// kAfterSwitch requests untimed and then that many timed, writes their nanoseconds (int64 each),
+// and reads the next length; a length of 0 or the end of stdin ends it.
+
+int blocks_main(vbench::TokenClient &client) {
+  for (;;) {
+    int32_t n = 0;
+    if (!vbench::read_all(0, &n, sizeof n) || n <= 0) return 0;
+    for (int i = 0; i < kAfterSwitch; ++i)
+      if (!client.request()) return 3;
+    std::vector<int64_t> ns(static_cast<size_t>(n));
+    for (int64_t &v : ns) {
+      const int64_t t0 = now_ns();
+      if (!client.request()) return 3;
+      v = now_ns() - t0;
+    }
+    if (!vbench::write_all(1, ns.data(), ns.size() * sizeof(int64_t))) return 4;
+  }
+}
 
 int client_main(int argc, char **argv) {
   if (argc != 4) return 2;
@@ -243,9 +322,10 @@ int client_main(int argc, char **argv) {
       strcmp(argv[2], "port") == 0 ? Transport::kPort : Transport::kAppControl;
   const bool secret = strcmp(argv[3], "-") != 0;
   vbench::TokenClient client(transport, secret, secret ? argv[3] : "");
-  for (int i = 0; i < 20; ++i)
+  for (int i = 0; i < kWarmUp; ++i)
     if (!client.request()) return 3;
   if (!vbench::write_all(1, "r", 1)) return 4;
+  if (strcmp(argv[1], "--token-blocks") == 0) return blocks_main(client);
   int64_t burst = 0;
   if (!vbench::read_all(0, &burst, sizeof burst)) return 4;
   std::vector<int64_t> ns;
@@ -266,13 +346,7 @@ int client_main(int argc, char **argv) {
   return 0;
 }
 
-struct ClientProcess {
-  pid_t pid = -1;
-  int to = -1;    // its stdin
-  int from = -1;  // its stdout
-};
-
-ClientProcess spawn_client(Transport t, const std::string &secret) {
+ClientProcess spawn_client(Transport t, const std::string &secret, const char *mode) {
   int in[2], out[2];
   if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) die("pipe failed");
   const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
@@ -283,13 +357,60 @@ ClientProcess spawn_client(Transport t, const std::string &secret) {
   if (pid == 0) {
     dup2(in[0], 0);
     dup2(out[1], 1);
-    execl(self.c_str(), self.c_str(), "--token-client", transport.c_str(), secret_arg.c_str(),
+    execl(self.c_str(), self.c_str(), mode, transport.c_str(), secret_arg.c_str(),
           static_cast<char *>(nullptr));
     _exit(127);
   }
   close(in[0]);
   close(out[1]);
   return ClientProcess{pid, in[1], out[0]};
+}
+
+// Closes its stdin (which ends it) and waits for it: true when it exited cleanly.
+bool end_client(ClientProcess *p) {
+  if (p->pid <= 0) return true;
+  close(p->to);
+  close(p->from);
+  int status = 0;
+  waitpid(p->pid, &status, 0);
+  *p = ClientProcess{};
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// A state row: its own client and the plain rig's ask kBlock requests each, in turn, for
+// VELMORA_BENCH_BLOCKS blocks each.
+void run_paired(benchmark::State &state, const Row *row) {
+  Current &c = start(*row);
+  Result &r = results()[row->name];
+  r.samples.clear();
+  r.base_samples.clear();
+  const int blocks = static_cast<int>(env_int("VELMORA_BENCH_BLOCKS", 40));
+  PairedClients &p = paired();
+  for (auto _ : state) {
+    const int64_t cpu0 = c.rig->agent_cpu_ns(), base_cpu0 = c.base_rig->agent_cpu_ns();
+    int64_t own_ns = 0;
+    bool ok = true;
+    for (int b = 0; b < 2 * blocks && ok; ++b) {
+      const bool own = b % 2 == 0;
+      const ClientProcess &cp = own ? p.own : p.base;
+      const int32_t n = kBlock;
+      std::vector<int64_t> ns(kBlock);
+      ok = vbench::write_all(cp.to, &n, sizeof n) &&
+           vbench::read_all(cp.from, ns.data(), ns.size() * sizeof(int64_t));
+      (own ? r.samples : r.base_samples).add_all(ns);
+      if (own)
+        for (int64_t v : ns) own_ns += v;
+    }
+    if (!ok) {
+      state.SkipWithError("a client process failed");
+      break;
+    }
+    const size_t asked = static_cast<size_t>(blocks) * (kBlock + kAfterSwitch);
+    r.agent_cpu_us = cpu_per_request(cpu0, c.rig->agent_cpu_ns(), asked);
+    r.base_agent_cpu_us = cpu_per_request(base_cpu0, c.base_rig->agent_cpu_ns(), asked);
+    state.SetIterationTime(static_cast<double>(own_ns) / 1e9);
+  }
+  report(state, r);
 }
 
 void run_clients(benchmark::State &state, const Row *row) {
@@ -299,7 +420,8 @@ void run_clients(benchmark::State &state, const Row *row) {
   const int64_t burst = env_int("VELMORA_BENCH_BURST_MS", 1000) * 1000000;
   for (auto _ : state) {
     std::vector<ClientProcess> procs;
-    for (int i = 0; i < row->clients; ++i) procs.push_back(spawn_client(row->transport, ""));
+    for (int i = 0; i < row->clients; ++i)
+      procs.push_back(spawn_client(row->transport, "", "--token-client"));
     bool ok = true;
     for (const ClientProcess &p : procs) {
       char ready = 0;
@@ -353,7 +475,7 @@ void register_rows() {
     for (Variant v : {Variant::kPublic, Variant::kSecret, Variant::kLiveTokens, Variant::kPackages})
       for (Transport t : {Transport::kAppControl, Transport::kPort})
         rows().push_back(Row{"tokens/" + reg + "/" + transport_slug(t) + "/" + variant_name(v),
-                             regime, Kind::kSingle, t, v});
+                             regime, compares_state(v) ? Kind::kPaired : Kind::kSingle, t, v});
     for (int n : {1, 2, 4, 8})
       for (Transport t : {Transport::kAppControl, Transport::kPort})
         rows().push_back(
@@ -369,6 +491,12 @@ void register_rows() {
       case Kind::kSingle:
         benchmark::RegisterBenchmark(row.name.c_str(), run_single, &row)
             ->Unit(benchmark::kMicrosecond);
+        break;
+      case Kind::kPaired:
+        benchmark::RegisterBenchmark(row.name.c_str(), run_paired, &row)
+            ->Unit(benchmark::kMicrosecond)
+            ->Iterations(1)
+            ->UseManualTime();
         break;
       case Kind::kClients:
         benchmark::RegisterBenchmark(row.name.c_str(), run_clients, &row)
@@ -455,23 +583,27 @@ void print_tables() {
       }
   }
 
-  printf("\nFlat in state: the same request with a large state, against the row without it\n");
-  printf("(same regime, same run; judged as above; agent CPU per request beside).\n\n");
+  printf("\nFlat in state: the same request with a large state, against a plain root, agent and\n");
+  printf("client asked in turn with it, %d requests at a time (same regime, same run; judged as\n",
+         kBlock);
+  printf("above; agent CPU per request beside).\n\n");
   printf("%-9s %-12s %-18s %9s %9s %8s %9s %9s %-10s %s\n", "regime", "transport", "state", "base",
          "with it", "change", "cpu base", "cpu with", "target", "met");
   for (Regime regime : {Regime::kUnpinned, Regime::kPinned})
     for (Variant v : {Variant::kLiveTokens, Variant::kPackages})
       for (Transport t : {Transport::kAppControl, Transport::kPort}) {
-        const Result *base = find(row_name(regime, t, "public"));
         const Result *with = find(row_name(regime, t, variant_name(v)));
-        if (!base || !with) continue;
+        if (!with || with->base_samples.size() == 0) continue;
+        Result base;  // the plain rig's half of the same row
+        base.samples = with->base_samples;
+        base.agent_cpu_us = with->base_agent_cpu_us;
         const std::string state = v == Variant::kLiveTokens
                                       ? "0 -> " + std::to_string(with->live_tokens) + " tokens"
                                       : "1 -> " + std::to_string(with->packages) + " packages";
-        const double change = figure(*with, regime) / figure(*base, regime) - 1.0;
+        const double change = figure(*with, regime) / figure(base, regime) - 1.0;
         printf("%-9s %-12s %-18s %9.1f %9.1f %+7.1f%% %9.1f %9.1f %-10s %s\n",
                vbench::regime_name(regime), vbench::transport_name(t), state.c_str(),
-               figure(*base, regime), figure(*with, regime), 100 * change, base->agent_cpu_us,
+               figure(base, regime), figure(*with, regime), 100 * change, base.agent_cpu_us,
                with->agent_cpu_us, "within 10%", tally.mark(std::fabs(change) <= 0.10));
       }
 
@@ -506,10 +638,16 @@ void print_tables() {
 int main(int argc, char **argv) {
   // The library logs every call at info; printing them would measure the terminal.
   setenv("VELMORA_LOG_LEVEL", "silent", 0);
-  if (argc > 1 && strcmp(argv[1], "--token-client") == 0) return client_main(argc, argv);
+  if (argc > 1 &&
+      (strcmp(argv[1], "--token-client") == 0 || strcmp(argv[1], "--token-blocks") == 0))
+    return client_main(argc, argv);
 
   frame_sizes() = measure_sizes();
   return vbench::run_rig_benchmarks(
       argc, argv, "velmora-bench-tokens-XXXXXX", register_rows,
-      [] { Current::current().tear_down(); }, print_tables);
+      [] {
+        paired().stop();
+        Current::current().tear_down();
+      },
+      print_tables);
 }

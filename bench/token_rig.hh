@@ -264,7 +264,7 @@ class Rig {
     static int serial = 0;
     root_ = rig_parent() + "/root-" + std::to_string(++serial);
     if (mkdir(root_.c_str(), 0700) != 0) die("cannot make " + root_);
-    setenv("VELMORA_PLATFORM_ROOT", root_.c_str(), 1);
+    use();
     char *error = nullptr;
     if (velmora_host_init_root("mobile", &error) != 0) die(error ? error : "init root");
     install_packages(options.packages);
@@ -278,6 +278,8 @@ class Rig {
   Rig(const Rig &) = delete;
   Rig &operator=(const Rig &) = delete;
 
+  // Makes this rig's root the platform root of this process (and of what it starts) again.
+  void use() const { setenv("VELMORA_PLATFORM_ROOT", root_.c_str(), 1); }
   const std::string &root() const { return root_; }
   const std::string &secret() const { return secret_; }
   int64_t live_tokens() const { return live_tokens_; }
@@ -394,6 +396,7 @@ struct RowRun {
   std::string name;
   std::unique_ptr<Client> client;
   std::unique_ptr<Rig> rig;
+  std::unique_ptr<Rig> base_rig;  // a plain rig beside `rig`, for a row that compares with one
   EchoPeer echo;
 
   // The one row being run.
@@ -416,6 +419,7 @@ struct RowRun {
   void tear_down() {
     client.reset();
     rig.reset();
+    base_rig.reset();
     stop_echo_peer(&echo);
     name.clear();
     enter_regime(Regime::kUnpinned);
@@ -431,12 +435,15 @@ struct RowRun {
 
   // The agent was started by this process in the row's regime: it must run where this does.
   void check_agent_affinity() {
-    cpu_set_t mine, agents;
-    if (rig->agent_pid() <= 0) die(name + ": the agent did not start");
-    if (sched_getaffinity(0, sizeof mine, &mine) != 0 ||
-        sched_getaffinity(rig->agent_pid(), sizeof agents, &agents) != 0 ||
-        !CPU_EQUAL(&mine, &agents))
-      die(name + ": the agent does not run on the CPUs of the row's regime");
+    for (Rig *r : {rig.get(), base_rig.get()}) {
+      if (!r) continue;
+      cpu_set_t mine, agents;
+      if (r->agent_pid() <= 0) die(name + ": the agent did not start");
+      if (sched_getaffinity(0, sizeof mine, &mine) != 0 ||
+          sched_getaffinity(r->agent_pid(), sizeof agents, &agents) != 0 ||
+          !CPU_EQUAL(&mine, &agents))
+        die(name + ": the agent does not run on the CPUs of the row's regime");
+    }
   }
 };
 
