@@ -98,6 +98,10 @@ PLATFORM_API int velmora_host_paired_wearable(char **root);
 PLATFORM_API int velmora_host_companion_send_launch_request(app_control_h app_control,
                                                             app_control_reply_cb callback,
                                                             void *user_data);
+/* After a reply, the stream of a launch request stays open for the next request to the same
+ * application (from the same main context, in the same root) until the callee closes it at its
+ * hello time-out. This closes every stream so kept by this process, e.g. before counting streams. */
+PLATFORM_API void velmora_host_app_control_close_kept_streams(void);
 
 /* ---- running as an application ----
  * An application's id is VELMORA_APP_ID in its environment (the launcher sets it). */

@@ -107,6 +107,9 @@ class Acceptor : public std::enable_shared_from_this<Acceptor> {
   Acceptor &operator=(const Acceptor &) = delete;
 
   void start(int listen_fd);
+  // Takes back a stream whose request was answered, to wait for the sender's next hello as a
+  // newly accepted one would (the hello deadline, the same caps); it keeps its peer slot.
+  void adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot);
   // Forgets `p` (it is freed): its stream is closed unless `keep_fd` (the owner took it, and
   // moved p->slot out if the stream should keep counting for its peer).
   void release(Pending *p, bool keep_fd);

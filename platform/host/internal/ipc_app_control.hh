@@ -25,6 +25,9 @@ struct ReplyChannel {
   bool answered = false;        // the accept answer went out
   GMainContext *ctx = nullptr;  // where a reply the socket cannot take at once is written
   PeerSlot slot;                // the stream counts for its peer while it is open
+  pid_t pid = 0;                // the sender, for the stream's next request
+  uid_t uid = 0;
+  unsigned serving = 0;         // which serving took the request (0: none)
   ~ReplyChannel();
 };
 

@@ -25,6 +25,8 @@
 #include <functional>
 #include <string>
 
+#include "registry.hh"
+
 namespace vhost::ipc {
 
 int launch_timeout_ms();
@@ -42,6 +44,9 @@ class LaunchWait;
 // instance died before listening or did not listen in time.
 using LaunchDone = std::function<void(int fd)>;
 
+// Whether `app_id` is registered in the current root, as launch_connect finds it: true, or false
+// with *refused set to kNotFound or kRefused (logged).
+bool launch_target_known(const std::string &app_id, AppRecord *app, LaunchStart *refused);
 LaunchStart launch_connect(const std::string &app_id, const std::string &socket_name,
                            GMainContext *ctx, LaunchDone done, int *fd, LaunchWait **wait);
 // Stops waiting; `done` will not run. The started instance keeps running.

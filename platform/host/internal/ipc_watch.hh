@@ -8,12 +8,18 @@
 
 namespace vhost::ipc {
 
+// Makes a watch call `fn(fd, condition, data)` from now on.
+template <typename F>
+void set_watch_callback(GSource *src, F *fn, void *data) {
+  g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(fn)), data,
+                        nullptr);
+}
+
 // Attaches to `ctx` a source that calls `fn(fd, condition, data)` on input, hang-up or error.
 template <typename F>
 GSource *fd_watch(int fd, F *fn, void *data, GMainContext *ctx) {
   GSource *src = g_unix_fd_source_new(fd, (GIOCondition)(G_IO_IN | G_IO_HUP | G_IO_ERR));
-  g_source_set_callback(src, reinterpret_cast<GSourceFunc>(reinterpret_cast<void (*)()>(fn)), data,
-                        nullptr);
+  set_watch_callback(src, fn, data);
   g_source_attach(src, ctx);
   return src;
 }

@@ -96,6 +96,19 @@ void Acceptor::start(int listen_fd) {
   watch_listener();
 }
 
+void Acceptor::adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
+  auto *p = new Pending;
+  p->acceptor_ = this;
+  p->fd = fd;
+  p->pid = pid;
+  p->uid = uid;
+  p->slot = std::move(slot);
+  pending_.push_back(p);
+  p->watch_ = fd_watch(fd, on_readable, p, ctx_);
+  dispatch_unblocked(p->watch_);
+  set_deadline(p, hello_timeout_ms());
+}
+
 void Acceptor::watch_listener() {
   if (listen_watch_ || !owner_) return;
   listen_watch_ = fd_watch(listen_fd_, on_accept, this, ctx_);

@@ -25,11 +25,22 @@
 // for writing, or answered "send again" by a callee that stops serving) means an instance that was
 // ending: the request goes through the launcher again, a few times, before it fails. A callee that
 // read the request and closed without a reply is not sent it again: it may have acted on it.
+//
+// A stream whose reply came whole is kept (one per callee, root and main context, a few in all)
+// for the next request to the same callee: that request skips connecting and the callee's accept.
+// A kept stream on which anything arrives (the callee closing it at its hello time-out, or
+// answering "send again" as it stops) is closed. A request on a kept stream that the callee closed
+// meanwhile finds it reset or refused for writing, and goes through the launcher like any other.
 #include <glib-unix.h>
+#include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <utility>
+#include <vector>
 
 #include "app_control.h"
 #include "host_root.hh"
@@ -50,6 +61,8 @@ namespace {
 
 // The answer frame's size, the largest first frame a callee may send.
 constexpr size_t kMaxAnswer = 64;
+// Streams kept for a next request, in all.
+constexpr size_t kMaxKeptStreams = 8;
 // Attempts at a target that ends before it takes the request, and the first pause between them.
 constexpr int kMaxAttempts = 4;
 constexpr guint kRetryPauseMs = 20;
@@ -89,6 +102,92 @@ struct Sender {
     if (ctx) g_main_context_unref(ctx);
   }
 };
+
+// ---- streams kept for the next request ----
+
+struct KeptStream {
+  GMainContext *ctx = nullptr;
+  std::string root;
+  std::string app_id;
+  int fd = -1;
+  GSource *watch = nullptr;  // its input watch, handed on to the next sender
+};
+
+std::mutex g_kept_mutex;
+std::vector<KeptStream *> g_kept;  // oldest first
+
+// Set when a sender's watch went to a kept stream during its own dispatch: it stays attached.
+thread_local bool t_watch_kept = false;
+
+void close_kept(KeptStream *k) {
+  drop_source(&k->watch);
+  if (k->fd >= 0) close(k->fd);
+  g_main_context_unref(k->ctx);
+  delete k;
+}
+
+// Anything on a kept stream ends it: the callee closed it, or stops serving.
+gboolean on_kept_readable(gint, GIOCondition, gpointer data) {
+  auto *k = static_cast<KeptStream *>(data);
+  {
+    std::lock_guard<std::mutex> lock(g_kept_mutex);
+    g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), k), g_kept.end());
+  }
+  g_source_unref(k->watch);  // returning REMOVE destroys it
+  k->watch = nullptr;
+  close(k->fd);
+  g_main_context_unref(k->ctx);
+  delete k;
+  return G_SOURCE_REMOVE;
+}
+
+// Keeps the stream of a sender whose reply came whole, with its watch; one per callee, root and
+// context. The sender no longer has it.
+void keep_stream(Sender *s) {
+  auto *k = new (std::nothrow) KeptStream;
+  if (!k) return;
+  k->ctx = g_main_context_ref(s->ctx);
+  k->root = s->root;
+  k->app_id = s->request->app_id;
+  k->fd = std::exchange(s->fd, -1);
+  k->watch = std::exchange(s->watch, nullptr);
+  set_watch_callback(k->watch, on_kept_readable, k);
+  t_watch_kept = true;
+  std::vector<KeptStream *> dropped;
+  {
+    std::lock_guard<std::mutex> lock(g_kept_mutex);
+    for (KeptStream *other : g_kept)
+      if (other->ctx == k->ctx && other->root == k->root && other->app_id == k->app_id)
+        dropped.push_back(other);
+    if (g_kept.size() - dropped.size() >= kMaxKeptStreams) dropped.push_back(g_kept.front());
+    for (KeptStream *d : dropped) g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), d), g_kept.end());
+    g_kept.push_back(k);
+  }
+  // A kept stream of another context is closed on this thread: only its own source is destroyed.
+  for (KeptStream *d : dropped) close_kept(d);
+}
+
+// A kept stream to `app_id` in `root` for `ctx`, taken from the keep; nullptr when there is none
+// still open.
+KeptStream *take_stream(GMainContext *ctx, const std::string &root, const std::string &app_id) {
+  KeptStream *k = nullptr;
+  {
+    std::lock_guard<std::mutex> lock(g_kept_mutex);
+    auto it = std::find_if(g_kept.begin(), g_kept.end(), [&](const KeptStream *e) {
+      return e->ctx == ctx && e->root == root && e->app_id == app_id;
+    });
+    if (it == g_kept.end()) return nullptr;
+    k = *it;
+    g_kept.erase(it);
+  }
+  // Its watch may not have run yet: a stream with anything to read has ended.
+  struct pollfd p = {k->fd, POLLIN, 0};
+  if (poll(&p, 1, 0) != 0) {
+    close_kept(k);
+    return nullptr;
+  }
+  return k;
+}
 
 // Runs the reply callback (once: the sender is freed with it).
 void finish(Sender *s, app_control_h reply, app_control_result_e result) {
@@ -164,6 +263,10 @@ bool pump(Sender *s, IoStatus status) {
     uint32_t result;
     auto *reply = new app_control_s;
     if (r.get_u32(&result) && decode_control(&r, reply) && r.at_end()) {
+      // The reply came whole and nothing else is on the stream: it can take the next request.
+      if (status == IoStatus::kOk && s->frames.empty() && s->reader.held() == 0 && s->out &&
+          s->out->waiting() == 0)
+        keep_stream(s);
       finish(s, reply, (app_control_result_e)(int32_t)result);
     } else {
       IPC_LOGE("malformed reply from %s", s->request->app_id.c_str());
@@ -185,8 +288,10 @@ bool pump(Sender *s, IoStatus status) {
 gboolean on_readable(gint, GIOCondition, gpointer data) {
   auto *s = static_cast<Sender *>(data);
   IoStatus status = read_available(s->fd, &s->reader, &s->frames, 256 * 1024);
+  t_watch_kept = false;
   if (pump(s, status)) return G_SOURCE_CONTINUE;
-  return G_SOURCE_REMOVE;  // the watch is gone with the stream or the sender
+  // The watch is gone with the stream or the sender, unless a kept stream took it.
+  return std::exchange(t_watch_kept, false) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
 }
 
 gboolean on_answer_expired(gpointer data) {
@@ -209,13 +314,16 @@ gboolean on_reply_expired(gpointer data) {
   return G_SOURCE_REMOVE;
 }
 
-// Writes the hello and the request to a connected target and watches for its answer and reply.
-void hand_over(Sender *s, int fd) {
+// Writes the hello and the request to a connected target and watches for its answer and reply
+// (with `watch`, the input watch of a kept stream, when it is one).
+void hand_over(Sender *s, int fd, GSource *watch = nullptr) {
   s->fd = fd;
+  s->watch = watch;
+  if (watch) set_watch_callback(watch, on_readable, s);
   s->out = std::make_unique<Outbox>(s->ctx, fd, s->wire.size());
   s->out->on_failed = [s](IoStatus) { try_again(s); };  // it never took the whole request
   if (s->out->push_raw(s->wire) != IoStatus::kOk) return try_again(s);
-  s->watch = fd_watch(fd, on_readable, s, s->ctx);
+  if (!s->watch) s->watch = fd_watch(fd, on_readable, s, s->ctx);
   s->answer_timer = g_timeout_source_new((guint)velmora_host_rpc_timeout_ms());
   g_source_set_callback(s->answer_timer, on_answer_expired, s, nullptr);
   g_source_attach(s->answer_timer, s->ctx);
@@ -264,6 +372,15 @@ void launch(Sender *s) {
 
 }  // namespace
 
+extern "C" void velmora_host_app_control_close_kept_streams(void) {
+  std::vector<KeptStream *> all;
+  {
+    std::lock_guard<std::mutex> lock(g_kept_mutex);
+    all.swap(g_kept);
+  }
+  for (KeptStream *k : all) close_kept(k);
+}
+
 extern "C" int app_control_send_launch_request(app_control_h app_control,
                                                app_control_reply_cb callback, void *user_data) {
   if (!app_control) return APP_CONTROL_ERROR_INVALID_PARAMETER;
@@ -293,6 +410,30 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
   s->root = vhost::root_dir();
   s->callback = callback;
   s->user_data = user_data;
+
+  if (KeptStream *k = take_stream(s->ctx, s->root, app_control->app_id)) {
+    // The target must still be registered and willing, as for a new connection.
+    vhost::AppRecord app;
+    LaunchStart refused = LaunchStart::kNotFound;
+    int error = APP_CONTROL_ERROR_NONE;
+    if (!launch_target_known(app_control->app_id, &app, &refused))
+      error = refused == LaunchStart::kRefused ? APP_CONTROL_ERROR_PERMISSION_DENIED
+                                               : APP_CONTROL_ERROR_APP_NOT_FOUND;
+    else if (refusing(app_control->app_id))
+      error = APP_CONTROL_ERROR_LAUNCH_REJECTED;
+    if (error != APP_CONTROL_ERROR_NONE) {
+      close_kept(k);
+      if (error == APP_CONTROL_ERROR_LAUNCH_REJECTED)
+        IPC_LOGW("launch request to %s refused: it refuses launch requests",
+                 app_control->app_id.c_str());
+      return error;
+    }
+    const int fd = std::exchange(k->fd, -1);
+    GSource *watch = std::exchange(k->watch, nullptr);
+    close_kept(k);  // what is left of it
+    hand_over(s.release(), fd, watch);
+    return APP_CONTROL_ERROR_NONE;
+  }
 
   int fd = -1;
   LaunchWait *wait = nullptr;

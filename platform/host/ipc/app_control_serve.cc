@@ -14,8 +14,11 @@
 // into the reply: a callback that replies at once sends the answer and the reply in one write;
 // otherwise the answer leaves as soon as the callback returns. Nothing here waits for a sender: a
 // reply its socket cannot take at once is written from the main loop, and given up when it is not
-// written within the frame time-out. Streams still waiting for their request when serving stops
-// are answered "send again", so that their senders reach the next instance.
+// written within the frame time-out; the stream then closes. A stream whose reply went out at once
+// waits for the sender's next request (a new hello and request) as a newly accepted stream would,
+// and closes at the hello time-out: a sender asking again soon reuses it. Streams still waiting
+// for a request when serving stops are answered "send again", so that their senders reach the
+// next instance.
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -44,6 +47,7 @@ namespace {
 constexpr size_t kPendingBudget = kMaxHello + kMaxFrame + 2 * kFrameHeader;
 
 struct Serving : AcceptorOwner {
+  unsigned id = 0;  // tells this serving from an earlier one of the process
   GMainContext *ctx = nullptr;
   velmora_host_launch_request_cb callback = nullptr;
   void *user_data = nullptr;
@@ -57,7 +61,18 @@ struct Serving : AcceptorOwner {
 };
 
 Serving *g_serving = nullptr;
+unsigned g_servings = 0;
 std::atomic<bool> g_refusing{false};
+
+// After a reply: the stream waits for the sender's next request, when the serving that took the
+// request still serves, on this thread. False when it is to close instead.
+bool keep_stream(int fd, ReplyChannel *channel) {
+  Serving *s = g_serving;
+  if (!s || s->id != channel->serving || g_refusing.load() || !g_main_context_is_owner(s->ctx))
+    return false;
+  s->acceptor->adopt(fd, channel->pid, channel->uid, std::move(channel->slot));
+  return true;
+}
 
 // Tells senders (or stops telling them) that this application refuses launch requests.
 void mark_refusing(const std::string &app_id, bool refusing) {
@@ -118,6 +133,9 @@ void Serving::deliver(Pending *p) {
   channel->fd = p->fd;
   channel->slot = std::move(p->slot);
   channel->ctx = g_main_context_ref(ctx);
+  channel->pid = p->pid;
+  channel->uid = p->uid;
+  channel->serving = id;
   a->release(p, true);
   request->received = true;
   request->channel = channel;
@@ -199,6 +217,7 @@ int velmora_host_app_control_serve(velmora_host_launch_request_cb callback, void
     delete serving;
     return APP_CONTROL_ERROR_IO_ERROR;
   }
+  serving->id = ++g_servings;
   serving->ctx = g_main_context_ref_thread_default();
   serving->callback = callback;
   serving->user_data = user_data;
@@ -238,7 +257,8 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
   if (channel->replied) return APP_CONTROL_ERROR_INVALID_PARAMETER;
   channel->replied = true;
   if (channel->fd < 0) return APP_CONTROL_ERROR_IO_ERROR;
-  // One reply per request: the stream ends with it, whatever happens (the sender then sees the
+  // One reply per request. The stream goes on to the sender's next request only when the reply
+  // went out whole at once; otherwise it ends with it, whatever happens (the sender then sees the
   // reply, or the end of the stream and a failed request).
   const int fd = channel->fd;
   channel->fd = -1;
@@ -265,7 +285,7 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
     return APP_CONTROL_ERROR_NONE;
   }
   out.reset();
-  close(fd);
+  if (status != IoStatus::kOk || !keep_stream(fd, channel)) close(fd);
   return status == IoStatus::kOk ? APP_CONTROL_ERROR_NONE : APP_CONTROL_ERROR_IO_ERROR;
 }
 

@@ -193,16 +193,23 @@ gboolean tick(gpointer data) {
 
 }  // namespace
 
+bool launch_target_known(const std::string &app_id, AppRecord *app, LaunchStart *refused) {
+  std::string refusal;
+  // Only valid ids are ever registered: an invalid one is simply not found.
+  if (registry_find_app(app_id, app, &refusal)) return true;
+  *refused = LaunchStart::kNotFound;
+  if (!refusal.empty()) {
+    log_refusal(refusal);
+    *refused = LaunchStart::kRefused;
+  }
+  return false;
+}
+
 LaunchStart launch_connect(const std::string &app_id, const std::string &socket_name,
                            GMainContext *ctx, LaunchDone done, int *fd, LaunchWait **wait) {
   AppRecord app;
-  std::string refusal;
-  // Only valid ids are ever registered: an invalid one is simply not found.
-  if (!registry_find_app(app_id, &app, &refusal)) {
-    if (refusal.empty()) return LaunchStart::kNotFound;
-    log_refusal(refusal);
-    return LaunchStart::kRefused;
-  }
+  LaunchStart refused = LaunchStart::kNotFound;
+  if (!launch_target_known(app_id, &app, &refused)) return refused;
   const std::string path = app_socket_path(app_id, socket_name);
   if (path.size() >= kMaxSocketPath) {
     IPC_LOGE("cannot reach %s: socket path too long (%s)", app_id.c_str(), path.c_str());

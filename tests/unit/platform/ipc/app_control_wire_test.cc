@@ -45,7 +45,21 @@ TEST_F(AppControlServeWire, RawRequestGetsTheAnswerAndTheReply) {
   body[0] = 0;  // the reply names no app and no operation
   expected.insert(expected.end(), body.begin(), body.end());
   EXPECT_EQ(reply, expected);
-  EXPECT_TRUE(raw::sees_end(fd));  // one reply, then the stream ends
+  // The stream then takes the sender's next request, hello first, as a new stream would.
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "test.again", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, control(kCallee, "op", {{"result", "0"}})));
+  ASSERT_TRUE(raw::read_frame(fd, &answer));
+  EXPECT_EQ(answer, raw::answer(0));
+  ASSERT_TRUE(raw::read_frame(fd, &reply));
+  expected.clear();
+  raw::put_u32(&expected, (uint32_t)APP_CONTROL_RESULT_SUCCEEDED);
+  body = control("", "",
+                 {{"result", "0"}, {"caller", "test.again"}, {"operation", "op"}, {"served", "3"}});
+  body[0] = 0;
+  expected.insert(expected.end(), body.begin(), body.end());
+  EXPECT_EQ(reply, expected);
+  // Left idle, it ends at the hello time-out (2 s here).
+  EXPECT_TRUE(raw::sees_end(fd));
   close(fd);
 }
 
@@ -203,6 +217,64 @@ TEST_F(AppControlSendWire, RequestHasTheDocumentedForm) {
 
 // Whatever the callee answers comes back through the reply callback: the sender never waits for
 // the answer.
+// The reply frame of a callee that replied `value` for the key "n".
+raw::Bytes reply_with(const std::string &value) {
+  raw::Bytes reply;
+  raw::put_u32(&reply, 0);
+  raw::Bytes body = control("", "", {{"n", value}});
+  body[0] = 0;
+  reply.insert(reply.end(), body.begin(), body.end());
+  return reply;
+}
+
+// Plays a callee on `fd` for one request: reads the hello and the request, answers and replies.
+bool serve_one(int fd, const std::string &value) {
+  raw::Bytes frame;
+  return raw::read_frame(fd, &frame) && raw::read_frame(fd, &frame) &&
+         raw::write_frame(fd, raw::answer(0)) && raw::write_frame(fd, reply_with(value));
+}
+
+TEST_F(AppControlSendWire, ASecondRequestGoesOnTheStreamOfTheFirst) {
+  serve_each(1, [](int fd, int) {
+    serve_one(fd, "1");
+    serve_one(fd, "2");
+  });
+  for (const char *n : {"1", "2"}) {
+    Replies r;
+    ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+    EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+    EXPECT_EQ(r.get("n"), n);
+  }
+  callee.join();
+  EXPECT_EQ(accepted, 1);
+}
+
+// A callee that closes a stream after its reply (as when it drops an idle one at its hello
+// time-out) gets the next request on a new stream, whether or not the sender noticed the close.
+TEST_F(AppControlSendWire, AStreamTheCalleeClosedIsNotUsedAgain) {
+  for (bool noticed : {true, false}) {
+    accepted = 0;
+    serve_each(2, [](int fd, int i) { serve_one(fd, std::to_string(i)); });
+    for (const char *n : {"0", "1"}) {
+      Replies r;
+      ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+      ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+      EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+      EXPECT_EQ(r.get("n"), n);
+      if (noticed) {
+        drain();
+      } else {
+        // Waits without running the main loop, so that the close is on the stream but not yet
+        // seen by the kept stream's watch.
+        for (int i = 0; i < 20000 && accepted == (n[0] == '0' ? 0 : 1); ++i) usleep(1000);
+      }
+    }
+    callee.join();
+    EXPECT_EQ(accepted, 2);
+  }
+}
+
 TEST_F(AppControlSendWire, RefusalAnswerFailsTheReplyOnce) {
   for (int32_t code : {(int32_t)APP_CONTROL_ERROR_LAUNCH_REJECTED, (int32_t)12345}) {
     serve({raw::answer(code)});
