@@ -100,7 +100,8 @@ PLATFORM_API int velmora_host_companion_send_launch_request(app_control_h app_co
                                                             void *user_data);
 /* After a reply, the stream of a launch request stays open for the next request to the same
  * application (from the same main context, in the same root) until the callee closes it at its
- * hello time-out. This closes every stream so kept by this process, e.g. before counting streams. */
+ * hello time-out. This closes every stream so kept by this process, e.g. before counting streams.
+ */
 PLATFORM_API void velmora_host_app_control_close_kept_streams(void);
 
 /* ---- running as an application ----

@@ -27,7 +27,7 @@ struct ReplyChannel {
   PeerSlot slot;                // the stream counts for its peer while it is open
   pid_t pid = 0;                // the sender, for the stream's next request
   uid_t uid = 0;
-  unsigned serving = 0;         // which serving took the request (0: none)
+  unsigned serving = 0;  // which serving took the request (0: none)
   ~ReplyChannel();
 };
 

@@ -160,7 +160,8 @@ void keep_stream(Sender *s) {
       if (other->ctx == k->ctx && other->root == k->root && other->app_id == k->app_id)
         dropped.push_back(other);
     if (g_kept.size() - dropped.size() >= kMaxKeptStreams) dropped.push_back(g_kept.front());
-    for (KeptStream *d : dropped) g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), d), g_kept.end());
+    for (KeptStream *d : dropped)
+      g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), d), g_kept.end());
     g_kept.push_back(k);
   }
   // A kept stream of another context is closed on this thread: only its own source is destroyed.

@@ -234,18 +234,22 @@ bool serve_one(int fd, const std::string &value) {
          raw::write_frame(fd, raw::answer(0)) && raw::write_frame(fd, reply_with(value));
 }
 
+// Sends a request and waits for its reply, which must succeed with "n" = `n`.
+void expect_reply_n(const std::string &n) {
+  Replies r;
+  ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+  EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(r.get("n"), n);
+}
+
 TEST_F(AppControlSendWire, ASecondRequestGoesOnTheStreamOfTheFirst) {
   serve_each(1, [](int fd, int) {
     serve_one(fd, "1");
     serve_one(fd, "2");
   });
-  for (const char *n : {"1", "2"}) {
-    Replies r;
-    ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
-    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
-    EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
-    EXPECT_EQ(r.get("n"), n);
-  }
+  expect_reply_n("1");
+  expect_reply_n("2");
   callee.join();
   EXPECT_EQ(accepted, 1);
 }
@@ -257,11 +261,7 @@ TEST_F(AppControlSendWire, AStreamTheCalleeClosedIsNotUsedAgain) {
     accepted = 0;
     serve_each(2, [](int fd, int i) { serve_one(fd, std::to_string(i)); });
     for (const char *n : {"0", "1"}) {
-      Replies r;
-      ASSERT_EQ(send_request(kCallee, {}, &r), APP_CONTROL_ERROR_NONE);
-      ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
-      EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
-      EXPECT_EQ(r.get("n"), n);
+      expect_reply_n(n);
       if (noticed) {
         drain();
       } else {
