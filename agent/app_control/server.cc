@@ -8,6 +8,7 @@
 #include <list>
 
 #include "app_control/operations.hh"
+#include "caller_name.hh"
 #include "config.hh"
 #include "dlog.h"
 #include "file_watch.hh"
@@ -119,10 +120,10 @@ bool caller_allowed(const appcontrol::Operation &op, app_control_h request,
 void log_answer(const char *operation, const std::string &caller,
                 const appcontrol::Answer &answer) {
   if (answer.ok)
-    AC_LOG(DLOG_DEBUG, "app control: %s from %s: ok", operation, caller.c_str());
+    AC_LOG(DLOG_DEBUG, "app control: %s from %s: ok", operation, caller_name(caller));
   else
-    AC_LOG(DLOG_INFO, "app control: %s from %s: failed, error_code %s", operation, caller.c_str(),
-           answer.extras.front().second.c_str());
+    AC_LOG(DLOG_INFO, "app control: %s from %s: failed, error_code %s", operation,
+           caller_name(caller), answer.extras.front().second.c_str());
 }
 
 void update_refusing() {
@@ -139,7 +140,8 @@ void on_launch_request(app_control_h request, void *) {
   const std::string caller = text_of(app_control_get_caller, request);
   const appcontrol::Operation *op = appcontrol::find_operation(uri);
   if (!op) {
-    AC_LOG(DLOG_WARN, "app control: unknown operation '%s' from %s", uri.c_str(), caller.c_str());
+    AC_LOG(DLOG_WARN, "app control: unknown operation '%s' from %s", uri.c_str(),
+           caller_name(caller));
     reply(request, appcontrol::failure(
                        Status::fail(errc::kNotSupported, "the agent has no operation " + uri)));
     return;
@@ -157,7 +159,7 @@ void on_launch_request(app_control_h request, void *) {
   if (fault.crash) crash_now(op->fault_name);
   if (fault.never_answer) {
     AC_LOG(DLOG_WARN, "app control: %s from %s left unanswered (fault never_answer)",
-           op->fault_name, caller.c_str());
+           op->fault_name, caller_name(caller));
     hold(request, appcontrol::Answer{}, -1);
     update_refusing();
     return;

@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <list>
 
+#include "caller_name.hh"
 #include "dlog.h"
 #include "file_watch.hh"
 #include "idle_exit.hh"
@@ -84,8 +85,9 @@ gboolean send_delayed(gpointer data) {
 }
 
 // Returns non-zero to close the connection.
-int on_received(const char *sender, const char *instance, rpc_port_h port, void *) {
+int on_received(const char *app_id, const char *instance, rpc_port_h port, void *) {
   note_activity();
+  const char *sender = caller_name(app_id);
   const WatchScope look_once;  // the configuration files are looked at once per request
   rpc_port_parcel_h raw = nullptr;
   if (rpc_port_parcel_create_from_port(&raw, port) != 0 || !raw) return -1;
@@ -152,14 +154,14 @@ int on_received(const char *sender, const char *instance, rpc_port_h port, void 
   return 0;
 }
 
-void on_connected(const char *sender, const char *instance, void *) {
-  NIDL_LOG(DLOG_INFO, "AccountSvc: %s connected (%s)", sender, instance);
+void on_connected(const char *app_id, const char *instance, void *) {
+  NIDL_LOG(DLOG_INFO, "AccountSvc: %s connected (%s)", caller_name(app_id), instance);
   ++g_server.connections;
   note_activity();
 }
 
-void on_disconnected(const char *sender, const char *instance, void *) {
-  NIDL_LOG(DLOG_INFO, "AccountSvc: %s disconnected (%s)", sender, instance);
+void on_disconnected(const char *app_id, const char *instance, void *) {
+  NIDL_LOG(DLOG_INFO, "AccountSvc: %s disconnected (%s)", caller_name(app_id), instance);
   if (g_server.connections > 0) --g_server.connections;
   note_activity();
 }

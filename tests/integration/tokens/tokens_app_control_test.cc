@@ -169,5 +169,22 @@ TEST_F(TokensAppControl, ScopeTheClientLacksIsRefused) {
   EXPECT_EQ(done.result, static_cast<int>(0xC1000006u));  // the agent's "scope not allowed"
 }
 
+// A launch request from a process that runs as no application (this test) is logged with a
+// stand-in name for its caller, not an empty one.
+TEST_F(TokensAppControl, TheAgentLogNamesACallerWithoutAnApplicationId) {
+  prepare();
+  set_fault("getaccesstoken", "error_code", "-22");
+  velmora_account_h h = app_control_handle();
+  Completion done;
+  ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &done), 0);
+  ASSERT_TRUE(done.wait());
+  EXPECT_EQ(done.result, -22);
+  const std::string log = agent_log();
+  EXPECT_NE(log.find("app control: getaccesstoken from an unnamed caller: failed, error_code "),
+            std::string::npos)
+      << log;
+  EXPECT_EQ(log.find(" from : "), std::string::npos) << log;
+}
+
 }  // namespace
 }  // namespace vtest

@@ -138,5 +138,47 @@ TEST_F(TokensNidl, AfterTheDisconnectedEventTheMethodCallFailsAsOutOfMemory) {
   EXPECT_EQ(done.calls, 0);
 }
 
+// The agent's log names the caller of a port request: its application id, or, for a process that
+// runs as no application, a stand-in rather than an empty name.
+class TokensNidlCaller : public AccountTest {
+ protected:
+  // The agent's log after a port request from this process running as `app_id` (nullptr: as no
+  // application). The request fails, so that the agent logs it at its default level.
+  std::string log_of_a_failed_request(const char *app_id) {
+    prepare();
+    set_fault("RequestAccessToken", "error_code", "-22");
+    if (app_id) setenv("VELMORA_APP_ID", app_id, 1);
+    velmora_account_h h = connected_handle();
+    unsetenv("VELMORA_APP_ID");
+    EXPECT_NE(h, nullptr);
+    Completion done;
+    EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done), 0);
+    EXPECT_TRUE(done.wait());
+    EXPECT_EQ(done.result, -22);
+    return agent_log();
+  }
+};
+
+TEST_F(TokensNidlCaller, WithoutAnApplicationIdIsAnUnnamedCaller) {
+  const std::string log = log_of_a_failed_request(nullptr);
+  EXPECT_NE(log.find("AccountSvc: an unnamed caller connected ("), std::string::npos) << log;
+  EXPECT_NE(
+      log.find("AccountSvc: RequestAccessToken from an unnamed caller: result 0, callback -22\n"),
+      std::string::npos)
+      << log;
+  EXPECT_EQ(log.find(" from : "), std::string::npos) << log;
+}
+
+TEST_F(TokensNidlCaller, IsNamedByItsApplicationId) {
+  const std::string log = log_of_a_failed_request("dev.velmora.test.port_caller");
+  EXPECT_NE(log.find("AccountSvc: dev.velmora.test.port_caller connected ("), std::string::npos)
+      << log;
+  EXPECT_NE(log.find("AccountSvc: RequestAccessToken from dev.velmora.test.port_caller: result 0, "
+                     "callback -22\n"),
+            std::string::npos)
+      << log;
+  EXPECT_EQ(log.find("an unnamed caller"), std::string::npos) << log;
+}
+
 }  // namespace
 }  // namespace vtest
