@@ -76,8 +76,9 @@ inline std::string value(const gchar *option) { return option ? option : ""; }
 
 // Usage error of the running command; returns kExitUsage.
 int usage_error(const std::string &message);
-// Prints why the command failed (one JSON object under --json, else a line on stderr) and returns
-// kExitFailed.
+// Says why the command failed as every tool does (vcli::fail): "velmora-agent: <command> failed:
+// <error name>: <message> (<code>)" on stderr and, under --json, one object on stdout whose "error"
+// is the name of the code; returns kExitFailed.
 int failed(const Status &st);
 // The agent's state in the current platform root.
 Result<std::unique_ptr<AgentState>> open_state();

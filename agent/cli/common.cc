@@ -30,17 +30,9 @@ const char *command_name() {
 int usage_error(const std::string &message) { return vcli::usage_error(message); }
 
 int failed(const Status &st) {
-  if (options().json) {
-    JsonReply json;
-    json.integer("result", st.code)
-        .str("error", error_name(st.code))
-        .str("message", st.message)
-        .integer("exit_status", kExitFailed)
-        .print();
-  } else {
-    fprintf(stderr, "velmora-agent %s: %s (%d)\n", command_name(), st.describe().c_str(), st.code);
-  }
-  return kExitFailed;
+  const std::string message = std::string(command_name()) + " failed: " + st.describe() + " (" +
+                              std::to_string(st.code) + ")";
+  return vcli::fail(error_name(st.code).c_str(), message);
 }
 
 Result<std::unique_ptr<AgentState>> open_state() { return AgentState::open(velmora_host_root()); }

@@ -386,8 +386,14 @@ TEST_F(AdminCli, PlacesInJson) {
   EXPECT_EQ(unknown.exit_code, 1);
   vtest::Json failure(unknown.out);
   ASSERT_TRUE(failure.valid()) << unknown.out;
+  // Like every tool: the text on stderr, one object on stdout.
+  const std::string said = "places failed: AGENT_ERROR_UNKNOWN_PLACE: no place 1 of alice (" +
+                           std::to_string(vagent::errc::kUnknownPlace) + ")";
+  EXPECT_EQ(failure.str("command"), "places");
   EXPECT_EQ(failure.str("error"), "AGENT_ERROR_UNKNOWN_PLACE");
-  EXPECT_EQ(unknown.err, "");
+  EXPECT_EQ(failure.str("message"), said);
+  EXPECT_EQ(failure.integer("exit_status"), 1);
+  EXPECT_EQ(unknown.err, "velmora-agent: " + said + "\n");
 }
 
 TEST_F(AdminCli, ProfileUsageIsCheckedBeforeTheStateIsOpened) {
@@ -602,7 +608,12 @@ TEST_F(AdminCli, JsonOutcomesAreOneObject) {
   EXPECT_EQ(failure.str("command"), "seed-user");
   EXPECT_EQ(failure.str("error"), "AGENT_ERROR_USER_EXISTS");
   EXPECT_EQ(failure.integer("exit_status"), 1);
-  EXPECT_EQ(again.err, "");
+  // The same text on stderr, as every tool says its failures.
+  const std::string said =
+      "seed-user failed: AGENT_ERROR_USER_EXISTS: login id or user id in use: alice (" +
+      std::to_string(vagent::errc::kUserExists) + ")";
+  EXPECT_EQ(failure.str("message"), said);
+  EXPECT_EQ(again.err, "velmora-agent: " + said + "\n");
 }
 
 TEST_F(AdminCli, EmptyFaultListSaysSo) {
