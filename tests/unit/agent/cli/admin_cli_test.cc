@@ -616,6 +616,21 @@ TEST_F(AdminCli, JsonOutcomesAreOneObject) {
   EXPECT_EQ(again.err, "velmora-agent: " + said + "\n");
 }
 
+TEST_F(AdminCli, DoubleDashEndsTheOptions) {
+  CliRun r = run_agent({"state", "--", "--json"});  // a word now, not an option: refused
+  EXPECT_EQ(r.exit_code, 2);
+  EXPECT_NE(r.err.find("unexpected argument '--json'"), std::string::npos) << r.err;
+  EXPECT_EQ(r.out, "");  // no JSON object: --json was not asked for
+  // Words after it are the command's arguments, as they would be without it.
+  r = run_agent({"fault", "set", "--", "RequestAccessToken", "delay_ms=20"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  vtest::Json listed(run_agent({"fault", "list", "--json"}).out);
+  ASSERT_NE(listed.array("faults"), nullptr);
+  ASSERT_EQ(json_array_get_length(listed.array("faults")), 1u);
+  JsonObject *f = json_array_get_object_element(listed.array("faults"), 0);
+  EXPECT_STREQ(json_object_get_string_member(f, "operation"), "RequestAccessToken");
+}
+
 TEST_F(AdminCli, EmptyFaultListSaysSo) {
   CliRun r = run_agent({"fault", "list"});
   EXPECT_EQ(r.exit_code, 0);

@@ -221,6 +221,18 @@ TEST_F(PlatformCli, MccIsShownSetAndRemoved) {
             SYSTEM_INFO_ERROR_NO_DATA);
 }
 
+TEST_F(PlatformCli, DoubleDashEndsTheOptions) {
+  CliRun r = run({"list", "--", "--json"}, root_.path());  // a word now, not an option: refused
+  EXPECT_EQ(r.status, 2);
+  EXPECT_TRUE(contains(r.err, "unexpected argument '--json'")) << r.err;
+  EXPECT_EQ(r.out, "");  // no JSON object: --json was not asked for
+  // Words after it are the command's arguments, as they would be without it.
+  r = run({"profile", "--", "tv"}, root_.path());
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "profile tv\n");
+  EXPECT_EQ(profile_of_root(), "tv");
+}
+
 TEST_F(PlatformCli, MccRefusesAnythingButThreeDigits) {
   for (const char *bad : {"26", "2622", "26a", "-12"}) {
     const CliRun r = run({"mcc", "--", bad}, root_.path());
