@@ -79,10 +79,11 @@ inline void append_items(velmora_account_profile_list_h list, int category, int 
       EXPECT_EQ(velmora_account_profile_set_item_str(p, d->item_base + f,
                                                      field_value(category, i, f).c_str()),
                 0);
-    if (d->has_source)
+    if (d->has_source) {
       EXPECT_EQ(
           velmora_account_profile_set_item_source(p, d->item_base + d->string_count, source_of(i)),
           0);
+    }
     EXPECT_EQ(velmora_account_profile_list_append(list, p), 0);
     velmora_account_profile_destroy(p);
   }
@@ -109,9 +110,10 @@ inline void expect_items(velmora_account_profile_list_h list, int category, int 
     }
     char **verified = va_profile_item_str(item, category, d->string_count - 1);
     EXPECT_TRUE(verified == nullptr || *verified == nullptr) << where << " " << d->log_word;
-    if (d->has_source)
+    if (d->has_source) {
       EXPECT_EQ(*va_profile_item_source(item, category), source_of(i))
           << where << " " << d->log_word << " item " << i;
+    }
   }
 }
 

@@ -46,10 +46,12 @@ class ProfileRoundTrip : public ProfileOpsTest {
       EXPECT_EQ(info.result, 0) << where << "\n" << log.dump();
       ASSERT_NE(info.account, nullptr) << where;
       expect_full(info.account->link, where);
-      if (port)
+      if (port) {
         for (const char *text : {"Request ProfileInfo to [NIDL] Mode", "[NidlProfileInfoCb]",
-                                 "[NidlProfileInfoCb] <<<< ended"})
+                                 "[NidlProfileInfoCb] <<<< ended"}) {
           EXPECT_TRUE(log.has(kVaTag, 4, text)) << text << "\n" << log.dump();
+        }
+      }
     }
   }
 };
