@@ -37,14 +37,20 @@ inline constexpr const char *kLogin = "demo@velmora.dev";
 inline constexpr const char *kPassword = "demo-password-1";
 inline constexpr const char *kClient = "demo.client";
 
-// Sends `operation` with `extras` straight to the agent (no library in between) and waits for the
-// reply.
-inline AppControlReply send_to_agent(const char *operation,
-                                     const std::map<std::string, std::string> &extras) {
+// Sends `operation` with `extras` straight to the application `app_id` (no library in between),
+// as any application could, and waits for the reply.
+inline AppControlReply send_to_app(const char *app_id, const char *operation,
+                                   const std::map<std::string, std::string> &extras) {
   AppControlReply r;
-  EXPECT_EQ(send_app_control("dev.velmora.account", operation, extras, &r), APP_CONTROL_ERROR_NONE);
+  EXPECT_EQ(send_app_control(app_id, operation, extras, &r), APP_CONTROL_ERROR_NONE);
   EXPECT_TRUE(run_until([&] { return r.done; }));
   return r;
+}
+
+// The same, to the agent.
+inline AppControlReply send_to_agent(const char *operation,
+                                     const std::map<std::string, std::string> &extras) {
+  return send_to_app("dev.velmora.account", operation, extras);
 }
 
 // What a completion callback received.

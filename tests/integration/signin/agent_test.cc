@@ -111,44 +111,6 @@ TEST_F(SignInAgent, APortModeHandleSignsOutOverAppControlButCannotSignIn) {
 
 // ---- the agent takes credentials only from its launched UI application ----
 
-struct RawReply {
-  bool done = false;
-  app_control_result_e result = APP_CONTROL_RESULT_APP_STARTED;
-  std::map<std::string, std::string> extras;
-};
-
-void on_raw_reply(app_control_h, app_control_h reply, app_control_result_e result, void *data) {
-  auto *r = static_cast<RawReply *>(data);
-  r->done = true;
-  r->result = result;
-  if (reply == nullptr) return;
-  app_control_foreach_extra_data(
-      reply,
-      [](app_control_h h, const char *key, void *out) -> bool {
-        char *value = nullptr;
-        if (app_control_get_extra_data(h, key, &value) == APP_CONTROL_ERROR_NONE && value)
-          (*static_cast<std::map<std::string, std::string> *>(out))[key] = value;
-        free(value);
-        return true;
-      },
-      &r->extras);
-}
-
-// Sends `operation` to `app` straight, as a forging application would, and waits for the reply.
-RawReply send_raw(const char *app, const char *operation,
-                  const std::map<std::string, std::string> &extras) {
-  RawReply r;
-  app_control_h request = nullptr;
-  EXPECT_EQ(app_control_create(&request), APP_CONTROL_ERROR_NONE);
-  app_control_set_app_id(request, app);
-  app_control_set_operation(request, operation);
-  for (const auto &[k, v] : extras) app_control_add_extra_data(request, k.c_str(), v.c_str());
-  EXPECT_EQ(app_control_send_launch_request(request, on_raw_reply, &r), APP_CONTROL_ERROR_NONE);
-  app_control_destroy(request);
-  EXPECT_TRUE(run_until([&] { return r.done; }));
-  return r;
-}
-
 TEST_F(SignInAgent, AnOrdinaryApplicationForgingTheUiOperationIsRefused) {
   prepare_agent();
   const std::map<std::string, std::string> creds = {{"login_id", kLogin}, {"pw", kPassword}};
@@ -157,7 +119,7 @@ TEST_F(SignInAgent, AnOrdinaryApplicationForgingTheUiOperationIsRefused) {
     // is refused as well.
     run_as(caller);
     for (const char *op : {REQUEST_OP_SIGNIN, REQUEST_OP_CONFIRMUSER, REQUEST_OP_2FACTOR_SMS}) {
-      RawReply r = send_raw("dev.velmora.account", op, creds);
+      AppControlReply r = send_to_agent(op, creds);  // as a forging application would
       EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED) << caller << " " << op;
       EXPECT_EQ(r.extras["error_code"], "-13") << caller << " " << op;
       EXPECT_EQ(r.extras["error_msg"], "PERMISSION_DENIED");
@@ -182,7 +144,7 @@ TEST_F(SignInAgent, ALibraryCallerPosingAsTheUiApplicationIsRefusedByTheAgent) {
 TEST_F(SignInAgent, TheUiApplicationOpensViewsOnlyForTheAgent) {
   prepare_agent();
   run_as(kOrdinaryApp);
-  RawReply r = send_raw(kUiApp, REQUEST_OP_SIGNIN_POPUP, {});
+  AppControlReply r = send_to_app(kUiApp, REQUEST_OP_SIGNIN_POPUP, {});
   EXPECT_EQ(r.result, APP_CONTROL_RESULT_FAILED);
   EXPECT_EQ(r.extras["error_code"], "-13");
   LoginViewDriver view;
