@@ -151,16 +151,16 @@ int report_failure(const char *what, const int *result, const std::string &error
     json.str("error", error).str("message", message);
     if (!reason.empty()) json.str("platform_reason", reason);
     json.integer("exit_status", status).print();
-  } else {
-    const char *name = result ? velmora_account_error_name(*result) : nullptr;
-    const std::string headline = !result ? error
-                                 : name && error == name
-                                     ? code_text(*result)
-                                     : error + " (result " + code_text(*result) + ")";
-    fprintf(stderr, "velmora-account: %s failed: %s\n  %s\n", what, headline.c_str(),
-            message.c_str());
-    if (!reason.empty()) fprintf(stderr, "  the platform said: %s\n", reason.c_str());
   }
+  // The text goes to stderr in both forms, as with the other tools.
+  const char *name = result ? velmora_account_error_name(*result) : nullptr;
+  const std::string headline = !result ? error
+                               : name && error == name
+                                   ? code_text(*result)
+                                   : error + " (result " + code_text(*result) + ")";
+  fprintf(stderr, "velmora-account: %s failed: %s\n  %s\n", what, headline.c_str(),
+          message.c_str());
+  if (!reason.empty()) fprintf(stderr, "  the platform said: %s\n", reason.c_str());
   return status;
 }
 

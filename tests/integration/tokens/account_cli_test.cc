@@ -104,6 +104,11 @@ TEST_F(AccountCli, AgentFailureIsNamedInTextAndJsonWithExitOne) {
   EXPECT_EQ(json.str("error"), "AGENT_ERROR_UNKNOWN_USER");
   EXPECT_EQ(json.str("message"), "no user has this login id (or user id)");
   EXPECT_EQ(json.integer("exit_status"), 1);
+  // The text goes to stderr with the JSON object too, as with the other tools.
+  EXPECT_NE(r.err.find("velmora-account: token failed: AGENT_ERROR_UNKNOWN_USER (-1056964607, "
+                       "0xC1000001)\n  no user has this login id (or user id)\n"),
+            std::string::npos)
+      << r.err;
 }
 
 TEST_F(AccountCli, AgentThatIsNotInstalledIsNotSupported) {
