@@ -391,7 +391,8 @@ void run_paired(benchmark::State &state, const Row *row) {
     int64_t own_ns = 0;
     bool ok = true;
     for (int b = 0; b < 2 * blocks && ok; ++b) {
-      const bool own = b % 2 == 0;
+      // In the order own, plain, plain, own, own, plain...: each half as often first of a pair.
+      const bool own = ((b + 1) / 2) % 2 == 0;
       const ClientProcess &cp = own ? p.own : p.base;
       const int32_t n = kBlock;
       std::vector<int64_t> ns(kBlock);
