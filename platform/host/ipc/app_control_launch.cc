@@ -117,6 +117,8 @@ std::mutex g_kept_mutex;
 std::vector<KeptStream *> g_kept;  // oldest first
 
 // Set when a sender's watch went to a kept stream during its own dispatch: it stays attached.
+// Each dispatch keeps its own value (a reply callback may run the main loop, and so another
+// dispatch, from within).
 thread_local bool t_watch_kept = false;
 
 void close_kept(KeptStream *k) {
@@ -159,7 +161,9 @@ void keep_stream(Sender *s) {
     for (KeptStream *other : g_kept)
       if (other->ctx == k->ctx && other->root == k->root && other->app_id == k->app_id)
         dropped.push_back(other);
-    if (g_kept.size() - dropped.size() >= kMaxKeptStreams) dropped.push_back(g_kept.front());
+    if (g_kept.size() - dropped.size() >= kMaxKeptStreams &&
+        std::find(dropped.begin(), dropped.end(), g_kept.front()) == dropped.end())
+      dropped.push_back(g_kept.front());
     for (KeptStream *d : dropped)
       g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), d), g_kept.end());
     g_kept.push_back(k);
@@ -289,10 +293,11 @@ bool pump(Sender *s, IoStatus status) {
 gboolean on_readable(gint, GIOCondition, gpointer data) {
   auto *s = static_cast<Sender *>(data);
   IoStatus status = read_available(s->fd, &s->reader, &s->frames, 256 * 1024);
-  t_watch_kept = false;
-  if (pump(s, status)) return G_SOURCE_CONTINUE;
+  const bool outer = std::exchange(t_watch_kept, false);
+  const bool more = pump(s, status);
+  const bool kept = std::exchange(t_watch_kept, outer);
   // The watch is gone with the stream or the sender, unless a kept stream took it.
-  return std::exchange(t_watch_kept, false) ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
+  return more || kept ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
 }
 
 gboolean on_answer_expired(gpointer data) {

@@ -275,6 +275,64 @@ TEST_F(AppControlSendWire, AStreamTheCalleeClosedIsNotUsedAgain) {
   }
 }
 
+// What the first reply's callback of the nested-dispatch test does: it waits, running the main
+// loop from within, for the second request's reply.
+struct RunsTheLoop {
+  Replies first, *second = nullptr;
+  std::atomic<bool> called{false};
+  static void cb(app_control_h request, app_control_h reply, app_control_result_e result, void *d) {
+    auto *self = static_cast<RunsTheLoop *>(d);
+    Replies::cb(request, reply, result, &self->first);
+    self->called = true;
+    run_until([self] { return self->second->calls > 0; });
+  }
+};
+
+// A reply callback that runs the main loop meets another reply's dispatch from within. The stream
+// the first reply left for the next request must still bring that request's reply.
+TEST_F(AppControlSendWire, AStreamKeptAcrossANestedDispatchStillBringsTheNextReply) {
+  RunsTheLoop a;
+  Replies b, c;
+  a.second = &b;
+  callee = std::thread([this, &a] {
+    const int first = raw::accept_one(listen_fd);
+    const int second = raw::accept_one(listen_fd);
+    raw::Bytes frame;
+    for (int fd : {first, second}) {  // each one's hello and request
+      raw::read_frame(fd, &frame);
+      raw::read_frame(fd, &frame);
+    }
+    raw::write_frame(first, raw::answer(0));
+    raw::write_frame(first, reply_with("a"));
+    for (int i = 0; i < 20000 && !a.called; ++i) usleep(1000);
+    // The second reply comes with trailing bytes, in one write: its stream is not kept.
+    raw::Bytes wire;
+    for (const raw::Bytes &f : {raw::answer(0), reply_with("b")}) {
+      raw::put_u32(&wire, (uint32_t)f.size());
+      wire.insert(wire.end(), f.begin(), f.end());
+    }
+    wire.insert(wire.end(), {9, 9, 9});
+    raw::write_all(second, wire.data(), wire.size());
+    close(second);
+    serve_one(first, "c");
+    close(first);
+  });
+  app_control_h h = nullptr;
+  app_control_create(&h);
+  app_control_set_app_id(h, kCallee);
+  ASSERT_EQ(app_control_send_launch_request(h, RunsTheLoop::cb, &a), APP_CONTROL_ERROR_NONE);
+  ASSERT_EQ(app_control_send_launch_request(h, Replies::cb, &b), APP_CONTROL_ERROR_NONE);
+  app_control_destroy(h);
+  ASSERT_TRUE(run_until([&] { return a.first.calls > 0 && b.calls > 0; }));
+  EXPECT_EQ(a.first.get("n"), "a");
+  EXPECT_EQ(b.get("n"), "b");
+  ASSERT_EQ(send_request(kCallee, {}, &c), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return c.calls > 0; }));
+  EXPECT_EQ(c.result, APP_CONTROL_RESULT_SUCCEEDED);
+  EXPECT_EQ(c.get("n"), "c");
+  callee.join();
+}
+
 TEST_F(AppControlSendWire, RefusalAnswerFailsTheReplyOnce) {
   for (int32_t code : {(int32_t)APP_CONTROL_ERROR_LAUNCH_REJECTED, (int32_t)12345}) {
     serve({raw::answer(code)});
