@@ -79,6 +79,7 @@ struct Pending {
   bool has_hello = false;    // for the owner: the hello was read and taken from `frames`
   Hello hello;
   PeerSlot slot;
+  bool kept = false;  // a stream taken back after a reply, waiting for a next request
 
  private:
   friend class Acceptor;
@@ -127,6 +128,8 @@ class Acceptor : public std::enable_shared_from_this<Acceptor> {
   void pause(int err);
   bool admit(pid_t pid);
   size_t pending_of(pid_t pid) const;
+  // A pending stream on `fd`, watched, with the hello deadline.
+  Pending *pend(int fd, pid_t pid, uid_t uid, PeerSlot slot);
 
   GMainContext *ctx_;
   std::string name_;

@@ -97,6 +97,11 @@ void Acceptor::start(int listen_fd) {
 }
 
 void Acceptor::adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
+  Pending *p = pend(fd, pid, uid, std::move(slot));
+  p->kept = true;
+}
+
+Pending *Acceptor::pend(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
   auto *p = new Pending;
   p->acceptor_ = this;
   p->fd = fd;
@@ -105,8 +110,10 @@ void Acceptor::adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
   p->slot = std::move(slot);
   pending_.push_back(p);
   p->watch_ = fd_watch(fd, on_readable, p, ctx_);
+  // The owner releases the stream (and this watch) before it hands a request to other code.
   dispatch_unblocked(p->watch_);
   set_deadline(p, hello_timeout_ms());
+  return p;
 }
 
 void Acceptor::watch_listener() {
@@ -200,17 +207,7 @@ gboolean Acceptor::on_accept(gint fd, GIOCondition, gpointer data) {
       close(c);
       continue;
     }
-    auto *p = new Pending;
-    p->acceptor_ = a;
-    p->fd = c;
-    p->pid = pid;
-    p->uid = uid;
-    p->slot = PeerSlot(a->tally_, pid);
-    a->pending_.push_back(p);
-    p->watch_ = fd_watch(c, on_readable, p, a->ctx_);
-    // The owner releases the stream (and this watch) before it hands a request to other code.
-    dispatch_unblocked(p->watch_);
-    a->set_deadline(p, hello_timeout_ms());
+    a->pend(c, pid, uid, PeerSlot(a->tally_, pid));
   }
   return G_SOURCE_CONTINUE;
 }
@@ -246,8 +243,10 @@ gboolean Acceptor::on_expired(gpointer data) {
   Acceptor *a = p->acceptor_;
   g_source_unref(p->timer_);
   p->timer_ = nullptr;
-  IPC_LOGW("%s: dropping a stream of pid %d that did not complete its request in time",
-           a->name_.c_str(), (int)p->pid);
+  // A stream kept after a reply that brought nothing more is simply no longer needed.
+  if (!p->kept || p->has_hello || !p->frames.empty() || p->reader.held() > 0)
+    IPC_LOGW("%s: dropping a stream of pid %d that did not complete its request in time",
+             a->name_.c_str(), (int)p->pid);
   a->release(p, false);
   return G_SOURCE_REMOVE;
 }

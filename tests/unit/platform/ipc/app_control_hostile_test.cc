@@ -81,6 +81,8 @@ TEST_F(AppControlHostile, StreamWithoutAHelloIsDroppedAtTheHelloDeadline) {
   ASSERT_GE(fd, 0);
   fds.push_back(fd);
   EXPECT_TRUE(raw::sees_end(fd));  // waits at most 20 s; the callee's method time-out is 60 s
+  EXPECT_NE(callee_log().find("that did not complete its request in time"), std::string::npos)
+      << callee_log();
   expect_serving();
 }
 

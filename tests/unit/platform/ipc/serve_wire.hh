@@ -2,6 +2,8 @@
 // Velmora tests: playing the sender, on the raw wire, against the callee application.
 #pragma once
 
+#include <fstream>
+#include <iterator>
 #include <string>
 
 #include "app_control_fixture.hh"
@@ -47,6 +49,11 @@ class AppControlServeWire : public IpcTest {
     ASSERT_TRUE(apps::run_until([&] { return r.calls > 0; }));
     EXPECT_EQ(r.get("still"), "here");
     EXPECT_EQ(starts(raw_callee::kCallee).size(), 1u);
+  }
+  // What the callee wrote to its log file so far.
+  std::string callee_log() const {
+    std::ifstream in(root.path() + "/log/" + raw_callee::kCallee + ".log");
+    return std::string(std::istreambuf_iterator<char>(in), {});
   }
   std::string path;
 };
