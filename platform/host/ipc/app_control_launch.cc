@@ -135,11 +135,8 @@ gboolean on_kept_readable(gint, GIOCondition, gpointer data) {
     std::lock_guard<std::mutex> lock(g_kept_mutex);
     g_kept.erase(std::remove(g_kept.begin(), g_kept.end(), k), g_kept.end());
   }
-  g_source_unref(k->watch);  // returning REMOVE destroys it
-  k->watch = nullptr;
-  close(k->fd);
-  g_main_context_unref(k->ctx);
-  delete k;
+  g_source_unref(std::exchange(k->watch, nullptr));  // returning REMOVE destroys it
+  close_kept(k);
   return G_SOURCE_REMOVE;
 }
 
@@ -376,6 +373,18 @@ void launch(Sender *s) {
   }
 }
 
+// The result of a launch request that the launcher could not start.
+int launch_error(LaunchStart start) {
+  switch (start) {
+    case LaunchStart::kRefused:
+      return APP_CONTROL_ERROR_PERMISSION_DENIED;
+    case LaunchStart::kFailed:
+      return APP_CONTROL_ERROR_LAUNCH_FAILED;
+    default:
+      return APP_CONTROL_ERROR_APP_NOT_FOUND;
+  }
+}
+
 }  // namespace
 
 extern "C" void velmora_host_app_control_close_kept_streams(void) {
@@ -417,59 +426,43 @@ extern "C" int app_control_send_launch_request(app_control_h app_control,
   s->callback = callback;
   s->user_data = user_data;
 
+  int fd = -1;
+  GSource *watch = nullptr;  // a kept stream's
   if (KeptStream *k = take_stream(s->ctx, s->root, app_control->app_id)) {
-    // The target must still be registered and willing, as for a new connection.
+    // The target must still be registered, as for a new connection.
     vhost::AppRecord app;
     LaunchStart refused = LaunchStart::kNotFound;
-    int error = APP_CONTROL_ERROR_NONE;
-    if (!launch_target_known(app_control->app_id, &app, &refused))
-      error = refused == LaunchStart::kRefused ? APP_CONTROL_ERROR_PERMISSION_DENIED
-                                               : APP_CONTROL_ERROR_APP_NOT_FOUND;
-    else if (refusing(app_control->app_id))
-      error = APP_CONTROL_ERROR_LAUNCH_REJECTED;
-    if (error != APP_CONTROL_ERROR_NONE) {
-      close_kept(k);
-      if (error == APP_CONTROL_ERROR_LAUNCH_REJECTED)
-        IPC_LOGW("launch request to %s refused: it refuses launch requests",
-                 app_control->app_id.c_str());
-      return error;
+    const bool known = launch_target_known(app_control->app_id, &app, &refused);
+    if (known) {
+      fd = std::exchange(k->fd, -1);
+      watch = std::exchange(k->watch, nullptr);
     }
-    const int fd = std::exchange(k->fd, -1);
-    GSource *watch = std::exchange(k->watch, nullptr);
     close_kept(k);  // what is left of it
-    hand_over(s.release(), fd, watch);
-    return APP_CONTROL_ERROR_NONE;
-  }
-
-  int fd = -1;
-  LaunchWait *wait = nullptr;
-  Sender *raw = s.get();
-  switch (launch_connect(
-      app_control->app_id, kAppControlSocket, s->ctx,
-      [raw](int connected_fd) {
-        raw->launching = nullptr;
-        if (connected_fd < 0) return fail(raw);
-        hand_over(raw, connected_fd);
-      },
-      &fd, &wait)) {
-    case LaunchStart::kNotFound:
-      return APP_CONTROL_ERROR_APP_NOT_FOUND;
-    case LaunchStart::kFailed:
-      return APP_CONTROL_ERROR_LAUNCH_FAILED;
-    case LaunchStart::kRefused:
-      return APP_CONTROL_ERROR_PERMISSION_DENIED;
-    case LaunchStart::kPending:
+    if (!known) return launch_error(refused);
+  } else {
+    LaunchWait *wait = nullptr;
+    Sender *raw = s.get();
+    const LaunchStart start = launch_connect(
+        app_control->app_id, kAppControlSocket, s->ctx,
+        [raw](int connected_fd) {
+          raw->launching = nullptr;
+          if (connected_fd < 0) return fail(raw);
+          hand_over(raw, connected_fd);
+        },
+        &fd, &wait);
+    if (start == LaunchStart::kPending) {
       s.release()->launching = wait;  // the launch wait calls back
       return APP_CONTROL_ERROR_NONE;
-    case LaunchStart::kConnected:
-      break;
+    }
+    if (start != LaunchStart::kConnected) return launch_error(start);
   }
   if (refusing(app_control->app_id)) {
+    drop_source(&watch);
     close(fd);
     IPC_LOGW("launch request to %s refused: it refuses launch requests",
              app_control->app_id.c_str());
     return APP_CONTROL_ERROR_LAUNCH_REJECTED;
   }
-  hand_over(s.release(), fd);
+  hand_over(s.release(), fd, watch);
   return APP_CONTROL_ERROR_NONE;
 }
