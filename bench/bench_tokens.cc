@@ -444,13 +444,7 @@ void run_clients(benchmark::State &state, const Row *row) {
       longest = std::max(longest, head[1]);
     }
     const int64_t cpu1 = c.rig->agent_cpu_ns();
-    for (const ClientProcess &p : procs) {
-      close(p.to);
-      close(p.from);
-      int status = 0;
-      waitpid(p.pid, &status, 0);
-      ok = ok && WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
+    for (ClientProcess &p : procs) ok = end_client(&p) && ok;
     if (!ok || total == 0 || longest == 0) {
       state.SkipWithError("a client process failed");
       break;
