@@ -14,6 +14,7 @@
 
 #include "account_record.h"
 #include "app_common.h"
+#include "op_extras.hh"
 #include "request_operation.h"
 #include "request_reply.h"
 #include "va_base.h"
@@ -26,14 +27,11 @@
 
 namespace {
 
-template <size_t N>
-constexpr size_t count_of(const va_extra_s (&)[N]) {
-  return N;
-}
-
 constexpr const char *kSignInName = "velmora_account_sign_in";
 constexpr const char *kTwoFactorName = "velmora_account_sign_in_with_2factor_authentication";
 constexpr const char *kConfirmUserName = "velmora_account_request_confirm_user";
+constexpr const char *kSignInReply = "sign_in_result_cb";
+constexpr const char *kConfirmUserReply = "confirm_user_result_cb";
 
 // A string property sent when it is set; `need` says whether the operation requires it. No value
 // here is ever logged.
@@ -42,20 +40,65 @@ constexpr va_extra_s str_extra(const char *key, int property,
   return {.key = key, .source = VA_SOURCE_STR, .property = property, .need = need};
 }
 
+// One form of an operation: a request to the agent's `operation` sending `extras`, its reply
+// logged as `reply`. Every row here but sign-out's (which reads its reply) is one; the two that
+// pick a form add their hook with `picking`.
+template <size_t N>
+constexpr va_operation_s agent_form(const char *name, int api_level, const char *const *operation,
+                                    const char *reply, const va_extra_s (&extras)[N]) {
+  return {.name = name,
+          .api_level = api_level,
+          .extras = extras,
+          .extra_count = N,
+          .app_control = {.app_id = AGENT_APP_ID, .operation = operation, .reply_name = reply}};
+}
+
+// A form that sends nothing (the agent shows its login view).
+constexpr va_operation_s agent_form(const char *name, const char *const *operation,
+                                    const char *reply) {
+  return {.name = name,
+          .app_control = {.app_id = AGENT_APP_ID, .operation = operation, .reply_name = reply}};
+}
+
+// A row that picks one of its forms once the app control exists (`prepare`), `row` otherwise.
+constexpr va_operation_s picking(va_operation_s row, va_op_prepare_fn prepare,
+                                 const char *mode_log = nullptr) {
+  row.app_control.prepare = prepare;
+  row.app_control.mode_log = mode_log;
+  return row;
+}
+
+// The values the forms share. Login id and password are not checked where they are optional: the
+// agent answers for what is missing.
+constexpr va_extra_s kLoginId = str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID);
+constexpr va_extra_s kPassword = str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD);
+constexpr va_extra_s kPasswordRequired =
+    str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD, VA_EXTRA_REQUIRED);
+constexpr va_extra_s kAuthenticationNumber = str_extra(
+    "authenticate_number", VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_CODE, VA_EXTRA_REQUIRED);
+constexpr va_extra_s kCheckTwoFactor = {
+    .key = "check_2factor_authentication", .source = VA_SOURCE_CONST, .value = "Y"};
+constexpr va_extra_s kRegisterTrustedDevice = {
+    .key = "register_trusted_device",
+    .source = VA_SOURCE_FLAG_YN,
+    .property = VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE};
+
+// The login id alone, required (sign-out, the SMS request).
+constexpr va_extra_s kLoginIdOnly[] = {va::kLoginIdExtra};
+
 // ---- velmora_account_sign_in: three forms ----
 
 constexpr va_extra_s kSignInAuthcodeExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID),
+    kLoginId,
     str_extra("authcode", VELMORA_ACCOUNT_PROPERTY_AUTHCODE),
     str_extra("api_server_url", VELMORA_ACCOUNT_PROPERTY_API_SERVER_URL),
     str_extra("auth_server_url", VELMORA_ACCOUNT_PROPERTY_AUTH_SERVER_URL),
     str_extra("device_security_code", VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE),
 };
 
-// Login id and password are not checked here: the agent answers for what is missing.
 constexpr va_extra_s kSignInIdPwExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID),
-    str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD),
+    kLoginId,
+    kPassword,
     {.key = "check_2factor_authentication",
      .source = VA_SOURCE_FLAG_YN,
      .property = VELMORA_ACCOUNT_PROPERTY_BOOL_CHECK_2FACTOR_AUTHENTICATION},
@@ -63,121 +106,61 @@ constexpr va_extra_s kSignInIdPwExtras[] = {
 
 int sign_in_prepare(va_op_call_s *call, app_control_h app_control, const va_operation_s **form);
 
-const va_operation_s kSignIn = {
-    .name = kSignInName,
-    .app_control = {.mode_log = "sign_in to [APP_CONTROL] Mode",
-                    .app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNIN,
-                    .prepare = sign_in_prepare,
-                    .reply_name = "sign_in_result_cb"},
-};
-
-const va_operation_s kSignInAuthcode = {
-    .name = kSignInName,
-    .extras = kSignInAuthcodeExtras,
-    .extra_count = count_of(kSignInAuthcodeExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNINWITHAUTHCODE,
-                    .reply_name = "sign_in_result_cb"},
-};
-
-const va_operation_s kSignInIdPw = {
-    .name = kSignInName,
-    .extras = kSignInIdPwExtras,
-    .extra_count = count_of(kSignInIdPwExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNIN,
-                    .reply_name = "sign_in_result_cb"},
-};
-
-// The agent shows its login view: nothing is sent.
-const va_operation_s kSignInView = {
-    .name = kSignInName,
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNIN_POPUP,
-                    .reply_name = "sign_in_result_cb"},
-};
+constexpr va_operation_s kSignInAuthcode =
+    agent_form(kSignInName, 0, &REQUEST_OP_SIGNINWITHAUTHCODE, kSignInReply, kSignInAuthcodeExtras);
+constexpr va_operation_s kSignInIdPw =
+    agent_form(kSignInName, 0, &REQUEST_OP_SIGNIN, kSignInReply, kSignInIdPwExtras);
+constexpr va_operation_s kSignInView =
+    agent_form(kSignInName, &REQUEST_OP_SIGNIN_POPUP, kSignInReply);
+constexpr va_operation_s kSignIn =
+    picking(agent_form(kSignInName, &REQUEST_OP_SIGNIN, kSignInReply), sign_in_prepare,
+            "sign_in to [APP_CONTROL] Mode");
 
 // ---- velmora_account_sign_in_with_2factor_authentication: with or without the token ----
 
 constexpr va_extra_s kTwoFactorExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, VA_EXTRA_REQUIRED),
-    str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD, VA_EXTRA_REQUIRED),
+    va::kLoginIdExtra,
+    kPasswordRequired,
     str_extra("authenticate_token", VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN,
               VA_EXTRA_REQUIRED),
-    str_extra("authenticate_number", VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_CODE,
-              VA_EXTRA_REQUIRED),
-    {.key = "check_2factor_authentication", .source = VA_SOURCE_CONST, .value = "Y"},
-    {.key = "register_trusted_device",
-     .source = VA_SOURCE_FLAG_YN,
-     .property = VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE},
+    kAuthenticationNumber,
+    kCheckTwoFactor,
+    kRegisterTrustedDevice,
     {.key = "authenticate_type", .source = VA_SOURCE_CONST, .value = "1"},
 };
 
 // Skipping the token: it is not required (an unset token adds nothing) and no type is sent.
 constexpr va_extra_s kTwoFactorSkipExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, VA_EXTRA_REQUIRED),
-    str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD, VA_EXTRA_REQUIRED),
+    va::kLoginIdExtra,
+    kPasswordRequired,
     str_extra("authenticate_token", VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_TOKEN),
-    str_extra("authenticate_number", VELMORA_ACCOUNT_PROPERTY_AUTHENTICATION_CODE,
-              VA_EXTRA_REQUIRED),
-    {.key = "check_2factor_authentication", .source = VA_SOURCE_CONST, .value = "Y"},
-    {.key = "register_trusted_device",
-     .source = VA_SOURCE_FLAG_YN,
-     .property = VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE},
+    kAuthenticationNumber,
+    kCheckTwoFactor,
+    kRegisterTrustedDevice,
 };
 
-const va_operation_s kTwoFactor = {
-    .name = kTwoFactorName,
-    .api_level = 5,
-    .extras = kTwoFactorExtras,
-    .extra_count = count_of(kTwoFactorExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNIN,
-                    .reply_name = "sign_in_result_cb"},
-};
-
-const va_operation_s kTwoFactorSkip = {
-    .name = kTwoFactorName,
-    .api_level = 5,
-    .extras = kTwoFactorSkipExtras,
-    .extra_count = count_of(kTwoFactorSkipExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_SIGNIN,
-                    .reply_name = "sign_in_result_cb"},
-};
+constexpr va_operation_s kTwoFactor =
+    agent_form(kTwoFactorName, 5, &REQUEST_OP_SIGNIN, kSignInReply, kTwoFactorExtras);
+constexpr va_operation_s kTwoFactorSkip =
+    agent_form(kTwoFactorName, 5, &REQUEST_OP_SIGNIN, kSignInReply, kTwoFactorSkipExtras);
 
 // ---- velmora_account_request_authentication_for_sign_in ----
 
-constexpr va_extra_s kRequestAuthenticationExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, VA_EXTRA_REQUIRED),
-};
-
-const va_operation_s kRequestAuthentication = {
-    .name = "velmora_account_request_authentication_for_sign_in",
-    .api_level = 5,
-    .extras = kRequestAuthenticationExtras,
-    .extra_count = count_of(kRequestAuthenticationExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_2FACTOR_SMS,
-                    .reply_name = "sign_in_result_cb"},
-};
+constexpr va_operation_s kRequestAuthentication =
+    agent_form("velmora_account_request_authentication_for_sign_in", 5, &REQUEST_OP_2FACTOR_SMS,
+               kSignInReply, kLoginIdOnly);
 
 // ---- velmora_account_sign_out ----
 
 void sign_out_parse(velmora_account_request_h request, app_control_h reply,
                     app_control_result_e launch, int result);
 
-constexpr va_extra_s kSignOutExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, VA_EXTRA_REQUIRED),
-};
-
 // Over app control whatever the handle's transport (no port form); the login id is checked once
 // the app control exists.
 const va_operation_s kSignOut = {
     .name = "velmora_account_sign_out",
-    .extras = kSignOutExtras,
-    .extra_count = count_of(kSignOutExtras),
+    .extras = kLoginIdOnly,
+    .extra_count = va::count_of(kLoginIdOnly),
     .check_at = VA_CHECK_AFTER_TARGET,
     .invalid_property_log = "Invalid Property, login_id is not sets. [VA_ERROR_INVALID_PARAMETER]",
     .app_control = {.app_id = AGENT_APP_ID,
@@ -188,38 +171,18 @@ const va_operation_s kSignOut = {
 
 // ---- velmora_account_request_confirm_user: two forms ----
 
-constexpr va_extra_s kConfirmIdPwExtras[] = {
-    str_extra("login_id", VELMORA_ACCOUNT_PROPERTY_LOGIN_ID),
-    str_extra("pw", VELMORA_ACCOUNT_PROPERTY_PASSWORD),
-};
+constexpr va_extra_s kConfirmIdPwExtras[] = {kLoginId, kPassword};
 
 int confirm_user_prepare(va_op_call_s *call, app_control_h app_control,
                          const va_operation_s **form);
 
+constexpr va_operation_s kConfirmIdPw =
+    agent_form(kConfirmUserName, 0, &REQUEST_OP_CONFIRMUSER, kConfirmUserReply, kConfirmIdPwExtras);
+constexpr va_operation_s kConfirmView =
+    agent_form(kConfirmUserName, &REQUEST_OP_CONFIRMUSER_POPUP, kConfirmUserReply);
+
 // Over app control whatever the handle's transport.
-const va_operation_s kConfirmUser = {
-    .name = kConfirmUserName,
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_CONFIRMUSER_POPUP,
-                    .prepare = confirm_user_prepare,
-                    .reply_name = "confirm_user_result_cb"},
-};
-
-const va_operation_s kConfirmIdPw = {
-    .name = kConfirmUserName,
-    .extras = kConfirmIdPwExtras,
-    .extra_count = count_of(kConfirmIdPwExtras),
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_CONFIRMUSER,
-                    .reply_name = "confirm_user_result_cb"},
-};
-
-const va_operation_s kConfirmView = {
-    .name = kConfirmUserName,
-    .app_control = {.app_id = AGENT_APP_ID,
-                    .operation = &REQUEST_OP_CONFIRMUSER_POPUP,
-                    .reply_name = "confirm_user_result_cb"},
-};
+constexpr va_operation_s kConfirmUser = picking(kConfirmView, confirm_user_prepare);
 
 // ---- the pieces the entry points share ----
 
@@ -281,6 +244,29 @@ int clone_and_send(va_op_call_s *call) {
   return va_send_app_control(call);
 }
 
+// The form by the caller: `ui_form` (with ID/PW) for the UI application, the login view for any
+// other caller, which may not set credentials. `words` name the call in the lines ("sign_in").
+int pick_by_caller(const va_op_call_s *call, const char *words, const va_operation_s *ui_form,
+                   const va_operation_s *view_form, const va_operation_s **form) {
+  const char *name = call->op->name;
+  char *id = caller_id();
+  if (is_ui_caller(id)) {
+    VA_LOG_AS(DLOG_INFO, name, "UI [%s] called %s() with ID/PW", id, words);
+    free(id);
+    *form = ui_form;
+    return VELMORA_ACCOUNT_ERROR_NONE;
+  }
+  VA_LOG_AS(DLOG_INFO, name, "[%s] called %s() to show Login view", shown(id), words);
+  free(id);
+  if (has_credentials(call->handle)) {
+    // An ordinary application may not send credentials.
+    VA_LOG_AS(DLOG_INFO, name, "RETV_IF_NOT_SUPPORTED, [ERROR_NOT_SUPPORTED]");
+    return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
+  }
+  *form = view_form;
+  return VELMORA_ACCOUNT_ERROR_NONE;
+}
+
 int sign_in_prepare(va_op_call_s *call, app_control_h, const va_operation_s **form) {
   const char *name = call->op->name;
   velmora_account_h h = call->handle;
@@ -295,51 +281,23 @@ int sign_in_prepare(va_op_call_s *call, app_control_h, const va_operation_s **fo
     *form = &kSignInAuthcode;
     return VELMORA_ACCOUNT_ERROR_NONE;
   }
-  char *id = caller_id();
-  if (is_ui_caller(id)) {
-    VA_LOG_AS(DLOG_INFO, name, "UI [%s] called sign_in() with ID/PW", id);
-    free(id);
-    *form = &kSignInIdPw;
-    return VELMORA_ACCOUNT_ERROR_NONE;
-  }
-  VA_LOG_AS(DLOG_INFO, name, "[%s] called sign_in() to show Login view", shown(id));
-  free(id);
-  if (has_credentials(h)) {
-    // An ordinary application may not sign in with credentials.
-    VA_LOG_AS(DLOG_INFO, name, "RETV_IF_NOT_SUPPORTED, [ERROR_NOT_SUPPORTED]");
-    return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
-  }
-  *form = &kSignInView;
-  return VELMORA_ACCOUNT_ERROR_NONE;
+  return pick_by_caller(call, "sign_in", &kSignInIdPw, &kSignInView, form);
 }
 
+// The UI application must set both login id and password to confirm.
 int confirm_user_prepare(va_op_call_s *call, app_control_h, const va_operation_s **form) {
-  const char *name = call->op->name;
-  const bool credentials = has_credentials(call->handle);
-  char *id = caller_id();
-  if (is_ui_caller(id)) {
-    VA_LOG_AS(DLOG_INFO, name, "UI [%s] called confirm_user() with ID/PW", id);
-    free(id);
-    if (!credentials) {
-      VA_LOG_AS(DLOG_INFO, name,
-                "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]");
-      return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
-    }
-    *form = &kConfirmIdPw;
-    return VELMORA_ACCOUNT_ERROR_NONE;
+  const va_operation_s *picked = nullptr;
+  const int ret = pick_by_caller(call, "confirm_user", &kConfirmIdPw, &kConfirmView, &picked);
+  if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
+  if (picked == &kConfirmIdPw && !has_credentials(call->handle)) {
+    VA_LOG_AS(DLOG_INFO, call->op->name,
+              "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]");
+    return VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER;
   }
-  VA_LOG_AS(DLOG_INFO, name, "[%s] called confirm_user() to show Login view", shown(id));
-  free(id);
-  if (credentials) {
-    VA_LOG_AS(DLOG_INFO, name, "RETV_IF_NOT_SUPPORTED, [ERROR_NOT_SUPPORTED]");
-    return VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED;
-  }
-  *form = &kConfirmView;
+  *form = picked;
   return VELMORA_ACCOUNT_ERROR_NONE;
 }
 
-// A signed-out response carries no login id: it goes after the reply's values, before the
-// callback.
 // As every account reply, and then the response handle loses its login id: a signed-out response
 // carries none.
 void sign_out_parse(velmora_account_request_h request, app_control_h reply, app_control_result_e,
@@ -355,11 +313,10 @@ extern "C" {
 
 VELMORA_API int velmora_account_sign_in(velmora_account_h handle,
                                         velmora_account_response_cb callback, void *user_data) {
-  va_op_call_s call = {};
-  call.op = &kSignIn;
-  call.handle = handle;
-  call.callback = VA_REQUEST_CB(callback);
-  call.user_data = user_data;
+  va_op_call_s call = {.op = &kSignIn,
+                       .handle = handle,
+                       .callback = VA_REQUEST_CB(callback),
+                       .user_data = user_data};
   int ret = va_operation_check(&call);
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
   ret = va_operation_clone(&call);
@@ -375,11 +332,10 @@ VELMORA_API int velmora_account_sign_in(velmora_account_h handle,
 VELMORA_API int velmora_account_sign_in_with_2factor_authentication(
     velmora_account_h handle, bool skip_token, velmora_account_response_cb callback,
     void *user_data) {
-  va_op_call_s call = {};
-  call.op = skip_token ? &kTwoFactorSkip : &kTwoFactor;
-  call.handle = handle;
-  call.callback = VA_REQUEST_CB(callback);
-  call.user_data = user_data;
+  va_op_call_s call = {.op = skip_token ? &kTwoFactorSkip : &kTwoFactor,
+                       .handle = handle,
+                       .callback = VA_REQUEST_CB(callback),
+                       .user_data = user_data};
   int ret = second_factor_checks(&call, "sign_in_with_2factor");
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
   if (va_operation_missing(&call, VA_EXTRA_REQUIRED))
@@ -389,11 +345,10 @@ VELMORA_API int velmora_account_sign_in_with_2factor_authentication(
 
 VELMORA_API int velmora_account_request_authentication_for_sign_in(
     velmora_account_h handle, int type, velmora_account_response_cb callback, void *user_data) {
-  va_op_call_s call = {};
-  call.op = &kRequestAuthentication;
-  call.handle = handle;
-  call.callback = VA_REQUEST_CB(callback);
-  call.user_data = user_data;
+  va_op_call_s call = {.op = &kRequestAuthentication,
+                       .handle = handle,
+                       .callback = VA_REQUEST_CB(callback),
+                       .user_data = user_data};
   int ret = second_factor_checks(&call, "request_authentication");
   if (ret != VELMORA_ACCOUNT_ERROR_NONE) return ret;
   // Only an SMS authentication (type 0) is offered.
