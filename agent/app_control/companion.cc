@@ -49,15 +49,6 @@ bool profile_is(const char *want) {
   return is;
 }
 
-std::string extra_of(app_control_h h, const char *key) {
-  char *value = nullptr;
-  if (!h || app_control_get_extra_data(h, key, &value) != APP_CONTROL_ERROR_NONE || !value)
-    return "";
-  std::string out = value;
-  free(value);
-  return out;
-}
-
 // A request to the phone in flight: answered once, by the phone's reply or by the time-out.
 struct PhoneCall {
   AgentState *state = nullptr;
@@ -165,12 +156,13 @@ Answer sign_in_answer(AgentState &state, app_control_h reply) {
     Result<User> made = state.users().create(u);
     if (!made.ok()) return failure(made.code());
   }
-  Result<User> user = state.accounts().sign_in_verified(login_id);
-  if (!user.ok()) return failure(user.code());
-  Answer a;
-  put_facts(&a.extras, user.value());
-  a.extras.emplace_back("check_mobile_account_exist", "true");
-  return a;
+  return answer(
+      state.accounts().sign_in_verified(login_id),
+      [](Extras *e, const User &user) {
+        put_facts(e, user);
+        e->emplace_back("check_mobile_account_exist", "true");
+      },
+      Tell::kCodeOnly);
 }
 
 void sign_in(AgentState &state, const Request &req, Respond respond) {
@@ -196,11 +188,7 @@ Answer phone_sign_in(AgentState &state, const Request &) {
   if (!profile_is("mobile")) return failure(errc::kNotSupported);
   Result<std::string> login_id = state.accounts().default_account();
   if (!login_id.ok() || login_id->empty()) return failure(errc::kNoPhoneAccount);
-  Result<User> user = state.users().find(login_id.value());
-  if (!user.ok()) return failure(user.code());
-  Answer a;
-  put_facts(&a.extras, user.value());
-  return a;
+  return answer(state.users().find(login_id.value()), put_facts<User>, Tell::kCodeOnly);
 }
 
 }  // namespace

@@ -6,17 +6,11 @@
 
 #include "app_control/extras.hh"
 #include "errors.hh"
+#include "operation_table.hh"
 
 namespace vagent::appcontrol {
 
-std::string Request::extra(const char *key) const {
-  char *value = nullptr;
-  if (app_control_get_extra_data(request_, key, &value) != APP_CONTROL_ERROR_NONE || !value)
-    return "";
-  std::string out = value;
-  free(value);
-  return out;
-}
+std::string Request::extra(const char *key) const { return extra_of(request_, key); }
 
 bool Request::has(const char *key) const {
   char *value = nullptr;
@@ -35,15 +29,7 @@ std::string Request::caller() const {
   return out;
 }
 
-Answer failure(int code) {
-  Answer a;
-  a.ok = false;
-  a.extras.emplace_back("error_code", std::to_string(code));
-  a.extras.emplace_back("error_msg", error_name(code));
-  const ErrorInfo *info = find_error(code);
-  if (info != nullptr) a.extras.emplace_back("error_description", info->meaning);
-  return a;
-}
+Answer failure(int code) { return {.ok = false, .extras = error_extras(code)}; }
 
 Answer failure(const Status &status) {
   Answer a;
@@ -58,21 +44,14 @@ void put(Extras *extras, const char *key, const std::string &value) {
 }
 
 const std::vector<Operation> &app_control_operations() {
-  static const std::vector<Operation> table = [] {
-    std::vector<Operation> all;
-    for (const auto *group :
-         {&token_operations(), &query_operations(), &service_operations(), &place_operations(),
-          &companion_operations(), &profile_operations(), &sign_in_operations()})
-      all.insert(all.end(), group->begin(), group->end());
-    return all;
-  }();
+  static const std::vector<Operation> table = join_areas(
+      {&token_operations(), &query_operations(), &service_operations(), &place_operations(),
+       &companion_operations(), &profile_operations(), &sign_in_operations()});
   return table;
 }
 
 const Operation *find_operation(const std::string &uri) {
-  for (const Operation &op : app_control_operations())
-    if (uri == *op.uri) return &op;
-  return nullptr;
+  return find_by_uri(app_control_operations(), uri);
 }
 
 }  // namespace vagent::appcontrol

@@ -67,6 +67,23 @@ void put_facts(Extras *e, const T &facts) {
   put(e, "auth_server_url", facts.auth_server_url);
 }
 
+// What a failed answer tells of the core's status.
+enum class Tell {
+  kMessage,   // failure(status): the code's name and the status's message
+  kCodeOnly,  // failure(code): the code's name and description, nothing of the message (sign-in,
+              // companion: a message may name a user or a lock-out to a caller that only tried)
+};
+
+// The answer of a core result: success with the extras `fill(Extras *, const T &)` puts from its
+// value (put_facts<T> for an account's facts), or its failure as `tell` says.
+template <typename T, typename Fill>
+Answer answer(const Result<T> &r, Fill fill, Tell tell = Tell::kMessage) {
+  if (!r.ok()) return tell == Tell::kCodeOnly ? failure(r.code()) : failure(r.status());
+  Answer a;
+  fill(&a.extras, r.value());
+  return a;
+}
+
 // Gives the answer of an operation that answers later (exactly once, on the main loop).
 using Respond = std::function<void(Answer)>;
 

@@ -14,12 +14,7 @@ namespace vagent::appcontrol {
 
 namespace {
 
-Answer facts_answer(const Result<User> &r) {
-  if (!r.ok()) return failure(r.status());
-  Answer a;
-  put_facts(&a.extras, r.value());
-  return a;
-}
+Answer facts_answer(const Result<User> &r) { return answer(r, put_facts<User>); }
 
 // Without a login id: whether any account is signed in.
 Answer is_signed_in(AgentState &state, const Request &req) {

@@ -12,12 +12,11 @@ namespace vagent::appcontrol {
 namespace {
 
 Answer mcc_answer(const Result<MccInfo> &r) {
-  if (!r.ok()) return failure(r.status());
-  Answer a;
-  put(&a.extras, "login_id", r->login_id);
-  put(&a.extras, "mcc", r->mcc);
-  put(&a.extras, "cc", r->country_code);
-  return a;
+  return answer(r, [](Extras *e, const MccInfo &m) {
+    put(e, "login_id", m.login_id);
+    put(e, "mcc", m.mcc);
+    put(e, "cc", m.country_code);
+  });
 }
 
 Answer current_mcc(AgentState &state, const Request &req) {

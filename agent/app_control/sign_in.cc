@@ -21,12 +21,7 @@ namespace vagent::appcontrol {
 
 namespace {
 
-Answer account_answer(const Result<User> &r) {
-  if (!r.ok()) return failure(r.code());
-  Answer a;
-  put_facts(&a.extras, r.value());
-  return a;
-}
+Answer account_answer(const Result<User> &r) { return answer(r, put_facts<User>, Tell::kCodeOnly); }
 
 // The second step: "authenticate_number" with the password, and "authenticate_token" when
 // "authenticate_type" is "1" (a caller that skips the token sends no type).

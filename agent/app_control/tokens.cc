@@ -22,15 +22,13 @@ std::string number(int64_t v) {
 }
 
 Answer grant_answer(const Result<TokenGrant> &r) {
-  if (!r.ok()) return failure(r.status());
-  Answer a;
-  const TokenGrant &g = r.value();
-  put(&a.extras, "access_token", g.access_token);
-  put(&a.extras, "access_token_expires_in", number(g.expires_in));
-  put(&a.extras, "access_token_issue_time", number(g.issue_time));
-  a.extras.emplace_back("refresh_token", g.refresh_token.empty() ? "-1" : g.refresh_token);
-  put_facts(&a.extras, g);
-  return a;
+  return answer(r, [](Extras *e, const TokenGrant &g) {
+    put(e, "access_token", g.access_token);
+    put(e, "access_token_expires_in", number(g.expires_in));
+    put(e, "access_token_issue_time", number(g.issue_time));
+    e->emplace_back("refresh_token", g.refresh_token.empty() ? "-1" : g.refresh_token);
+    put_facts(e, g);
+  });
 }
 
 Answer access_token(AgentState &state, const Request &req) {
@@ -59,12 +57,10 @@ Answer code_answer(AgentState &state, const Request &req, CodeKind kind) {
   c.client_id = req.extra("client_id");
   c.scope = req.extra("scope");
   c.device_unique_code = req.extra("device_physical_address");
-  Result<IssuedCode> r = state.codes().issue(kind, c);
-  if (!r.ok()) return failure(r.status());
-  Answer a;
-  put(&a.extras, "authcode", r->code);
-  put_facts(&a.extras, r.value());
-  return a;
+  return answer(state.codes().issue(kind, c), [](Extras *e, const IssuedCode &issued) {
+    put(e, "authcode", issued.code);
+    put_facts(e, issued);
+  });
 }
 
 Answer auth_code(AgentState &state, const Request &req) {

@@ -6,6 +6,7 @@
 
 #include "dlog.h"
 #include "errors.hh"
+#include "operation_table.hh"
 
 namespace vagent::ui {
 
@@ -31,21 +32,12 @@ UiRequest::~UiRequest() {
   app_control_destroy(request_);
 }
 
-std::string UiRequest::extra(const char *key) const {
-  char *value = nullptr;
-  if (app_control_get_extra_data(request_, key, &value) != APP_CONTROL_ERROR_NONE || !value)
-    return "";
-  std::string out = value;
-  free(value);
-  return out;
-}
+std::string UiRequest::extra(const char *key) const { return extra_of(request_, key); }
 
 void UiRequest::succeed(const Extras &extras) { answer(true, extras); }
 
 void UiRequest::fail(int code, const Extras &extras) {
-  Extras all{{"error_code", std::to_string(code)}, {"error_msg", error_name(code)}};
-  if (const ErrorInfo *info = find_error(code))
-    all.emplace_back("error_description", info->meaning);
+  Extras all = error_extras(code);
   all.insert(all.end(), extras.begin(), extras.end());
   answer(false, all);
 }
@@ -65,19 +57,13 @@ void UiRequest::answer(bool ok, const Extras &extras) {
 }
 
 const std::vector<UiOperation> &ui_operations() {
-  static const std::vector<UiOperation> table = [] {
-    std::vector<UiOperation> all;
-    for (const auto *group : {&login_view_operations(), &companion_relay_operations()})
-      all.insert(all.end(), group->begin(), group->end());
-    return all;
-  }();
+  static const std::vector<UiOperation> table =
+      join_areas({&login_view_operations(), &companion_relay_operations()});
   return table;
 }
 
 const UiOperation *find_ui_operation(const std::string &uri) {
-  for (const UiOperation &op : ui_operations())
-    if (uri == *op.uri) return &op;
-  return nullptr;
+  return find_by_uri(ui_operations(), uri);
 }
 
 }  // namespace vagent::ui
