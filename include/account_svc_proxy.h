@@ -679,7 +679,10 @@ typedef struct rpc_port_AccountSvc_ResponsePlaceCb_s *rpc_port_AccountSvc_Respon
 typedef struct rpc_port_AccountSvc_ResponseProfileCb_s *rpc_port_AccountSvc_ResponseProfileCb_h;
 
 /* The callback of each delegate type: the user data given to create, the answer's result code and,
- * but for ResponseErrorCb, the answer's record (lent for the call). */
+ * but for ResponseErrorCb, the answer's record (lent for the call). When the agent answered success
+ * but its record could not be read whole, the result says so instead: RPC_PORT_ERROR_OUT_OF_MEMORY
+ * (-12) when memory ran out (the record is then NULL or holds what was read before), -1 when the
+ * answer did not hold the whole record. A failure the agent answered is passed as it came. */
 typedef void (*rpc_port_AccountSvc_ResponseCb_cb)(void *user_data, int result,
                                                   rpc_port_AccountS_h account);
 typedef void (*rpc_port_AccountSvc_ResponseErrorCb_cb)(void *user_data, int result);

@@ -57,6 +57,7 @@ struct RecordDesc {
   const char *fn_create;
   const char *fn_destroy;
   const char *fn_clone;
+  const char *fn_read;  // the type's read function ("__AccountS_from")
 
   std::span<const FieldDesc> field_span() const { return {fields, field_count}; }
 };
@@ -84,6 +85,16 @@ void *create(const RecordDesc &d, const char *func);
 void destroy(const RecordDesc &d, void *h);
 // Deep copy of h (not nullptr), or nullptr after logging why.
 void *clone(const RecordDesc &d, const void *h, const char *func);
+
+// How reading a record from a parcel went. The first failure decides: kOutOfMemory when a record,
+// a list item or a string could not be allocated, kMalformed when the parcel ran short or refused
+// a value (a list count its bytes cannot back). Either way the record holds what was read before
+// and whatever the failed reads left; it is not the record that was sent.
+enum class ReadStatus { kWhole, kOutOfMemory, kMalformed };
+
+// Reads a record of type d from `parcel` into h (made by create()) exactly as the type's read
+// function does (rpc_port_parcel_read), and tells whether it came whole.
+ReadStatus decode(const RecordDesc &d, rpc_port_parcel_h parcel, void *h);
 
 // True when h, or any record below it, holds a NULL list item. Such a record does not encode to
 // a stream that decodes back to it: the item is counted but not written.

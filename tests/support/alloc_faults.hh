@@ -18,8 +18,10 @@
 #include <cstdlib>
 #include <functional>
 
+#include "main_loop.hh"
 #include "platform_root.hh"
 #include "va_alloc.h"
+#include "velmora_account_error.h"
 #include "velmora_host.h"
 
 namespace vtest {
@@ -41,9 +43,18 @@ inline bool allocation_faults_built() {
 
 // Ends the failing (and the counting) of the current run early: what the operation does after
 // it (reading its result back) allocates normally. Without it the run ends when `op` returns.
+// begin_after lets it begin late instead.
 class AllocationRun {
  public:
-  explicit AllocationRun(const AllocationHook &hook) : hook_(hook) {}
+  AllocationRun(const AllocationHook &hook, long fail_at) : hook_(hook), fail_at_(fail_at) {}
+  // Runs `untouched` with nothing failing and starts the count after it: the walk covers only
+  // what follows (the reply to a request that `untouched` sent, say). Call it first thing.
+  template <typename F>
+  void begin_after(F &&untouched) {
+    hook_.fail_at(0);
+    untouched();
+    hook_.fail_at(fail_at_);
+  }
   void stop() {
     if (stopped_) return;
     made_ = hook_.count();
@@ -54,6 +65,7 @@ class AllocationRun {
 
  private:
   const AllocationHook &hook_;
+  long fail_at_;
   long made_ = 0;
   bool stopped_ = false;
 };
@@ -62,7 +74,7 @@ class AllocationRun {
 inline long each_failing_allocation(const AllocationHook &hook,
                                     const std::function<void(long n, AllocationRun &run)> &op) {
   auto one_run = [&](long fail_at, long n) {
-    AllocationRun run(hook);
+    AllocationRun run(hook, fail_at);
     hook.fail_at(fail_at);
     op(n, run);
     run.stop();
@@ -85,6 +97,34 @@ inline long each_failing_allocation(const AllocationHook &hook,
 inline long each_failing_allocation(const AllocationHook &hook,
                                     const std::function<void(long n)> &op) {
   return each_failing_allocation(hook, [&](long n, AllocationRun &) { op(n); });
+}
+
+// Walks the allocations of `hook` made once `send` has sent a request: its answer coming in and
+// being read. Every run must be answered exactly once: the run with nothing failing with
+// VELMORA_ACCOUNT_ERROR_NONE and what `whole` checks, every other one with
+// VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY. `Answer` counts its callbacks in `calls` and keeps the last
+// `result`; `send` may hand it the run, so that its callback ends the walked part before reading
+// the answer back. Returns the number of allocations of the complete run.
+template <typename Answer>
+long each_failing_allocation_of_answer(const AllocationHook &hook,
+                                       const std::function<int(Answer &, AllocationRun &)> &send,
+                                       const std::function<void(const Answer &)> &whole) {
+  return each_failing_allocation(hook, [&](long n, AllocationRun &run) {
+    Answer answer;
+    int sent = -1;
+    run.begin_after([&] { sent = send(answer, run); });
+    ASSERT_EQ(sent, VELMORA_ACCOUNT_ERROR_NONE);
+    const bool answered = run_until([&] { return answer.calls > 0; });
+    run.stop();
+    ASSERT_TRUE(answered);
+    EXPECT_EQ(answer.calls, 1);
+    if (n == 0) {
+      EXPECT_EQ(answer.result, VELMORA_ACCOUNT_ERROR_NONE);
+      whole(answer);
+    } else {
+      EXPECT_EQ(answer.result, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+    }
+  });
 }
 
 // The fixture of the library's out-of-memory tests that need no agent answer: skipped in a build

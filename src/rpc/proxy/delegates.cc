@@ -127,15 +127,19 @@ void receive(const DelegateType &type, GList **list, rpc_port_parcel_h parcel, i
   int result = -1;
   rpc_port_parcel_read_int32(parcel, &result);
 
-  // A record that cannot be made for lack of memory: the delegate still gets its call, with
-  // RPC_PORT_ERROR_OUT_OF_MEMORY and no record, so that its request ends.
+  // The delegate gets its call whatever became of the record, so that its request ends; but a
+  // record that could not be made, or not read whole, is never presented as a success. Where the
+  // agent answered success, the result says why instead: RPC_PORT_ERROR_OUT_OF_MEMORY (then the
+  // record is NULL, or holds what was read before the allocation failed), or -1 for a record the
+  // parcel did not hold whole (the failure of a call that never got its answer). An agent's
+  // failure stays as it came.
   void *record = nullptr;
   if (type.record) {
     record = va::rec::create(*type.record, type.record->fn_create);
-    if (record)
-      rpc_port_parcel_read(parcel, va::rec::parcelable_of(record), record);
-    else
-      result = RPC_PORT_ERROR_OUT_OF_MEMORY;
+    const va::rec::ReadStatus read =
+        record ? va::rec::decode(*type.record, parcel, record) : va::rec::ReadStatus::kOutOfMemory;
+    if (read != va::rec::ReadStatus::kWhole && result == RPC_PORT_ERROR_NONE)
+      result = read == va::rec::ReadStatus::kOutOfMemory ? RPC_PORT_ERROR_OUT_OF_MEMORY : -1;
   }
 
   GList *match = nullptr;

@@ -11,6 +11,8 @@ namespace va::rec {
 namespace {
 
 // Each type's parcelable pair: __<Type>_to and __<Type>_from, the names their log lines carry.
+// The platform's parcelable read has no result: whether the record came whole is for
+// va::rec::decode to tell.
 #define VREC_TO_FROM_(T)                                    \
   void __##T##_to(rpc_port_parcel_h parcel, void *data) {   \
     write(kDesc_##T, parcel, data, __func__);               \
@@ -47,7 +49,8 @@ RPC_PORT_LISTS(VREC_FIELDS_)
                                           {__##T##_to, __##T##_from}, \
                                           "rpc_port_" #T "_create",   \
                                           "rpc_port_" #T "_destroy",  \
-                                          "rpc_port_" #T "_clone"};
+                                          "rpc_port_" #T "_clone",    \
+                                          "__" #T "_from"};
 RPC_PORT_RECORDS(VREC_DESC_)
 RPC_PORT_LISTS(VREC_DESC_)
 #undef VREC_DESC_

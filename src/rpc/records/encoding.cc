@@ -13,6 +13,19 @@ namespace va::rec {
 
 namespace {
 
+// What a failed primitive read says about the record being read.
+ReadStatus status_of(int read_result) {
+  if (read_result == RPC_PORT_ERROR_NONE) return ReadStatus::kWhole;
+  return read_result == RPC_PORT_ERROR_OUT_OF_MEMORY ? ReadStatus::kOutOfMemory
+                                                     : ReadStatus::kMalformed;
+}
+
+// The first failure of a read is the one that counts: once a read has failed, the reads after it
+// start at the wrong place and fail for that reason.
+ReadStatus worse(ReadStatus so_far, ReadStatus next) {
+  return so_far != ReadStatus::kWhole ? so_far : next;
+}
+
 // The encoding of a record whose fields are all unset: "" for strings, 0 for numbers, count 0 for
 // lists. It stands in for a nested record that is NULL. Nested records carry no NULL check on the
 // wire, so writing nothing would shift every later field for the reader; writing the empty record
@@ -63,27 +76,29 @@ void write_items(const FieldDesc &f, rpc_port_parcel_h parcel, GList *list, cons
 // Appends the items that follow in the parcel. The count is read into a zeroed int, so a refused
 // count (the parcel refuses any count its unread bytes cannot back) reads as 0 and nothing more is
 // read; that also bounds what is allocated here by the size of the parcel.
-void read_items(const FieldDesc &f, rpc_port_parcel_h parcel, GList **list, const char *func) {
+ReadStatus read_items(const FieldDesc &f, rpc_port_parcel_h parcel, GList **list,
+                      const char *func) {
   int count = 0;
-  rpc_port_parcel_read_array_count(parcel, &count);
-  if (count < 1) return;
+  ReadStatus status = status_of(rpc_port_parcel_read_array_count(parcel, &count));
+  if (count < 1) return status;
   GList *last = g_list_last(*list);
   for (int i = 0; i < count; ++i) {
     void *item;
     if (f.kind == FieldKind::STRLIST) {
       char *value = nullptr;  // a failed read appends NULL
-      rpc_port_parcel_read_string(parcel, &value);
+      status = worse(status, status_of(rpc_port_parcel_read_string(parcel, &value)));
       item = value;
     } else {
       item = create(*f.item, f.item->fn_create);
       if (!item) {
         RPC_LOG_AT(DLOG_ERROR, func, "Failed to create handle");
-        return;
+        return worse(status, ReadStatus::kOutOfMemory);
       }
-      rpc_port_parcel_read(parcel, parcelable_of(item), item);
+      status = worse(status, read(*f.item, parcel, item, f.item->fn_read));
     }
     append_item(list, &last, item);
   }
+  return status;
 }
 
 }  // namespace
@@ -125,19 +140,20 @@ void write(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *f
   }
 }
 
-// Primitive results are not checked: after a short or malformed parcel the remaining fields keep
-// what they held (a failed read leaves its target untouched). A string that is read replaces, and
-// frees, the value the field held.
-void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func) {
+// A failed primitive read does not stop the read: the remaining fields keep what they held (a
+// failed read leaves its target untouched), and the result says that the record is not whole. A
+// string that is read replaces, and frees, the value the field held.
+ReadStatus read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func) {
   if (!parcel || !h) {
     RPC_LOG_AT(DLOG_ERROR, func, "Invalid parameter");
-    return;
+    return ReadStatus::kMalformed;
   }
+  ReadStatus status = ReadStatus::kWhole;
   for (const FieldDesc &f : d.field_span()) {
     switch (f.kind) {
       case FieldKind::STRING: {
         char *value = nullptr;
-        rpc_port_parcel_read_string(parcel, &value);
+        status = worse(status, status_of(rpc_port_parcel_read_string(parcel, &value)));
         if (value) {
           char *&slot = member<char *>(h, f);
           free(slot);
@@ -146,22 +162,24 @@ void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *fu
         break;
       }
       case FieldKind::INT:
-        rpc_port_parcel_read_int32(parcel, &member<int>(h, f));
+        status = worse(status, status_of(rpc_port_parcel_read_int32(parcel, &member<int>(h, f))));
         break;
       case FieldKind::LLONG:
-        rpc_port_parcel_read_int64(parcel, &member<long long>(h, f));
+        status =
+            worse(status, status_of(rpc_port_parcel_read_int64(parcel, &member<long long>(h, f))));
         break;
       case FieldKind::DOUBLE:
-        rpc_port_parcel_read_double(parcel, &member<double>(h, f));
+        status =
+            worse(status, status_of(rpc_port_parcel_read_double(parcel, &member<double>(h, f))));
         break;
       case FieldKind::RECORD: {
         void *value = create(*f.item, f.item->fn_create);
         if (!value) {
           // Without the record the rest of this one cannot be placed: stop here.
           RPC_LOG_AT(DLOG_ERROR, func, "Failed to create %s handle", f.item->name);
-          return;
+          return worse(status, ReadStatus::kOutOfMemory);
         }
-        rpc_port_parcel_read(parcel, parcelable_of(value), value);
+        status = worse(status, read(*f.item, parcel, value, f.item->fn_read));
         void *&slot = member<void *>(h, f);
         destroy(*f.item, slot);
         slot = value;
@@ -169,10 +187,15 @@ void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *fu
       }
       case FieldKind::LIST:
       case FieldKind::STRLIST:
-        read_items(f, parcel, &member<GList *>(h, f), func);
+        status = worse(status, read_items(f, parcel, &member<GList *>(h, f), func));
         break;
     }
   }
+  return status;
+}
+
+ReadStatus decode(const RecordDesc &d, rpc_port_parcel_h parcel, void *h) {
+  return read(d, parcel, h, d.fn_read);
 }
 
 }  // namespace va::rec

@@ -89,6 +89,8 @@ void append_item(GList **head, GList **last, void *item);
 
 // ---- encoding (encoding.cc): the bodies of every type's write and read functions ----
 void write(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func);
-void read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func);
+// A read goes on after a failed primitive read, as the type's read function always has; what it
+// returns tells whether the record came whole.
+ReadStatus read(const RecordDesc &d, rpc_port_parcel_h parcel, void *h, const char *func);
 
 }  // namespace va::rec

@@ -62,7 +62,8 @@ TEST_F(TokensOutOfMemory, AccessTokenOverAppControl) {
 // The same request with the platform's allocations failing in turn: the app control object the
 // library makes and fills, and the values it reads from the reply. (Over the port a parcel that
 // cannot be written is not sent, and the proxy then waits for its result until the method call
-// time-out and closes the connection, by design: that walk is not made here.)
+// time-out and closes the connection, by design: that walk is not made here; the reply's part of
+// it is, in AccessTokenReplyReadFromThePort.)
 TEST_F(TokensOutOfMemory, AccessTokenOverAppControlWithThePlatformOutOfMemory) {
   if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
   prepare();
@@ -84,6 +85,26 @@ TEST_F(TokensOutOfMemory, AccessTokenOverThePort) {
     expect_token_or_out_of_memory(run, h);
   });
   EXPECT_GT(total, 3);
+}
+
+// Over the port, every allocation the platform makes once the request is sent (the texts of the
+// AccountS read from the pushed reply) fails in turn: each such run is answered with
+// VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY, never with the values that could be read.
+TEST_F(TokensOutOfMemory, AccessTokenReplyReadFromThePort) {
+  if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+  prepare();
+  velmora_account_h h = connected_handle();
+  ASSERT_NE(h, nullptr);
+  const long total = each_failing_allocation_of_answer<Completion>(
+      kPlatformAllocations,
+      [h](Completion &done, AllocationRun &) {
+        return velmora_account_request_access_token(h, Completion::cb, &done);
+      },
+      [](const Completion &done) {
+        EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN).size(), 43u);
+        EXPECT_EQ(done.integer(VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN), 3600);
+      });
+  EXPECT_GE(total, 20);  // the twenty texts of an AccountS
 }
 
 TEST_F(TokensOutOfMemory, ConnectAndDisconnect) {
