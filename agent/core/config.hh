@@ -52,8 +52,8 @@ inline constexpr int kAuthenticateTokenBytes = 24;
 inline constexpr int kAuthNumberSaltBytes = 16;
 inline constexpr int64_t kTrustedDeviceLifetime = 90 * 24 * 3600;
 
-// Live grants (access token with its refresh token) kept per login id and client: a new grant
-// beyond this revokes the oldest.
+// Grants (access token with its refresh token) kept per login id and client: a grant lasts this
+// many of the pair's turns, and the pair's next grant revokes it.
 inline constexpr int kMaxGrantsPerClient = 16;
 
 // Sizes of the random parts, in bytes (as base64url text: 32 -> 43 characters, 24 -> 32).

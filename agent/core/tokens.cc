@@ -25,7 +25,7 @@ constexpr const char *kRefreshPurpose = "refresh-token";
 const Statement kNextRow{"SELECT COALESCE(MAX(seq), 0) + 1 FROM tokens", Access::kLookup,
                          "INTEGER PRIMARY KEY"};
 const Statement kInsert{"INSERT INTO tokens(seq, " GRANT_COLUMNS
-                        ") VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"};
+                        ", turn) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)"};
 const Statement kRow{"SELECT " GRANT_COLUMNS " FROM tokens WHERE seq = ?1", Access::kLookup,
                      "INTEGER PRIMARY KEY"};
 const Statement kDeleteRow{"DELETE FROM tokens WHERE seq = ?1", Access::kLookup,
@@ -33,20 +33,17 @@ const Statement kDeleteRow{"DELETE FROM tokens WHERE seq = ?1", Access::kLookup,
 const Statement kUseRefresh{
     "UPDATE tokens SET refresh_digest = NULL WHERE seq = ?1 AND refresh_digest IS NOT NULL",
     Access::kLookup, "INTEGER PRIMARY KEY"};
-// Grants of the pair whose access token and refresh token are both of no further use.
-const Statement kPrune{
-    "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND issue_time + expires_in <= ?3"
-    " AND (refresh_digest IS NULL OR refresh_expires_at <= ?3)",
+// The pair's last turn: one seek to the end of its part of the owner index.
+const Statement kLastTurn{
+    "SELECT turn FROM tokens WHERE login_id = ?1 AND client_id = ?2 ORDER BY turn DESC LIMIT 1",
     Access::kLookup, "tokens_owner"};
-// All but the pair's ?3 newest grants: those up to the newest one beyond them. (A list of the
-// grants beyond them, "seq IN (SELECT ...)", would be built in a temporary table on every grant.)
-const Statement kCap{
-    "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND seq <= (SELECT seq FROM tokens"
-    " WHERE login_id = ?1 AND client_id = ?2 ORDER BY seq DESC LIMIT 1 OFFSET ?3)",
-    Access::kLookup, "tokens_owner"};
+// The pair's grants of turn ?3 and before: the one whose turn is over, when a new one begins.
+const Statement kEndTurns{
+    "DELETE FROM tokens WHERE login_id = ?1 AND client_id = ?2 AND turn <= ?3", Access::kLookup,
+    "tokens_owner"};
 const Statement kLastOfClient{
     "SELECT access_token, client_id, scope, issue_time, expires_in FROM tokens"
-    " WHERE login_id = ?1 AND client_id = ?2 ORDER BY seq DESC LIMIT 1",
+    " WHERE login_id = ?1 AND client_id = ?2 ORDER BY turn DESC LIMIT 1",
     Access::kLookup, "tokens_owner"};
 // Over the account's grants of every client: at most kMaxGrantsPerClient per client.
 const Statement kLastOfAccount{
@@ -125,9 +122,17 @@ const SchemaArea &tokens_schema() {
           "  expires_in INTEGER NOT NULL,"
           "  refresh_expires_at INTEGER NOT NULL);"
           "CREATE INDEX tokens_owner ON tokens(login_id, client_id);",
+          // 3: a pair's grants numbered in turn, so that the one a new grant ends is found by
+          // its number; kept grants take the turns of their rows' order.
+          "ALTER TABLE tokens ADD COLUMN turn INTEGER NOT NULL DEFAULT 0;"
+          "UPDATE tokens SET turn = (SELECT COUNT(*) FROM tokens AS earlier"
+          "  WHERE earlier.login_id = tokens.login_id AND earlier.client_id = tokens.client_id"
+          "  AND earlier.seq <= tokens.seq);"
+          "DROP INDEX tokens_owner;"
+          "CREATE INDEX tokens_owner ON tokens(login_id, client_id, turn);",
       },
-      {&kNextRow, &kInsert, &kRow, &kDeleteRow, &kUseRefresh, &kPrune, &kCap, &kLastOfClient,
-       &kLastOfAccount, &kLiveCount, &kGrantCount, &kForget},
+      {&kNextRow, &kInsert, &kRow, &kDeleteRow, &kUseRefresh, &kLastTurn, &kEndTurns,
+       &kLastOfClient, &kLastOfAccount, &kLiveCount, &kGrantCount, &kForget},
       &kForget};
   return area;
 }
@@ -176,10 +181,23 @@ Result<TokenGrant> Tokens::grant(const User &user, const Client &client, const s
 
   Transaction tx(db_);
   if (!tx.status().ok()) return tx.status();
+  Status st;
+  int64_t turn = 1;
+  {
+    Query q(db_, kLastTurn);
+    q.bind(1, g.login_id).bind(2, g.client_id);
+    if (q.next(&st)) turn = q.integer(0) + 1;
+    if (!st.ok()) return st;
+  }
+  if (turn > kMaxGrantsPerClient) {
+    // The pair keeps the grants of its last kMaxGrantsPerClient turns: the oldest one's ends.
+    Query q(db_, kEndTurns);
+    q.bind(1, g.login_id).bind(2, g.client_id).bind(3, turn - kMaxGrantsPerClient);
+    if (!(st = q.run()).ok()) return st;
+  }
   int64_t seq = 0;
   {
     Query q(db_, kNextRow);
-    Status st;
     if (!q.next(&st)) return st.ok() ? Status::fail(errc::kDbFailed, "no next row") : st;
     seq = q.integer(0);
   }
@@ -192,25 +210,11 @@ Result<TokenGrant> Tokens::grant(const User &user, const Client &client, const s
     q.bind(1, seq).bind(2, g.access_token);
     q.bind_blob(3, refresh_digest.data(), refresh_digest.size());
     q.bind(4, g.login_id).bind(5, g.client_id).bind(6, g.scope).bind(7, g.issue_time);
-    q.bind(8, g.expires_in).bind(9, g.issue_time + kRefreshTokenLifetime);
-    Status st = q.run();
-    if (!st.ok()) return st;
-  }
-  {
-    Query prune(db_, kPrune);
-    prune.bind(1, g.login_id).bind(2, g.client_id).bind(3, g.issue_time);
-    Status st = prune.run();
-    if (!st.ok()) return st;
-  }
-  {
-    Query cap(db_, kCap);
-    cap.bind(1, g.login_id).bind(2, g.client_id).bind(3, int64_t{kMaxGrantsPerClient});
-    Status st = cap.run();
-    if (!st.ok()) return st;
+    q.bind(8, g.expires_in).bind(9, g.issue_time + kRefreshTokenLifetime).bind(10, turn);
+    if (!(st = q.run()).ok()) return st;
   }
   // On disk (in the WAL) before anybody sees the tokens.
-  Status st = tx.commit();
-  if (!st.ok()) return st;
+  if (!(st = tx.commit()).ok()) return st;
   return g;
 }
 

@@ -7,9 +7,11 @@
 // agent finds a presented token by its row and compares it in constant time, so no index over
 // random text is written per grant. The access token is kept in plain text because the agent
 // hands out the last one again ("last access token"); a refresh token is only ever shown once and
-// is kept as its keyed digest. Grants belong to a (login id, client id) pair: each new grant
-// prunes the pair's expired ones and keeps at most kMaxGrantsPerClient (the oldest are revoked);
-// they all go when the account signs out.
+// is kept as its keyed digest. Grants belong to a (login id, client id) pair and are numbered in
+// the pair's turns (a new grant's turn follows that of the pair's newest kept grant): a grant
+// lasts kMaxGrantsPerClient turns, so the pair's next grant revokes the one that many turns
+// before it. The pair keeps at most that many rows, expired or not, and a grant reads and writes
+// the same few rows however many the state holds. They all go when the account signs out.
 #pragma once
 
 #include <cstdint>
@@ -87,7 +89,7 @@ class Tokens {
   Status revoke(const std::string &access_token);
   // The number of access tokens of a login id that have not expired.
   Result<int64_t> live_count(const std::string &login_id);
-  // The number of grants kept for a login id and client (live or holding a live refresh token).
+  // The number of grants kept for a login id and client (at most kMaxGrantsPerClient).
   Result<int64_t> grant_count(const std::string &login_id, const std::string &client_id);
 
  private:

@@ -4,6 +4,8 @@
 #include <sqlite3.h>
 
 #include <set>
+#include <string>
+#include <vector>
 
 #include "agent_state_fixture.hh"
 #include "config.hh"
@@ -197,19 +199,84 @@ TEST_F(Tokens, GrantsBeyondTheCapRevokeTheOldestOfTheirClientOnly) {
   EXPECT_EQ(state().tokens().grant_count("alice", "app.two").value(), 1);
 }
 
-TEST_F(Tokens, GrantsWithNothingLiveArePrunedByTheNextGrant) {
-  auto old = state().tokens().issue(request());
-  ASSERT_TRUE(old.ok());
-  // Past the access token's life: its refresh token still counts.
-  now_ += 2 * 3600;
+// A grant lasts kMaxGrantsPerClient turns of its pair. Grants revoked or expired after it still
+// took their turns: they neither keep the old one longer nor make the pair keep more rows.
+TEST_F(Tokens, AGrantEndsTheCapInTurnsAfterItWhateverHappenedBetween) {
+  auto first = state().tokens().issue(request());
+  ASSERT_TRUE(first.ok());
+  auto second = state().tokens().issue(request());
+  ASSERT_TRUE(second.ok());
   ASSERT_TRUE(state().tokens().issue(request()).ok());
-  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 2);
-  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kTokenExpired);
-  // Past the refresh token's too: the next grant prunes it.
-  now_ += vagent::kRefreshTokenLifetime;
+  ASSERT_TRUE(state().tokens().revoke(second->access_token).ok());
+  // Past every token's life: the first grant is still known, as expired.
+  now_ += vagent::kRefreshTokenLifetime + 1;
+  for (int turn = 4; turn <= vagent::kMaxGrantsPerClient; ++turn)
+    ASSERT_TRUE(state().tokens().issue(request()).ok()) << turn;
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(),
+            vagent::kMaxGrantsPerClient - 1);
+  EXPECT_EQ(state().tokens().validate(first->access_token).code(), errc::kTokenExpired);
+  EXPECT_EQ(state().tokens().refresh(first->refresh_token, "app.one", "").code(),
+            errc::kTokenExpired);
+  // The next turn ends the first grant's.
+  auto next = state().tokens().issue(request());
+  ASSERT_TRUE(next.ok());
+  EXPECT_EQ(state().tokens().validate(first->access_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().refresh(first->refresh_token, "app.one", "").code(),
+            errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(),
+            vagent::kMaxGrantsPerClient - 1);
+  EXPECT_EQ(state().tokens().last("alice", "app.one")->access_token, next->access_token);
+}
+
+// Grants kept by the layout before turns take their turns in the order they were made, per pair.
+TEST_F(Tokens, GrantsOfTheEarlierLayoutTakeTheirTurnsInOrder) {
+  client("app.two", false, {});
+  state_.reset();
+  sqlite3 *db = nullptr;
+  ASSERT_EQ(sqlite3_open(root_.path_of("agent/state.db").c_str(), &db), SQLITE_OK);
+  auto exec = [db](const std::string &sql) {
+    EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
+        << sqlite3_errmsg(db) << "\n"
+        << sql;
+  };
+  const vagent::SchemaArea &area = vagent::tokens_schema();
+  ASSERT_GE(area.migrations.size(), 3u);
+  exec("DROP TABLE tokens");
+  exec(area.migrations[0]);
+  exec(area.migrations[1]);
+  exec("UPDATE schema_areas SET version = 2 WHERE area = 'tokens'");
+  int seq = 0;
+  for (const char *client_id : {"app.one", "app.two", "app.one", "app.two", "app.one"}) {
+    const std::string n = std::to_string(++seq);
+    exec("INSERT INTO tokens VALUES (" + n + ", 't" + n + "', NULL, 'alice', '" + client_id +
+         "', '', " + std::to_string(now_) + ", 3600, " + std::to_string(now_ + 3600) + ")");
+  }
+  sqlite3_close(db);
+
+  auto opened = vagent::AgentState::open(root_.path());
+  ASSERT_TRUE(opened.ok()) << opened.status().describe();
+  state_ = std::move(opened.value());
+  state_->set_clock([this] { return now_; });
+  EXPECT_EQ(state().db().area_version("tokens"), static_cast<int>(area.migrations.size()));
+  std::vector<int64_t> turns;
+  {
+    sqlite3_stmt *s = nullptr;
+    ASSERT_EQ(sqlite3_prepare_v2(state().db().handle(), "SELECT turn FROM tokens ORDER BY seq", -1,
+                                 &s, nullptr),
+              SQLITE_OK);
+    while (sqlite3_step(s) == SQLITE_ROW) turns.push_back(sqlite3_column_int64(s, 0));
+    sqlite3_finalize(s);
+  }
+  EXPECT_EQ(turns, (std::vector<int64_t>{1, 1, 2, 2, 3}));
+  EXPECT_EQ(state().tokens().last("alice", "app.one")->access_token, "t5");
+  EXPECT_EQ(state().tokens().last("alice", "app.two")->access_token, "t4");
+  // The pair goes on from its last turn: the cap in turns after its first grant ends it.
+  for (int turn = 4; turn <= vagent::kMaxGrantsPerClient; ++turn)
+    ASSERT_TRUE(state().tokens().issue(request()).ok()) << turn;
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), vagent::kMaxGrantsPerClient);
   ASSERT_TRUE(state().tokens().issue(request()).ok());
-  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), 1);
-  EXPECT_EQ(state().tokens().validate(old->access_token).code(), errc::kUnknownToken);
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.one").value(), vagent::kMaxGrantsPerClient);
+  EXPECT_EQ(state().tokens().grant_count("alice", "app.two").value(), 2);
 }
 
 // The work of a request (SQLite's virtual-machine steps over all statements, not time) is the same
@@ -262,6 +329,9 @@ TEST_F(Tokens, ARequestDoesTheSameWorkWhateverElseTheStateHolds) {
 // compile one again), never while one runs.
 TEST_F(Tokens, RequestsPrepareNoStatement) {
   client("app.two", false, {"profile.read"});
+  // The pair at its cap, so that the first round also runs what ends the oldest grant's turn.
+  for (int i = 0; i < vagent::kMaxGrantsPerClient; ++i)
+    ASSERT_TRUE(state().tokens().issue(request()).ok());
   int compiled = 0;
   sqlite3_set_authorizer(
       state().db().handle(),
