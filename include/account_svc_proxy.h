@@ -736,7 +736,10 @@ VELMORA_API int rpc_port_proxy_AccountSvc_ResponseProfileCb_dispose(
  * was sent and to -5 when sending failed. A NULL string argument is sent as "". Records are
  * written as they are and stay the caller's. A delegate argument belongs to the proxy from the call
  * on, whatever the result; the method's real answer arrives later through it. Out-arguments are
- * filled only from a result: strings are freed by the caller, records and lists destroyed. */
+ * filled only from a result: strings are freed by the caller, records and lists destroyed. An
+ * output that could not be read whole makes the call return RPC_PORT_ERROR_OUT_OF_MEMORY (-12)
+ * when memory ran out, -1 when the result did not hold it (a record output is still handed out,
+ * NULL when it could not be made, for the caller to destroy). */
 
 /* The default account's login id in *login_id. */
 VELMORA_API int rpc_port_proxy_AccountSvc_invoke_GetDefaultAccount(rpc_port_proxy_AccountSvc_h h,

@@ -92,6 +92,14 @@ void *clone(const RecordDesc &d, const void *h, const char *func);
 // and whatever the failed reads left; it is not the record that was sent.
 enum class ReadStatus { kWhole, kOutOfMemory, kMalformed };
 
+// What the result of a primitive parcel read (rpc_port_parcel_read_string, _int32, ...) says
+// about the value being read.
+inline ReadStatus status_of(int read_result) {
+  if (read_result == RPC_PORT_ERROR_NONE) return ReadStatus::kWhole;
+  return read_result == RPC_PORT_ERROR_OUT_OF_MEMORY ? ReadStatus::kOutOfMemory
+                                                     : ReadStatus::kMalformed;
+}
+
 // Reads a record of type d from `parcel` into h (made by create()) exactly as the type's read
 // function does (rpc_port_parcel_read), and tells whether it came whole.
 ReadStatus decode(const RecordDesc &d, rpc_port_parcel_h parcel, void *h);

@@ -193,8 +193,10 @@ class AccountTest : public ::testing::Test {
   }
 
   // An access token over app control for the seeded user; expects it to be granted.
-  std::string token_over_app_control() {
-    velmora_account_h h = app_control_handle();
+  std::string token_over_app_control() { return token_through(app_control_handle()); }
+
+  // The same through handle h (connected: over the port).
+  std::string token_through(velmora_account_h h) {
     Completion done;
     EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done), 0);
     EXPECT_TRUE(done.wait());

@@ -71,31 +71,34 @@ void write_arg(rpc_port_parcel_h parcel, const Arg &a) {
   }
 }
 
-void read_output(rpc_port_parcel_h parcel, const Out &out) {
+// A record output, made fresh and read whole or not; *out gets it either way (NULL when it could
+// not be made), and the caller destroys it.
+template <typename H>
+va::rec::ReadStatus read_record(rpc_port_parcel_h parcel, const va::rec::RecordDesc &desc,
+                                int (*create)(H *), H *out) {
+  H record = nullptr;
+  create(&record);
+  *out = record;
+  if (!record) return va::rec::ReadStatus::kOutOfMemory;
+  return va::rec::decode(desc, parcel, record);
+}
+
+va::rec::ReadStatus read_output(rpc_port_parcel_h parcel, const Out &out) {
   switch (out.kind) {
     case Out::kNone:
       break;
     case Out::kString:
-      rpc_port_parcel_read_string(parcel, static_cast<char **>(out.ptr));
-      break;
+      return va::rec::status_of(rpc_port_parcel_read_string(parcel, static_cast<char **>(out.ptr)));
     case Out::kBool:
-      rpc_port_parcel_read_bool(parcel, static_cast<bool *>(out.ptr));
-      break;
-    case Out::kStringList: {
-      rpc_port_list_string_h list = nullptr;
-      rpc_port_list_string_create(&list);
-      rpc_port_parcel_read(parcel, va::rec::parcelable_of(list), list);
-      *static_cast<rpc_port_list_string_h *>(out.ptr) = list;
-      break;
-    }
-    case Out::kAccount: {
-      rpc_port_AccountS_h account = nullptr;
-      rpc_port_AccountS_create(&account);
-      rpc_port_parcel_read(parcel, va::rec::parcelable_of(account), account);
-      *static_cast<rpc_port_AccountS_h *>(out.ptr) = account;
-      break;
-    }
+      return va::rec::status_of(rpc_port_parcel_read_bool(parcel, static_cast<bool *>(out.ptr)));
+    case Out::kStringList:
+      return read_record(parcel, va::rec::kDesc_list_string, rpc_port_list_string_create,
+                         static_cast<rpc_port_list_string_h *>(out.ptr));
+    case Out::kAccount:
+      return read_record(parcel, va::rec::kDesc_AccountS, rpc_port_AccountS_create,
+                         static_cast<rpc_port_AccountS_h *>(out.ptr));
   }
+  return va::rec::ReadStatus::kWhole;
 }
 
 // The call routine shared by every method; `func` is the exported name the log lines carry.
@@ -143,8 +146,12 @@ int call(rpc_port_proxy_AccountSvc_h h, int method, std::initializer_list<Arg> a
     rpc_port_parcel_destroy(result);  // not a method result: wait for the next parcel
   }
   if (result) {
-    read_output(result, out);
+    // The int result follows the outputs: after an output that could not be read whole it cannot
+    // be found, and the call answers why instead.
+    const va::rec::ReadStatus read = read_output(result, out);
     rpc_port_parcel_read_int32(result, &ret);
+    if (read != va::rec::ReadStatus::kWhole)
+      ret = read == va::rec::ReadStatus::kOutOfMemory ? RPC_PORT_ERROR_OUT_OF_MEMORY : -1;
     rpc_port_parcel_destroy(result);
   } else {
     RPC_LOG_AT(DLOG_ERROR, func, "Invalid protocol");

@@ -13,13 +13,6 @@ namespace va::rec {
 
 namespace {
 
-// What a failed primitive read says about the record being read.
-ReadStatus status_of(int read_result) {
-  if (read_result == RPC_PORT_ERROR_NONE) return ReadStatus::kWhole;
-  return read_result == RPC_PORT_ERROR_OUT_OF_MEMORY ? ReadStatus::kOutOfMemory
-                                                     : ReadStatus::kMalformed;
-}
-
 // The first failure of a read is the one that counts: once a read has failed, the reads after it
 // start at the wrong place and fail for that reason.
 ReadStatus worse(ReadStatus so_far, ReadStatus next) {

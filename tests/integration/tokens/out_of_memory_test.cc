@@ -10,6 +10,8 @@
 // nothing leaks (every run, in one process under the leak checker).
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "account_fixture.hh"
 #include "alloc_faults.hh"
 
@@ -105,6 +107,36 @@ TEST_F(TokensOutOfMemory, AccessTokenReplyReadFromThePort) {
         EXPECT_EQ(done.integer(VELMORA_ACCOUNT_PROPERTY_INT_ACCESS_TOKEN_EXPIRES_IN), 3600);
       });
   EXPECT_GE(total, 20);  // the twenty texts of an AccountS
+}
+
+// The blocking last access token over the port: every allocation of the library fails in turn,
+// the AccountS the answer is read into among them. Each run returns OUT_OF_MEMORY and no handle,
+// or NONE and a handle with the whole token; never a result read from the wrong place of the
+// answer.
+TEST_F(TokensOutOfMemory, LastAccessTokenSync) {
+  if (!allocation_faults_built()) GTEST_SKIP() << "built without VELMORA_ALLOC_FAULTS";
+  prepare();
+  velmora_account_h h = connected_handle();
+  ASSERT_NE(h, nullptr);
+  const std::string token = token_through(h);
+  ASSERT_EQ(token.size(), 43u);
+  const long total = each_failing_allocation(kLibraryAllocations, [&](long n, AllocationRun &run) {
+    velmora_account_h response = nullptr;
+    const int ret = velmora_account_get_last_access_token_sync(h, &response);
+    run.stop();
+    Completion holder;  // owns `response` from here
+    holder.account = response;
+    if (ret == VELMORA_ACCOUNT_ERROR_NONE) {
+      ASSERT_NE(response, nullptr);
+      EXPECT_EQ(holder.str(VELMORA_ACCOUNT_PROPERTY_ACCESS_TOKEN), token);
+      EXPECT_EQ(holder.str(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID), kLogin);
+    } else {
+      EXPECT_EQ(ret, VELMORA_ACCOUNT_ERROR_OUT_OF_MEMORY);
+      EXPECT_NE(n, 0);
+      EXPECT_EQ(response, nullptr);
+    }
+  });
+  EXPECT_GT(total, 3);
 }
 
 TEST_F(TokensOutOfMemory, ConnectAndDisconnect) {
