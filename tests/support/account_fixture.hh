@@ -29,6 +29,7 @@
 #include "log_capture.hh"
 #include "main_loop.hh"
 #include "platform_root.hh"
+#include "test_apps.hh"
 #include "velmora_account.h"
 
 namespace vtest {
@@ -114,6 +115,20 @@ class AccountTest : public ::testing::Test {
     agent_.install(*level);
     if (!seed) return;
     seed_user(kLogin, true);
+  }
+
+  // A stand-in for the agent that answers every request with success and records it
+  // (tests/apps/ipc_callee.cc): the test sees exactly what the library sent.
+  void prepare_recorder(int level = 5, const std::string &profile = "mobile") {
+    root_.set_profile(profile);
+    root_.install_agent(level, apps::path("ipc_callee"));
+  }
+  // The requests the stand-in received: "<operation>\t<key>=<value>...".
+  std::vector<std::string> recorded() const {
+    std::ifstream in(root_.path_of("test-markers/dev.velmora.account.requests"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
   }
 
   void seed_user(const std::string &login_id, bool sign_in) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "account_fixture.hh"
+#include "velmora_account_request_op.h"
 #include "velmora_host.h"
 
 namespace vtest {
@@ -52,6 +53,13 @@ class Queries : public AccountTest {
     std::string out = ret == 0 && login ? login : "<" + std::to_string(ret) + ">";
     free(login);
     return out;
+  }
+  // Uploads the consent bits 1, 2 and 8 of `h` with the MCC 450 and waits for the answer.
+  static void update_tnc(velmora_account_h h, Completion &done) {
+    ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_MCC, "450"), 0);
+    for (int bit : {1, 2, 8}) ASSERT_EQ(velmora_account_set_tnc(h, bit, true), 0);
+    ASSERT_EQ(velmora_account_update_tnc_info(h, Completion::cb, &done), 0);
+    ASSERT_TRUE(done.wait());
   }
   std::string partner_linked() {
     auto state = vagent::AgentState::open(root_.path());
@@ -174,12 +182,9 @@ TEST_F(Queries, TncUpdateSendsTheOptionalConsentsAsTheBitsSay) {
   prepare();
   for (bool port : {false, true}) {
     velmora_account_h h = port ? connected_handle() : app_control_handle();
-    ASSERT_EQ(velmora_account_set_property_str(h, VELMORA_ACCOUNT_PROPERTY_MCC, "450"), 0);
-    for (int bit : {1, 2, 8}) ASSERT_EQ(velmora_account_set_tnc(h, bit, true), 0);
     Completion done;
     LogCapture log;
-    ASSERT_EQ(velmora_account_update_tnc_info(h, Completion::cb, &done), 0);
-    ASSERT_TRUE(done.wait());
+    update_tnc(h, done);
     EXPECT_EQ(done.result, 0) << log.dump();
     EXPECT_TRUE(log.has(kVaTag, 4, "TNC status is normal [11] ")) << log.dump();
     EXPECT_TRUE(
@@ -195,6 +200,21 @@ TEST_F(Queries, TncUpdateSendsTheOptionalConsentsAsTheBitsSay) {
     EXPECT_TRUE((*records)[3].given);
     ASSERT_TRUE(state.value()->consents().update({kLogin, "450", 3}).ok());  // reset for the next
   }
+}
+
+TEST_F(Queries, TncUpdateNamesTheOptionalConsentsByTheirKeys) {
+  prepare_recorder();
+  velmora_account_h h = app_control_handle(/*secret=*/false, /*scope=*/nullptr);
+  Completion done;
+  LogCapture log;
+  update_tnc(h, done);
+  EXPECT_EQ(done.result, 0) << log.dump();
+  EXPECT_TRUE(log.has(kVaTag, 4, "Update TNC info to [APP_CONTROL] Mode")) << log.dump();
+  EXPECT_EQ(recorded(),
+            std::vector<std::string>{std::string(REQUEST_OP_TNC_UPDATE) + "\tlogin_id=" + kLogin +
+                                     "\tmcc=450\tvelmoraService=Y\tpersonalInfo=Y"
+                                     "\tcustomizedservice=N"
+                                     "\tcustomizedserviceadvertisement=Y"});
 }
 
 TEST_F(Queries, LinkingStatusInBothTransports) {

@@ -66,20 +66,6 @@ class SignInTest : public AccountTest {
     seed_user(kLogin, false);
   }
 
-  // A stand-in for the agent that answers every request with success and records it
-  // (tests/apps/ipc_callee.cc): the test sees exactly what the library sent.
-  void prepare_recorder(int level = 5) {
-    root_.set_profile("mobile");
-    root_.install_agent(level, apps::path("ipc_callee"));
-  }
-  // The requests the stand-in received: "<operation>\t<key>=<value>...".
-  std::vector<std::string> recorded() const {
-    std::ifstream in(root_.path_of("test-markers/dev.velmora.account.requests"));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
-    return lines;
-  }
-
   // A handle made by velmora_account_create with the given string properties.
   velmora_account_h handle(std::initializer_list<std::pair<int, const char *>> values) {
     velmora_account_h h = nullptr;

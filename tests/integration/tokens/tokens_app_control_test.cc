@@ -2,7 +2,11 @@
 // Velmora tests: tokens and authorization codes over app control, against the agent.
 #include <gtest/gtest.h>
 
+#include <string>
+#include <vector>
+
 #include "account_fixture.hh"
+#include "velmora_account_request_op.h"
 
 namespace vtest {
 namespace {
@@ -59,6 +63,43 @@ TEST_F(TokensAppControl, PhoneSendsNoClientSecretWhenNoneIsSet) {
   EXPECT_TRUE(log.has(kVaTag, 4, "PROPERTY_CLIENT_SESRET is NULL")) << log.dump();
   EXPECT_TRUE(log.has(kVaTag, 4, "PROPERTY_SCOPE is NULL")) << log.dump();
   EXPECT_EQ(log.count("Set property, client_secret"), 0);
+}
+
+// A handle with login id and client id but no client secret asks for an access token on a
+// `profile` device, from a stand-in agent that records what it receives.
+class TokensWithoutSecret : public AccountTest {
+ protected:
+  void ask(const char *profile) {
+    prepare_recorder(5, profile);
+    velmora_account_h h = app_control_handle(/*secret=*/false, /*scope=*/nullptr);
+    LogCapture log;
+    ASSERT_EQ(velmora_account_request_access_token(h, Completion::cb, &done_), 0);
+    ASSERT_TRUE(done_.wait());
+    EXPECT_EQ(done_.result, 0) << log.dump();
+    EXPECT_TRUE(log.has(kVaTag, 4, "PROPERTY_CLIENT_SESRET is NULL")) << log.dump();
+    EXPECT_EQ(recorded(),
+              std::vector<std::string>{std::string(REQUEST_OP_GETACCESSTOKEN) +
+                                       "\tlogin_id=" + kLogin + "\tclient_id=" + kClient});
+  }
+  Completion done_;
+};
+
+TEST_F(TokensWithoutSecret, APhoneSendsTheRequestWithoutAClientSecretExtra) { ask("mobile"); }
+
+TEST_F(TokensWithoutSecret, AWearableSendsTheRequestWithoutAClientSecretExtra) { ask("wearable"); }
+
+TEST_F(TokensWithoutSecret, ATvRefusesTheSameHandleAndSendsNothing) {
+  prepare_recorder(5, "tv");
+  velmora_account_h h = app_control_handle(/*secret=*/false, /*scope=*/nullptr);
+  LogCapture log;
+  EXPECT_EQ(velmora_account_request_access_token(h, Completion::cb, &done_),
+            VELMORA_ACCOUNT_ERROR_INVALID_PARAMETER);
+  EXPECT_TRUE(log.has(kVaTag, 4,
+                      "Invalid Property, client_secret is not set. [VA_ERROR_INVALID_PARAMETER]"))
+      << log.dump();
+  run_pending();
+  EXPECT_EQ(done_.calls, 0);
+  EXPECT_TRUE(recorded().empty());
 }
 
 TEST_F(TokensAppControl, ExpiredTokenIsSentAndReplaced) {
