@@ -5,10 +5,10 @@
 #include <glib.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 
 #include "cli/agent_cli.hh"
+#include "config.hh"
 #include "dlog.h"
 #include "file_watch.hh"
 #include "idle_checkpoint.hh"
@@ -26,11 +26,27 @@ gboolean on_quit_signal(gpointer loop) {
   return G_SOURCE_CONTINUE;
 }
 
+// `what` (a server of the application `app_id`) did not start, as every command fails: the
+// message goes to stderr and, under --json, into the one object on stdout. The usual causes: the
+// process does not run as the application (VELMORA_APP_ID), or another instance serves the root.
+int not_started(const std::string &what, const char *app_id, const std::string &error) {
+  const std::string id = app_id;
+  return vcli::fail(
+      vcli::kErrorFailed,
+      "serve failed: " + what + " did not start: " + error + "; it serves as " + id +
+          ", one instance in a platform root: let a request launch it, or " +
+          "serve by hand with VELMORA_APP_ID=" + id +
+          " once no other instance runs (velmora-platform ps; velmora-platform stop " + id + ")");
+}
+
 }  // namespace
 
 int run_serve(const Args &) {
   // Launched as the agent's UI application: the login views, not the agent's servers.
-  if (ui::running_as_ui()) return ui::serve();
+  if (ui::running_as_ui()) {
+    std::string error;
+    return ui::serve(&error) ? kExitOk : not_started("the UI application", kAgentUiAppId, error);
+  }
   const char *app_id = getenv("VELMORA_APP_ID");
   auto state = open_state();
   if (!state.ok()) {
@@ -56,8 +72,7 @@ int run_serve(const Args &) {
     if (!server.start(context, &error)) {
       dlog_print(DLOG_ERROR, kLogTag, "agent: server %s did not start: %s", server.name,
                  error.c_str());
-      fprintf(stderr, "velmora-agent: server %s did not start: %s\n", server.name, error.c_str());
-      status = kExitFailed;
+      status = not_started(std::string("server ") + server.name, kAgentAppId, error);
       break;
     }
     ++started;

@@ -6,7 +6,6 @@
 #include <glib.h>
 
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -75,17 +74,17 @@ bool running_as_ui() {
   return app_id != nullptr && strcmp(app_id, kAgentUiAppId) == 0;
 }
 
-int serve() {
+bool serve(std::string *error) {
   GMainLoop *loop = g_main_loop_new(nullptr, FALSE);
   const guint term = g_unix_signal_add(SIGTERM, on_quit_signal, loop);
   const guint intr = g_unix_signal_add(SIGINT, on_quit_signal, loop);
   signal(SIGPIPE, SIG_IGN);
-  int status = 0;
+  bool served = true;
   const int ret = velmora_host_app_control_serve(on_launch_request, nullptr);
   if (ret != APP_CONTROL_ERROR_NONE) {
     dlog_print(DLOG_ERROR, kLogTag, "ui: cannot serve launch requests (%d)", ret);
-    fprintf(stderr, "velmora-agent: the UI application cannot serve launch requests (%d)\n", ret);
-    status = 1;
+    *error = "cannot serve launch requests (" + std::to_string(ret) + ")";
+    served = false;
   } else {
     dlog_print(DLOG_INFO, kLogTag, "ui: serving as %s under %s", kAgentUiAppId,
                velmora_host_root());
@@ -99,7 +98,7 @@ int serve() {
   g_source_remove(intr);
   g_main_loop_unref(loop);
   dlog_print(DLOG_INFO, kLogTag, "ui: stopped");
-  return status;
+  return served;
 }
 
 }  // namespace vagent::ui

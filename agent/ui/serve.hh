@@ -7,11 +7,13 @@
 // (idle_exit.hh) once no view is open, or on SIGTERM / SIGINT.
 #pragma once
 
+#include <string>
+
 namespace vagent::ui {
 
 // True when this process runs as the UI application (VELMORA_APP_ID).
 bool running_as_ui();
-// Serves until the loop quits; the exit status of the process.
-int serve();
+// Serves until the loop quits. False, with *error saying why, when it cannot serve at all.
+bool serve(std::string *error);
 
 }  // namespace vagent::ui

@@ -215,40 +215,123 @@ TEST_F(AdminCli, ErrorsCommandListsTheTable) {
   EXPECT_NE(r.out.find("-1073741830"), std::string::npos);
 }
 
-TEST_F(AdminCli, ServingAgentQuitsCleanlyOnSigterm) {
-  const std::string exe = agent_path();
-  gchar *argv[] = {const_cast<gchar *>(exe.c_str()), nullptr};
-  gchar **envp = g_get_environ();
-  envp = g_environ_setenv(envp, "VELMORA_APP_ID", "dev.velmora.account", TRUE);
-  envp = g_environ_setenv(envp, "VELMORA_LOG_LEVEL", "info", TRUE);
-  GPid pid = 0;
-  gint err_fd = -1;
-  GError *error = nullptr;
-  ASSERT_TRUE(g_spawn_async_with_pipes(nullptr, argv, envp, G_SPAWN_DO_NOT_REAP_CHILD, nullptr,
-                                       nullptr, &pid, nullptr, nullptr, &err_fd, &error))
-      << (error ? error->message : "?");
-  g_strfreev(envp);
-  // Wait for the line the agent logs once it is ready to serve.
-  std::string seen;
-  bool ready = false;
-  while (!ready) {
-    struct pollfd p = {err_fd, POLLIN, 0};
-    if (poll(&p, 1, 30000) <= 0) break;  // a guard against hanging, not a timing assertion
-    char buf[512];
-    ssize_t n = read(err_fd, buf, sizeof buf);
-    if (n <= 0) break;
-    seen.append(buf, static_cast<size_t>(n));
-    ready = seen.find("agent: serving as dev.velmora.account") != std::string::npos;
+namespace {
+
+// `velmora-agent serve` as the platform launches it (VELMORA_APP_ID of the agent), in the test's
+// root, its stderr read until it says it serves (or ends). SIGTERM stops it.
+class ServingAgent {
+ public:
+  ServingAgent() {
+    const std::string exe = agent_path();
+    gchar *argv[] = {const_cast<gchar *>(exe.c_str()), nullptr};
+    gchar **envp = g_get_environ();
+    envp = g_environ_setenv(envp, "VELMORA_APP_ID", "dev.velmora.account", TRUE);
+    envp = g_environ_setenv(envp, "VELMORA_LOG_LEVEL", "info", TRUE);
+    GError *error = nullptr;
+    const bool spawned =
+        g_spawn_async_with_pipes(nullptr, argv, envp, G_SPAWN_DO_NOT_REAP_CHILD, nullptr, nullptr,
+                                 &pid_, nullptr, nullptr, &err_fd_, &error);
+    g_strfreev(envp);
+    if (!spawned) {
+      seen_ = error ? error->message : "?";
+      g_clear_error(&error);
+      pid_ = 0;
+      return;
+    }
+    // Wait for the line the agent logs once it is ready to serve.
+    while (!ready_) {
+      struct pollfd p = {err_fd_, POLLIN, 0};
+      if (poll(&p, 1, 30000) <= 0) break;  // a guard against hanging, not a timing assertion
+      char buf[512];
+      ssize_t n = read(err_fd_, buf, sizeof buf);
+      if (n <= 0) break;
+      seen_.append(buf, static_cast<size_t>(n));
+      ready_ = seen_.find("agent: serving as dev.velmora.account") != std::string::npos;
+    }
   }
-  EXPECT_TRUE(ready) << seen;
-  kill(pid, SIGTERM);
-  int status = 0;
-  ASSERT_EQ(waitpid(pid, &status, 0), pid);
-  close(err_fd);
-  g_spawn_close_pid(pid);
+  ~ServingAgent() { stop(); }
+  ServingAgent(const ServingAgent &) = delete;
+  ServingAgent &operator=(const ServingAgent &) = delete;
+
+  bool ready() const { return ready_; }
+  // What it wrote to stderr so far (or why it did not start).
+  const std::string &seen() const { return seen_; }
+  // Sends SIGTERM and reaps it: its wait status, or -1 when it was not running.
+  int stop() {
+    if (pid_ == 0) return -1;
+    kill(pid_, SIGTERM);
+    int status = 0;
+    if (waitpid(pid_, &status, 0) != pid_) status = -1;
+    close(err_fd_);
+    g_spawn_close_pid(pid_);
+    pid_ = 0;
+    return status;
+  }
+
+ private:
+  GPid pid_ = 0;
+  gint err_fd_ = -1;
+  bool ready_ = false;
+  std::string seen_;
+};
+
+// What `serve` says when a server cannot start, after "velmora-agent: " on stderr and as the JSON
+// object's message.
+std::string not_started(const std::string &server, const std::string &error) {
+  return "serve failed: server " + server + " did not start: " + error +
+         "; it serves as dev.velmora.account, one instance in a platform root: let a request "
+         "launch it, or serve by hand with VELMORA_APP_ID=dev.velmora.account once no other "
+         "instance runs (velmora-platform ps; velmora-platform stop dev.velmora.account)";
+}
+
+// Runs `serve` in text and in JSON: both fail with exit status 1 and say `message`, on stderr, and
+// under --json also as the one object on stdout.
+void expect_serve_fails(const std::string &message) {
+  CliRun text = run_agent({"serve"});
+  EXPECT_EQ(text.exit_code, 1);
+  EXPECT_EQ(text.out, "");
+  EXPECT_NE(text.err.find("velmora-agent: " + message + "\n"), std::string::npos) << text.err;
+
+  CliRun json = run_agent({"serve", "--json"});
+  EXPECT_EQ(json.exit_code, 1);
+  vtest::Json object(json.out);
+  ASSERT_TRUE(object.valid()) << json.out;
+  EXPECT_EQ(object.str("command"), "serve");
+  EXPECT_EQ(object.str("error"), "VELMORA_TOOL_ERROR_FAILED");
+  EXPECT_EQ(object.str("message"), message);
+  EXPECT_EQ(object.integer("exit_status"), 1);
+  EXPECT_NE(json.err.find("velmora-agent: " + message + "\n"), std::string::npos) << json.err;
+}
+
+}  // namespace
+
+TEST_F(AdminCli, ServingAgentQuitsCleanlyOnSigterm) {
+  ServingAgent agent;
+  EXPECT_TRUE(agent.ready()) << agent.seen();
+  const int status = agent.stop();
+  ASSERT_NE(status, -1);
   EXPECT_TRUE(WIFEXITED(status)) << "killed by signal " << WTERMSIG(status);
   EXPECT_EQ(WEXITSTATUS(status), 0);
   EXPECT_TRUE(g_file_test(root_.path_of("agent/state.db").c_str(), G_FILE_TEST_IS_REGULAR));
+}
+
+// Started by hand without an application id, the agent cannot listen on its port (only an
+// application may): it says so and what to do, and exits instead of serving.
+TEST_F(AdminCli, ServeWithoutTheApplicationIdFailsAndSaysWhatToDo) {
+  g_unsetenv("VELMORA_APP_ID");
+  expect_serve_fails(not_started("account-svc", "cannot listen on AccountSvc (-22)"));
+}
+
+// A second agent in a root that one serves already cannot take the port.
+TEST_F(AdminCli, ServeWhileAnotherAgentServesTheRootFails) {
+  ServingAgent first;
+  ASSERT_TRUE(first.ready()) << first.seen();
+  g_setenv("VELMORA_APP_ID", "dev.velmora.account", TRUE);
+  expect_serve_fails(not_started("account-svc", "cannot listen on AccountSvc (-5)"));
+  g_unsetenv("VELMORA_APP_ID");
+  // The first one still serves, and stops cleanly.
+  const int status = first.stop();
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST_F(AdminCli, ClockAdvanceAddsUpAndResetRemovesTheOffset) {
