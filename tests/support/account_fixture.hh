@@ -73,6 +73,16 @@ struct Completion {
   bool wait() {
     return run_until([this] { return calls > 0; });
   }
+  // Calls the asynchronous operation `op(args..., Completion::cb, this)`, which must accept the
+  // call, and waits for its answer: false (the test failed) when it refused or no answer came.
+  //   Completion done;
+  //   ASSERT_TRUE(done.run(velmora_account_sign_out, handle));
+  template <typename Op, typename... Args>
+  bool run(Op op, Args... args) {
+    const int accepted = op(args..., cb, this);
+    EXPECT_EQ(accepted, VELMORA_ACCOUNT_ERROR_NONE);
+    return accepted == VELMORA_ACCOUNT_ERROR_NONE && wait();
+  }
 
   // A string property of the response handle, or "<unset>".
   std::string str(int property) const {

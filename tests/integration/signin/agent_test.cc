@@ -27,28 +27,22 @@ TEST_F(SignInAgent, AnAuthorizationCodeOfTheTokenServiceSignsInOnce) {
   run_as(kOrdinaryApp);
   const std::string code = device_code();
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(code_handle(handle({}), code), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, code_handle(handle({}), code)));
   ASSERT_EQ(done.result, VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID), kLogin);
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_USER_ID), user_id_);
   EXPECT_TRUE(signed_in(kLogin));
   EXPECT_EQ(agent_test::store_summary("dev.velmora.account"), std::string(kLogin) + "*");
   Completion again;
-  ASSERT_EQ(velmora_account_sign_in(code_handle(handle({}), code), Completion::cb, &again),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(again.wait());
+  ASSERT_TRUE(again.run(velmora_account_sign_in, code_handle(handle({}), code)));
   EXPECT_EQ(again.result, static_cast<int>(0xC1000009u));  // AGENT_ERROR_CODE_ALREADY_USED
 }
 
 TEST_F(SignInAgent, ACodeForAnotherDeviceIsRefused) {
   prepare_agent();
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(code_handle(handle({}), device_code(), "other-device"),
-                                    Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(
+      done.run(velmora_account_sign_in, code_handle(handle({}), device_code(), "other-device")));
   EXPECT_EQ(done.result, kCodeDeviceMismatch);
   EXPECT_FALSE(signed_in(kLogin));
 }
@@ -56,14 +50,11 @@ TEST_F(SignInAgent, ACodeForAnotherDeviceIsRefused) {
 TEST_F(SignInAgent, SignOutForgetsTheAccountEverywhere) {
   prepare();  // the demo user, signed in, with a client
   Completion token;
-  ASSERT_EQ(velmora_account_request_access_token(app_control_handle(), Completion::cb, &token), 0);
-  ASSERT_TRUE(token.wait());
+  ASSERT_TRUE(token.run(velmora_account_request_access_token, app_control_handle()));
   ASSERT_EQ(token.result, 0);
   LogCapture log;
   Completion done;
-  ASSERT_EQ(velmora_account_sign_out(app_control_handle(), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_out, app_control_handle()));
   EXPECT_EQ(done.result, VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_EQ(done.str(VELMORA_ACCOUNT_PROPERTY_LOGIN_ID), "<unset>");
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "Unset LOGIN_ID")) << log.dump();
@@ -76,8 +67,7 @@ TEST_F(SignInAgent, SignOutForgetsTheAccountEverywhere) {
   });
   // A second sign-out finds nobody.
   Completion again;
-  ASSERT_EQ(velmora_account_sign_out(app_control_handle(), Completion::cb, &again), 0);
-  ASSERT_TRUE(again.wait());
+  ASSERT_TRUE(again.run(velmora_account_sign_out, app_control_handle()));
   EXPECT_EQ(again.result, kNeedSignIn);
 }
 
@@ -102,8 +92,7 @@ TEST_F(SignInAgent, APortModeHandleSignsOutOverAppControlButCannotSignIn) {
   EXPECT_TRUE(
       log.has(kVaTag, DLOG_INFO, "request_authentication to [NIDL] Mode [ERROR_NOT_SUPPORTED]"));
   run_as(nullptr);
-  ASSERT_EQ(velmora_account_sign_out(h, Completion::cb, &done), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_out, h));
   EXPECT_EQ(done.result, VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[sign_out_result_cb]"));
   EXPECT_FALSE(signed_in(kLogin));
@@ -134,9 +123,7 @@ TEST_F(SignInAgent, ALibraryCallerPosingAsTheUiApplicationIsRefusedByTheAgent) {
   prepare_agent();
   run_as(kUiApp);
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(credentials(), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, credentials()));
   EXPECT_EQ(done.result, kPermissionDenied);
   EXPECT_FALSE(signed_in(kLogin));
 }

@@ -29,9 +29,7 @@ TEST_F(TwoFactor, WithTheTokenEveryValueIsSentInOrder) {
   ASSERT_EQ(velmora_account_set_property_bool(
                 h, VELMORA_ACCOUNT_PROPERTY_BOOL_REGISTER_TRUSTED_DEVICE, true),
             0);
-  ASSERT_EQ(velmora_account_sign_in_with_2factor_authentication(h, false, Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in_with_2factor_authentication, h, false));
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "sign_in_with_2factor to [APP_CONTROL] Mode"))
       << log.dump();
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[sign_in_result_cb]"));
@@ -46,10 +44,8 @@ TEST_F(TwoFactor, SkippingTheTokenSendsNoTokenAndNoType) {
   prepare_recorder();
   run_as(kUiApp);
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in_with_2factor_authentication(with_number(false), true,
-                                                                Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(
+      done.run(velmora_account_sign_in_with_2factor_authentication, with_number(false), true));
   // The unset token adds no value (the platform takes no extra without one).
   EXPECT_EQ(recorded(),
             std::vector<std::string>{sent_prefix() +
@@ -135,10 +131,7 @@ TEST_F(TwoFactor, RequestingANumberSendsTheLoginIdOnly) {
   run_as(kUiApp);
   LogCapture log;
   Completion done;
-  ASSERT_EQ(
-      velmora_account_request_authentication_for_sign_in(credentials(), 0, Completion::cb, &done),
-      VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_request_authentication_for_sign_in, credentials(), 0));
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "request_authentication to [APP_CONTROL] Mode"))
       << log.dump();
   EXPECT_EQ(recorded(),

@@ -59,8 +59,7 @@ TEST_F(SignInForms, WithoutACallerIdSignInFallsBackToTheLoginView) {
             VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "[(null)] called sign_in() to show Login view"))
       << log.dump();
-  ASSERT_EQ(velmora_account_sign_in(handle({}), Completion::cb, &done), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, handle({})));
   EXPECT_EQ(recorded(), std::vector<std::string>{line(REQUEST_OP_SIGNIN_POPUP)});
 }
 
@@ -70,13 +69,11 @@ TEST_F(SignInForms, TheUiApplicationSendsLoginIdPasswordAndTheSecondFactorFlag) 
   LogCapture log;
   Completion first, second;
   velmora_account_h h = credentials();
-  ASSERT_EQ(velmora_account_sign_in(h, Completion::cb, &first), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(first.wait());
+  ASSERT_TRUE(first.run(velmora_account_sign_in, h));
   ASSERT_EQ(velmora_account_set_property_bool(
                 h, VELMORA_ACCOUNT_PROPERTY_BOOL_CHECK_2FACTOR_AUTHENTICATION, true),
             0);
-  ASSERT_EQ(velmora_account_sign_in(h, Completion::cb, &second), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(second.wait());
+  ASSERT_TRUE(second.run(velmora_account_sign_in, h));
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "UI [dev.velmora.account.ui] called sign_in() with ID/PW"))
       << log.dump();
   const std::string sent =
@@ -91,8 +88,7 @@ TEST_F(SignInForms, TheUiApplicationSendsWhateverIsSetWithoutChecking) {
   prepare_recorder();
   run_as(kUiApp);
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(handle({}), Completion::cb, &done), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, handle({})));
   EXPECT_EQ(recorded(),
             std::vector<std::string>{line(REQUEST_OP_SIGNIN, "\tcheck_2factor_authentication=N")});
 }
@@ -110,9 +106,7 @@ TEST_F(SignInForms, TheAuthorizationCodeFormWinsEvenForTheUiApplication) {
   run_as(kUiApp);
   LogCapture log;
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(with_authcode(credentials()), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, with_authcode(credentials())));
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "sign-in with authcode")) << log.dump();
   EXPECT_EQ(log.count("UI [dev.velmora.account.ui] called sign_in() with ID/PW"), 0);
   EXPECT_EQ(recorded(), std::vector<std::string>{
@@ -126,9 +120,7 @@ TEST_F(SignInForms, TheAuthorizationCodeFormWinsEvenForTheUiApplication) {
 TEST_F(SignInForms, AnAuthorizationCodeWithoutLoginIdNeedsLevelFour) {
   prepare_recorder(5);
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(with_authcode(handle({})), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, with_authcode(handle({}))));
   EXPECT_EQ(recorded(), std::vector<std::string>{line(
                             REQUEST_OP_SIGNINWITHAUTHCODE,
                             std::string("\tauthcode=the-code\tapi_server_url=https://api"
@@ -155,8 +147,7 @@ TEST_F(SignInForms, ThreeOfTheFourCodeValuesAreNotTheCodeForm) {
   velmora_account_h h = with_authcode(handle({}));
   ASSERT_EQ(velmora_account_unset_property_str(h, VELMORA_ACCOUNT_PROPERTY_DEVICE_UNIQUE_CODE), 0);
   Completion done;
-  ASSERT_EQ(velmora_account_sign_in(h, Completion::cb, &done), VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_in, h));
   EXPECT_EQ(recorded(), std::vector<std::string>{line(REQUEST_OP_SIGNIN_POPUP)});
 }
 

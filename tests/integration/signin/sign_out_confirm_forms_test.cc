@@ -13,9 +13,7 @@ TEST_F(SignOutForms, TheLoginIdIsSentAndTheResponseHasNone) {
   prepare_recorder();
   LogCapture log;
   Completion done;
-  ASSERT_EQ(velmora_account_sign_out(credentials(), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_sign_out, credentials()));
   EXPECT_EQ(done.result, VELMORA_ACCOUNT_ERROR_NONE);
   EXPECT_EQ(recorded(),
             std::vector<std::string>{std::string(REQUEST_OP_SIGNOUT) + "\tlogin_id=" + kLogin});
@@ -45,9 +43,7 @@ TEST_F(ConfirmUserForms, TheUiApplicationSendsLoginIdAndPassword) {
   run_as(kUiApp);
   LogCapture log;
   Completion done;
-  ASSERT_EQ(velmora_account_request_confirm_user(credentials(), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_request_confirm_user, credentials()));
   EXPECT_TRUE(
       log.has(kVaTag, DLOG_INFO, "UI [dev.velmora.account.ui] called confirm_user() with ID/PW"))
       << log.dump();
@@ -81,10 +77,8 @@ TEST_F(ConfirmUserForms, AnOrdinaryApplicationGetsTheLoginViewOrIsRefused) {
             VELMORA_ACCOUNT_ERROR_NOT_SUPPORTED);
   EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "RETV_IF_NOT_SUPPORTED, [ERROR_NOT_SUPPORTED]"))
       << log.dump();
-  ASSERT_EQ(velmora_account_request_confirm_user(
-                handle({{VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin}}), Completion::cb, &done),
-            VELMORA_ACCOUNT_ERROR_NONE);
-  ASSERT_TRUE(done.wait());
+  ASSERT_TRUE(done.run(velmora_account_request_confirm_user,
+                       handle({{VELMORA_ACCOUNT_PROPERTY_LOGIN_ID, kLogin}})));
   EXPECT_EQ(log.count("[dev.example.notes] called confirm_user() to show Login view"), 2);
   EXPECT_EQ(recorded(), std::vector<std::string>{std::string(REQUEST_OP_CONFIRMUSER_POPUP)});
 }

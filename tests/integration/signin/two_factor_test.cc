@@ -72,8 +72,7 @@ TEST_F(TwoFactorView, ATrustedDeviceSkipsTheNumberNextTime) {
   ASSERT_TRUE(page.has("You are signed in")) << page.body;
   ASSERT_TRUE(first.wait());
   Completion out;
-  ASSERT_EQ(velmora_account_sign_out(credentials(), Completion::cb, &out), 0);
-  ASSERT_TRUE(out.wait());
+  ASSERT_TRUE(out.run(velmora_account_sign_out, credentials()));
   ASSERT_EQ(out.result, 0);
 
   Completion second;
@@ -90,8 +89,7 @@ TEST_F(TwoFactorView, WithoutTrustTheNextSignInAsksAgain) {
   ASSERT_TRUE(view_.submit({{"action", "verify"}, {"number", last_number()}}).has("signed in"));
   ASSERT_TRUE(first.wait());
   Completion out;
-  ASSERT_EQ(velmora_account_sign_out(credentials(), Completion::cb, &out), 0);
-  ASSERT_TRUE(out.wait());
+  ASSERT_TRUE(out.run(velmora_account_sign_out, credentials()));
   Completion second;
   EXPECT_TRUE(password_step(&second).has("Enter your sign-in number"));
   EXPECT_EQ(outbox().size(), 2u);
