@@ -6,6 +6,7 @@
 // Its mode lines say "ProfileUnsubscribe", as they always have: the service's tools look for
 // these words.
 #include "account_svc_proxy.h"
+#include "op_extras.hh"
 #include "place_record.h"
 #include "request_operation.h"
 #include "va_constants.h"
@@ -19,11 +20,7 @@ namespace {
 
 // The login id is required; over the port the client id goes along when it is set.
 constexpr va_extra_s kPlaceExtras[] = {
-    {.key = "login_id",
-     .field = rpc_port_AccountS_set_LoginId,
-     .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
-     .need = VA_EXTRA_REQUIRED},
+    va::kLoginIdExtra,
     {.key = NULL,
      .field = rpc_port_AccountS_set_ClientId,
      .source = VA_SOURCE_STR,

@@ -11,6 +11,7 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "op_extras.hh"
 #include "request_operation.h"
 #include "request_reply.h"
 #include "va_base.h"
@@ -32,13 +33,7 @@ constexpr va_extra_s kIsSignedInExtras[] = {
      .set_log = "Is SignedIn requested"},
 };
 
-constexpr va_extra_s kSetDefaultExtras[] = {
-    {.key = "login_id",
-     .field = rpc_port_AccountS_set_LoginId,
-     .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
-     .need = VA_EXTRA_REQUIRED},
-};
+constexpr va_extra_s kSetDefaultExtras[] = {va::kLoginIdExtra};
 
 constexpr va_extra_s kAccountFromGuidExtras[] = {
     {.key = "user_id",

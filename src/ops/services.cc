@@ -11,6 +11,7 @@
 
 #include "account_record.h"
 #include "account_svc_proxy.h"
+#include "op_extras.hh"
 #include "request_operation.h"
 #include "request_reply.h"
 #include "va_base.h"
@@ -32,19 +33,13 @@ constexpr int kTncCustomizedAd = 8;  // customized-service advertisement
 constexpr const char *kLoginIdMissing =
     "Invalid Property, login_id is not set. [VA_ERROR_INVALID_PARAMETER]";
 
-constexpr va_extra_s kLoginId = {.key = "login_id",
-                                 .field = rpc_port_AccountS_set_LoginId,
-                                 .source = VA_SOURCE_STR,
-                                 .property = VELMORA_ACCOUNT_PROPERTY_LOGIN_ID,
-                                 .need = VA_EXTRA_REQUIRED};
-
-constexpr va_extra_s kMccExtras[] = {kLoginId};
+constexpr va_extra_s kMccExtras[] = {va::kLoginIdExtra};
 
 // The two optional consents travel as arguments of the call ("Y" / "N" from the bitmask); the
 // mandatory two are "Y" by the time a request is sent. Over the port the whole bitmask goes in
 // TncStatus (invoke_tnc_update).
 constexpr va_extra_s kTncExtras[] = {
-    kLoginId,
+    va::kLoginIdExtra,
     {.key = "mcc",
      .field = rpc_port_AccountS_set_Mcc,
      .source = VA_SOURCE_STR,
@@ -57,12 +52,8 @@ constexpr va_extra_s kTncExtras[] = {
 };
 
 constexpr va_extra_s kLinkingExtras[] = {
-    kLoginId,
-    {.key = "client_id",
-     .field = rpc_port_AccountS_set_ClientId,
-     .source = VA_SOURCE_STR,
-     .property = VELMORA_ACCOUNT_PROPERTY_CLIENT_ID,
-     .need = VA_EXTRA_REQUIRED},
+    va::kLoginIdExtra,
+    va::kClientIdExtra,
     {.key = "partner_client_id",
      .field = rpc_port_AccountS_set_Password,
      .source = VA_SOURCE_STR,
