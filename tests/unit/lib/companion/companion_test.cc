@@ -283,15 +283,19 @@ TEST(CompanionGate, BelowLevelFiveEveryAccessorIsALowerVersion) {
   va_companion_free(c);
 }
 
-TEST_F(Companion, ANegativeTimeOutSendsNoTimeOut) {
-  ASSERT_EQ(
-      velmora_account_set_property_int(handle(), VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT, -5), 0);
-  vtest::LogCapture log;
-  Reply r;
-  ASSERT_EQ(velmora_account_companion_sign_in(handle(), Reply::cb, &r), 0);
-  ASSERT_TRUE(vtest::apps::run_until([&] { return r.calls > 0; }));
-  EXPECT_EQ(r.result, 0);
-  EXPECT_EQ(log.count("Key[api_timeout]"), 0) << log.dump();
+TEST_F(Companion, AZeroOrNegativeTimeOutSendsNoTimeOut) {
+  for (int timeout : {0, -5}) {
+    ASSERT_EQ(velmora_account_set_property_int(handle(), VELMORA_ACCOUNT_PROPERTY_INT_API_TIMEOUT,
+                                               timeout),
+              0);
+    vtest::LogCapture log;
+    Reply r;
+    ASSERT_EQ(velmora_account_companion_sign_in(handle(), Reply::cb, &r), 0);
+    ASSERT_TRUE(vtest::apps::run_until([&] { return r.calls > 0; }));
+    EXPECT_EQ(r.result, 0) << timeout;
+    EXPECT_TRUE(log.has(kVaTag, DLOG_INFO, "Get mobile_account_exist [Wearable]")) << log.dump();
+    EXPECT_EQ(log.count("Key[api_timeout]"), 0) << timeout << "\n" << log.dump();
+  }
 }
 
 // ---- the reply callback with the companion parser ----
