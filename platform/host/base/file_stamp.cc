@@ -13,15 +13,10 @@ namespace {
 
 int64_t ns_of(const struct timespec &t) { return (int64_t)t.tv_sec * 1000000000 + t.tv_nsec; }
 
-}  // namespace
-
-Stamp stamp_of(const std::string &path) {
+// The stamp of `st`, taken at `taken_ns`.
+Stamp stamp_at(const struct stat &st, int64_t taken_ns) {
   Stamp s;
-  struct timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
-  s.taken_ns = ns_of(now);
-  struct stat st;
-  if (stat(path.c_str(), &st) != 0) return s;
+  s.taken_ns = taken_ns;
   s.exists = true;
   s.dev = st.st_dev;
   s.ino = st.st_ino;
@@ -30,6 +25,28 @@ Stamp stamp_of(const std::string &path) {
   s.ctime_ns = ns_of(st.st_ctim);
   return s;
 }
+
+int64_t now_ns() {
+  struct timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  return ns_of(now);
+}
+
+}  // namespace
+
+Stamp stamp_of(const std::string &path) {
+  const int64_t taken = now_ns();
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0) {
+    Stamp s;
+    s.taken_ns = taken;
+    return s;
+  }
+  return stamp_at(st, taken);
+}
+
+// The clock is read just after the stat() here: microseconds later, well inside kRacyNs.
+Stamp stamp_of(const struct stat &st) { return stamp_at(st, now_ns()); }
 
 bool stamp_unchanged(const Stamp &then, const Stamp &now) {
   if (then.exists != now.exists) return false;

@@ -110,11 +110,9 @@ Seen check_ancestor(const std::string &path, const std::string &root, std::strin
 }
 
 // The root itself, or a directory of the platform below it: ours, and writable by nobody else.
-Seen check_own(const std::string &path, const char *role, const char *advice, struct stat *st,
-               std::string *error) {
-  Seen seen = look(path, role, st, error);
-  if (seen == Seen::kBad) *error += std::string(": ") + advice;
-  if (seen != Seen::kOk) return seen;
+// What the owner check says of a directory found (*st).
+Seen owned(const std::string &path, const char *role, const char *advice, const struct stat *st,
+           std::string *error) {
   if (st->st_uid != geteuid()) {
     *error = std::string(role) + " " + path + " belongs to uid " + std::to_string(st->st_uid) +
              ", not to you (uid " + std::to_string(geteuid()) + "): " + advice;
@@ -126,6 +124,14 @@ Seen check_own(const std::string &path, const char *role, const char *advice, st
     return Seen::kBad;
   }
   return Seen::kOk;
+}
+
+Seen check_own(const std::string &path, const char *role, const char *advice, struct stat *st,
+               std::string *error) {
+  Seen seen = look(path, role, st, error);
+  if (seen == Seen::kBad) *error += std::string(": ") + advice;
+  if (seen != Seen::kOk) return seen;
+  return owned(path, role, advice, st, error);
 }
 
 // The last root that passed the full check, as lstat() saw it.
@@ -244,23 +250,33 @@ bool root_prepare(std::string *error) {
   return state == RootState::kReady;
 }
 
-RootState dir_check(const std::string &path, std::string *error) {
+RootState dir_check(const std::string &path, std::string *error, struct stat *seen) {
   std::vector<std::string> rest;
   if (!below_root(path, &rest, error)) return RootState::kRefused;
   RootState state = root_check(error);
   if (state != RootState::kReady) return state;
   std::string at = root_dir();
+  struct stat st = {};
+  if (rest.empty() && seen && lstat(at.c_str(), &st) != 0) return RootState::kMissing;
   for (const std::string &part : rest) {
     at += "/" + part;
-    struct stat st;
-    if (lstat(at.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) {
+    // One lstat() a directory: below the root a link is refused, so it says all there is.
+    if (lstat(at.c_str(), &st) != 0) {
+      if (errno == ENOENT) return RootState::kMissing;
+      *error = "cannot inspect directory " + at + ": " + strerror(errno) + ": " + kDirAdvice;
+      return RootState::kRefused;
+    }
+    if (S_ISLNK(st.st_mode)) {
       *error = "directory " + at + " in the platform root is a symbolic link: " + kDirAdvice;
       return RootState::kRefused;
     }
-    Seen seen = check_own(at, "directory", kDirAdvice, &st, error);
-    if (seen == Seen::kMissing) return RootState::kMissing;
-    if (seen == Seen::kBad) return RootState::kRefused;
+    if (!S_ISDIR(st.st_mode)) {
+      *error = "directory " + at + " is not a directory: " + kDirAdvice;
+      return RootState::kRefused;
+    }
+    if (owned(at, "directory", kDirAdvice, &st, error) != Seen::kOk) return RootState::kRefused;
   }
+  if (seen) *seen = st;
   return RootState::kReady;
 }
 

@@ -13,6 +13,7 @@
 // the directory's stamp as well; a directory's stamp therefore covers the files written into it.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -34,6 +35,8 @@ struct Stamp {
 
 // The stamp of `path` now (following symbolic links).
 Stamp stamp_of(const std::string &path);
+// The stamp of what a stat() (or, for anything but a link, an lstat()) just said.
+Stamp stamp_of(const struct stat &st);
 // True when `now` shows the same, unchanged path as `then`, and `then` can be trusted.
 bool stamp_unchanged(const Stamp &then, const Stamp &now);
 

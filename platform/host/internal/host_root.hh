@@ -15,6 +15,7 @@
 // Directories the platform creates are 0700, files holding state 0600, whatever the umask.
 #pragma once
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <string>
@@ -57,7 +58,9 @@ RootState root_check(std::string *error);
 // is what keeps others out), then checks it. False with *error.
 bool root_prepare(std::string *error);
 // Checks a directory below the root (the root is checked too): kMissing when it does not exist.
-RootState dir_check(const std::string &path, std::string *error);
+// Each directory below the root costs one lstat(); *seen (when given) gets what it said of `path`
+// itself, when it is kReady.
+RootState dir_check(const std::string &path, std::string *error, struct stat *seen = nullptr);
 // Creates `path`, a directory below the root, with the directories on the way (0700, the root
 // included), checking each one that exists. False with *error.
 bool private_dir(const std::string &path, std::string *error);

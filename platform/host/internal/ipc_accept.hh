@@ -110,10 +110,19 @@ class Acceptor : public std::enable_shared_from_this<Acceptor> {
   void start(int listen_fd);
   // Takes back a stream whose request was answered, to wait for the sender's next hello as a
   // newly accepted one would (the hello deadline, the same caps); it keeps its peer slot.
-  void adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot);
+  // `watch` is the stream's parked watch (take_over()), if the owner still has it: it watches
+  // the stream again, so that taking the stream back adds nothing to the context's poll set.
+  void adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot, GSource *watch = nullptr);
   // Forgets `p` (it is freed): its stream is closed unless `keep_fd` (the owner took it, and
   // moved p->slot out if the stream should keep counting for its peer).
   void release(Pending *p, bool keep_fd);
+  // Forgets `p` as release(p, true) does, and hands its input watch to the owner, parked: it
+  // calls nobody, and destroys itself when anything arrives on the stream (or the stream ends)
+  // before the owner gives it back through adopt(). The owner destroys it (drop_source()) before
+  // it closes the stream, or frees it when the stream moves on without it. Destroying a watch and
+  // attaching a new one each wake the context (an eventfd write each, and one more poll): a
+  // stream that goes back and forth between the acceptor and its owner keeps one watch instead.
+  GSource *take_over(Pending *p);
   // Sets a new deadline for `p`, `ms` from now.
   void set_deadline(Pending *p, int ms);
   const std::vector<Pending *> &pending() const { return pending_; }
@@ -122,14 +131,16 @@ class Acceptor : public std::enable_shared_from_this<Acceptor> {
  private:
   static gboolean on_accept(gint fd, GIOCondition cond, gpointer data);
   static gboolean on_readable(gint fd, GIOCondition cond, gpointer data);
+  static gboolean on_parked(gint fd, GIOCondition cond, gpointer data);
   static gboolean on_expired(gpointer data);
   static gboolean on_resume(gpointer data);
   void watch_listener();
   void pause(int err);
   bool admit(pid_t pid);
   size_t pending_of(pid_t pid) const;
-  // A pending stream on `fd`, watched, with the hello deadline.
-  Pending *pend(int fd, pid_t pid, uid_t uid, PeerSlot slot);
+  // A pending stream on `fd`, watched (by `watch`, when it is given and still attached), with the
+  // hello deadline.
+  Pending *pend(int fd, pid_t pid, uid_t uid, PeerSlot slot, GSource *watch = nullptr);
 
   GMainContext *ctx_;
   std::string name_;
@@ -144,6 +155,7 @@ class Acceptor : public std::enable_shared_from_this<Acceptor> {
   std::vector<Pending *> pending_;
   Pending *dispatching_ = nullptr;  // the stream whose frames the owner is looking at
   bool released_dispatching_ = false;
+  bool took_over_dispatching_ = false;  // ... and its watch went on with it (take_over())
 };
 
 // Writes a small frame (an answer) without waiting: true when the socket took all of it, as a

@@ -28,6 +28,11 @@ struct ReplyChannel {
   pid_t pid = 0;                // the sender, for the stream's next request
   uid_t uid = 0;
   unsigned serving = 0;  // which serving took the request (0: none)
+  // The stream's input watch, parked while the request is served (Acceptor::take_over): it goes
+  // back to the acceptor with the stream after a reply, and is destroyed before the stream closes.
+  GSource *watch = nullptr;
+  // Closes the stream (after its watch), if it is still open.
+  void close_stream();
   ~ReplyChannel();
 };
 

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "ipc_accept.hh"
 #include "ipc_log.hh"
@@ -96,12 +97,12 @@ void Acceptor::start(int listen_fd) {
   watch_listener();
 }
 
-void Acceptor::adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
-  Pending *p = pend(fd, pid, uid, std::move(slot));
+void Acceptor::adopt(int fd, pid_t pid, uid_t uid, PeerSlot slot, GSource *watch) {
+  Pending *p = pend(fd, pid, uid, std::move(slot), watch);
   p->kept = true;
 }
 
-Pending *Acceptor::pend(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
+Pending *Acceptor::pend(int fd, pid_t pid, uid_t uid, PeerSlot slot, GSource *watch) {
   auto *p = new Pending;
   p->acceptor_ = this;
   p->fd = fd;
@@ -109,9 +110,16 @@ Pending *Acceptor::pend(int fd, pid_t pid, uid_t uid, PeerSlot slot) {
   p->uid = uid;
   p->slot = std::move(slot);
   pending_.push_back(p);
-  p->watch_ = fd_watch(fd, on_readable, p, ctx_);
-  // The owner releases the stream (and this watch) before it hands a request to other code.
-  dispatch_unblocked(p->watch_);
+  if (watch && !g_source_is_destroyed(watch)) {
+    p->watch_ = watch;
+    set_watch_callback(watch, on_readable, p);
+  } else {
+    if (watch) g_source_unref(watch);  // it destroyed itself while parked
+    p->watch_ = fd_watch(fd, on_readable, p, ctx_);
+    // The owner releases the stream (or parks this watch) before it hands a request to other
+    // code.
+    dispatch_unblocked(p->watch_);
+  }
   set_deadline(p, hello_timeout_ms());
   return p;
 }
@@ -129,6 +137,21 @@ void Acceptor::release(Pending *p, bool keep_fd) {
   if (!keep_fd && p->fd >= 0) close(p->fd);
   if (p == dispatching_) released_dispatching_ = true;
   delete p;
+}
+
+GSource *Acceptor::take_over(Pending *p) {
+  GSource *watch = std::exchange(p->watch_, nullptr);
+  if (watch) set_watch_callback(watch, on_parked, nullptr);
+  if (p == dispatching_ && watch) took_over_dispatching_ = true;
+  release(p, true);
+  return watch;
+}
+
+gboolean Acceptor::on_parked(gint, GIOCondition, gpointer) {
+  // Input or an end while the owner has the stream: what arrived stays unread, for the next
+  // pending stream to read when the owner gives the stream back. The owner's reference keeps the
+  // watch, destroyed, until then.
+  return G_SOURCE_REMOVE;
 }
 
 void Acceptor::set_deadline(Pending *p, int ms) {
@@ -224,12 +247,20 @@ gboolean Acceptor::on_readable(gint, GIOCondition, gpointer data) {
     return G_SOURCE_REMOVE;
   }
   if (!p->frames.empty() && a->owner_) {
-    a->dispatching_ = p;
-    a->released_dispatching_ = false;
+    // The owner may hand a request to code that runs the main loop, and so this from within:
+    // each dispatch keeps its own account of what became of its stream.
+    Pending *const outer = std::exchange(a->dispatching_, p);
+    const bool outer_released = std::exchange(a->released_dispatching_, false);
+    const bool outer_took_over = std::exchange(a->took_over_dispatching_, false);
     a->owner_->on_pending_frames(p);
     const bool gone = a->released_dispatching_;
-    a->dispatching_ = nullptr;
-    if (gone) return G_SOURCE_REMOVE;  // its watch went with it
+    const bool watch_lives = a->took_over_dispatching_;
+    a->dispatching_ = outer;
+    a->released_dispatching_ = outer_released;
+    a->took_over_dispatching_ = outer_took_over;
+    // Its watch went with it, unless the owner took it over (parked, or watching the stream
+    // again for its next request).
+    if (gone) return watch_lives ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
   }
   if (status != IoStatus::kOk) {
     a->release(p, false);

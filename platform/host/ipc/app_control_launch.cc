@@ -326,7 +326,13 @@ void hand_over(Sender *s, int fd, GSource *watch = nullptr) {
   s->out = std::make_unique<Outbox>(s->ctx, fd, s->wire.size());
   s->out->on_failed = [s](IoStatus) { try_again(s); };  // it never took the whole request
   if (s->out->push_raw(s->wire) != IoStatus::kOk) return try_again(s);
-  if (!s->watch) s->watch = fd_watch(fd, on_readable, s, s->ctx);
+  if (!s->watch) {
+    s->watch = fd_watch(fd, on_readable, s, s->ctx);
+    // The reply callback runs from this watch, and may run the main loop. The watch never meets
+    // its own sender again there: the stream is closed (and the watch gone) before the callback,
+    // or the watch went to a kept stream, whose handlers stand on their own.
+    dispatch_unblocked(s->watch);
+  }
   s->answer_timer = g_timeout_source_new((guint)velmora_host_rpc_timeout_ms());
   g_source_set_callback(s->answer_timer, on_answer_expired, s, nullptr);
   g_source_attach(s->answer_timer, s->ctx);

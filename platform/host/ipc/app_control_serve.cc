@@ -25,6 +25,7 @@
 #include <atomic>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "app_control.h"
 #include "host_root.hh"
@@ -35,6 +36,7 @@
 #include "ipc_outbox.hh"
 #include "ipc_socket.hh"
 #include "ipc_timeouts.hh"
+#include "ipc_watch.hh"
 #include "ipc_wire.hh"
 #include "registry.hh"
 #include "velmora_host.h"
@@ -70,7 +72,8 @@ bool keep_stream(int fd, ReplyChannel *channel) {
   Serving *s = g_serving;
   if (!s || s->id != channel->serving || g_refusing.load() || !g_main_context_is_owner(s->ctx))
     return false;
-  s->acceptor->adopt(fd, channel->pid, channel->uid, std::move(channel->slot));
+  s->acceptor->adopt(fd, channel->pid, channel->uid, std::move(channel->slot),
+                     std::exchange(channel->watch, nullptr));
   return true;
 }
 
@@ -136,7 +139,7 @@ void Serving::deliver(Pending *p) {
   channel->pid = p->pid;
   channel->uid = p->uid;
   channel->serving = id;
-  a->release(p, true);
+  channel->watch = a->take_over(p);
   request->received = true;
   request->channel = channel;
   // The request is lent to the callback; a clone it keeps shares the reply channel. The callback
@@ -144,10 +147,7 @@ void Serving::deliver(Pending *p) {
   callback(request.get(), user_data);
   if (!channel->replied && !channel->answered && channel->fd >= 0) {
     channel->answered = true;
-    if (!send_small(channel->fd, encode_answer(0))) {
-      close(channel->fd);
-      channel->fd = -1;
-    }
+    if (!send_small(channel->fd, encode_answer(0))) channel->close_stream();
   }
 }
 
@@ -191,8 +191,14 @@ class Flusher {
 
 namespace vhost::ipc {
 
-ReplyChannel::~ReplyChannel() {
+void ReplyChannel::close_stream() {
+  drop_source(&watch);
   if (fd >= 0) close(fd);
+  fd = -1;
+}
+
+ReplyChannel::~ReplyChannel() {
+  close_stream();
   if (ctx) g_main_context_unref(ctx);
 }
 
@@ -260,32 +266,37 @@ int app_control_reply_to_launch_request(app_control_h reply, app_control_h reque
   // One reply per request. The stream goes on to the sender's next request only when the reply
   // went out whole at once; otherwise it ends with it, whatever happens (the sender then sees the
   // reply, or the end of the stream and a failed request).
-  const int fd = channel->fd;
-  channel->fd = -1;
   Bytes wire;
   try {
     Bytes body;
     put_u32(&body, (uint32_t)(int32_t)result);
     encode_control(*reply, &body);
     if (body.size() > kMaxFrame) {
-      close(fd);
+      channel->close_stream();
       return APP_CONTROL_ERROR_INVALID_PARAMETER;
     }
     if (!channel->answered) append_frame(&wire, encode_answer(0));
     append_frame(&wire, body);
   } catch (const std::bad_alloc &) {
-    close(fd);
+    channel->close_stream();
     return APP_CONTROL_ERROR_OUT_OF_MEMORY;
   }
   channel->answered = true;
+  const int fd = channel->fd;
   auto out = std::unique_ptr<Outbox>(new (std::nothrow) Outbox(channel->ctx, fd, wire.size()));
   IoStatus status = out ? out->push_raw(wire) : IoStatus::kError;
   if (status == IoStatus::kOk && out->waiting() > 0) {
+    // The stream ends with this reply: the flusher writes the rest and closes it.
+    drop_source(&channel->watch);
+    channel->fd = -1;
     Flusher::start(fd, std::move(channel->slot), channel->ctx, std::move(out));
     return APP_CONTROL_ERROR_NONE;
   }
   out.reset();
-  if (status != IoStatus::kOk || !keep_stream(fd, channel)) close(fd);
+  if (status == IoStatus::kOk && keep_stream(fd, channel))
+    channel->fd = -1;  // the acceptor has it, with its watch
+  else
+    channel->close_stream();
   return status == IoStatus::kOk ? APP_CONTROL_ERROR_NONE : APP_CONTROL_ERROR_IO_ERROR;
 }
 

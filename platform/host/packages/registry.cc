@@ -176,26 +176,16 @@ std::shared_ptr<const Snapshot> read_snapshot(const std::string &dir) {
   return snap;
 }
 
-// The registry of the current root: the last snapshot while the directory and `package_id`'s file
-// (when given) are unchanged, else a new one. nullptr (and *refused) for a root that cannot be
-// trusted.
-std::shared_ptr<const Snapshot> snapshot_of_checked_root(const std::string &package_id);
-
-std::shared_ptr<const Snapshot> snapshot(const std::string &package_id, std::string *refused) {
-  if (!registry_usable(refused)) return nullptr;
-  return snapshot_of_checked_root(package_id);
-}
-
-// As snapshot(), for a caller that has just found the root usable.
-std::shared_ptr<const Snapshot> snapshot_of_checked_root(const std::string &package_id) {
+// The registry as of `dir_now`, the stamp of its directory just taken: the last snapshot while the
+// directory and `package_id`'s file (when given) are unchanged, else a new one.
+std::shared_ptr<const Snapshot> snapshot_at(const std::string &package_id, const Stamp &dir_now) {
   const std::string dir = packages_dir();
-  const Stamp now = stamp_of(dir);
   std::shared_ptr<const Snapshot> snap;
   {
     std::lock_guard<std::mutex> lock(g_snapshot_mutex);
     snap = g_snapshot;
   }
-  bool fresh = snap && snap->dir == dir && stamp_unchanged(snap->stamp, now);
+  bool fresh = snap && snap->dir == dir && stamp_unchanged(snap->stamp, dir_now);
   if (fresh && !package_id.empty()) {
     auto it = snap->files.find(package_id);
     if (it != snap->files.end())
@@ -206,6 +196,21 @@ std::shared_ptr<const Snapshot> snapshot_of_checked_root(const std::string &pack
   std::lock_guard<std::mutex> lock(g_snapshot_mutex);
   g_snapshot = snap;
   return snap;
+}
+
+// The registry of the current root (see snapshot_at), with the stamp of its directory in
+// *dir_now (when given). The check of the root looks at the directory anyway (an lstat(), and it
+// is no link), so that look gives the stamp too. nullptr (and *refused) for a root that cannot be
+// trusted.
+std::shared_ptr<const Snapshot> snapshot(const std::string &package_id, std::string *refused,
+                                         Stamp *dir_now = nullptr) {
+  struct stat seen;
+  const RootState state = dir_check(packages_dir(), refused, &seen);
+  if (state == RootState::kRefused) return nullptr;
+  Stamp now;  // a directory not made yet: nothing installed
+  if (state == RootState::kReady) now = stamp_of(seen);
+  if (dir_now) *dir_now = now;
+  return snapshot_at(package_id, now);
 }
 
 // A write through the platform: the next look reads the registry again.
@@ -271,7 +276,8 @@ std::vector<PackageRecord> registry_list_packages(std::vector<std::string> *erro
 
 bool registry_find_app(const std::string &app_id, AppRecord *out, std::string *refused) {
   std::string refusal;
-  std::shared_ptr<const Snapshot> snap = snapshot("", &refusal);
+  Stamp dir_now;
+  std::shared_ptr<const Snapshot> snap = snapshot("", &refusal, &dir_now);
   if (!snap) {
     if (refused)
       *refused = refusal;
@@ -281,8 +287,9 @@ bool registry_find_app(const std::string &app_id, AppRecord *out, std::string *r
   }
   auto it = snap->apps.find(app_id);
   if (it == snap->apps.end()) return false;
-  // The file of the package that holds the app may have been changed in place.
-  snap = snapshot_of_checked_root(it->second->package_id);
+  // The file of the package that holds the app may have been changed in place (the directory
+  // was looked at just now).
+  snap = snapshot_at(it->second->package_id, dir_now);
   if (!snap || (it = snap->apps.find(app_id)) == snap->apps.end()) return false;
   if (out) *out = *it->second;
   return true;

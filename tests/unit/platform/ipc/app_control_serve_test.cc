@@ -12,6 +12,7 @@
 #include <filesystem>
 
 #include "app_control_fixture.hh"
+#include "context_wake_ups.hh"
 #include "log_capture.hh"
 #include "raw_wire.hh"
 #include "serve_wire.hh"
@@ -135,12 +136,88 @@ TEST_F(AppControlServe, ReplyAfterTheSenderWentAwayFails) {
   kill(pid, SIGKILL);
   int status = -1;
   ASSERT_TRUE(run_until([&] { return status >= 0 || (status = exit_status(pid)) >= 0; }));
+  // The stream's end was seen once while the request was held; nothing keeps the loop busy.
+  vtest::run_pending();
+  EXPECT_FALSE(g_main_context_pending(nullptr));
   app_control_h reply = nullptr;
   app_control_create(&reply);
   EXPECT_EQ(
       app_control_reply_to_launch_request(reply, served.kept[0], APP_CONTROL_RESULT_SUCCEEDED),
       APP_CONTROL_ERROR_IO_ERROR);
   app_control_destroy(reply);
+}
+
+// A sender that sends its next request before the reply to the one before: the next one waits,
+// unread and without keeping the loop busy, and is served after that reply, on the same stream.
+TEST_F(AppControlServe, ARequestSentBeforeTheReplyToTheOneBeforeIsServedAfterIt) {
+  namespace raw = vtest::raw;
+  served.keep = true;
+  ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
+  const int fd = raw::connect_to(root.path_of(std::string("run/") + kSelf + "/appcontrol.sock"));
+  ASSERT_GE(fd, 0);
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "test.early", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, vtest::raw_callee::control(kSelf, "op", {{"n", "1"}})));
+  ASSERT_TRUE(run_until([&] { return served.kept.size() == 1; }));
+  ASSERT_TRUE(raw::write_frame(fd, raw::hello(2, "test.early", "", "")));
+  ASSERT_TRUE(raw::write_frame(fd, vtest::raw_callee::control(kSelf, "op", {{"n", "2"}})));
+  run_until([] { return false; }, 100);  // a moment for it to arrive
+  vtest::run_pending();
+  EXPECT_FALSE(g_main_context_pending(nullptr));
+  EXPECT_EQ(served.requests.size(), 1u);
+  // The reply, from the main loop (a stream goes on to a next request only from there).
+  int replied = -1;
+  struct Later {
+    app_control_h request;
+    int *replied;
+  } later{served.kept[0], &replied};
+  g_idle_add(
+      [](gpointer data) -> gboolean {
+        auto *l = static_cast<Later *>(data);
+        app_control_h reply = nullptr;
+        app_control_create(&reply);
+        *l->replied =
+            app_control_reply_to_launch_request(reply, l->request, APP_CONTROL_RESULT_SUCCEEDED);
+        app_control_destroy(reply);
+        return G_SOURCE_REMOVE;
+      },
+      &later);
+  ASSERT_TRUE(run_until([&] { return served.kept.size() == 2; }));
+  EXPECT_EQ(replied, APP_CONTROL_ERROR_NONE);
+  EXPECT_EQ(served.requests[1], (Extras{{"n", "2"}}));
+  raw::Bytes frame;
+  ASSERT_TRUE(raw::read_frame(fd, &frame));
+  EXPECT_EQ(frame, raw::answer(0));  // the first request's, when its callback returned
+  ASSERT_TRUE(raw::read_frame(fd, &frame));
+  EXPECT_EQ(raw::get_u32(frame, 0), (uint32_t)APP_CONTROL_RESULT_SUCCEEDED);
+  ASSERT_TRUE(raw::read_frame(fd, &frame));
+  EXPECT_EQ(frame, raw::answer(0));  // the second request's
+  close(fd);
+}
+
+// After the first request, which connects, a request and its reply are I/O on the kept stream
+// only: neither the sending nor the serving side changes what its main context polls, so neither
+// wakes it (here both sides share one context, the test's).
+TEST_F(AppControlServe, RequestsOnAKeptStreamDoNotWakeTheContextOfEitherSide) {
+  ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
+  Replies first;
+  ASSERT_EQ(vtest::send_request(kSelf, {{"n", "0"}}, &first), APP_CONTROL_ERROR_NONE);
+  ASSERT_TRUE(run_until([&] { return first.calls > 0; }));
+  vtest::run_pending();
+  GMainContext *ctx = g_main_context_default();
+  vtest::ContextWakeUps wake_ups(ctx);
+  g_main_context_wakeup(ctx);  // the counter sees a wake-up when there is one
+  vtest::run_pending();
+  ASSERT_TRUE(wake_ups.saw_wake_up_fd());
+  ASSERT_EQ(wake_ups.count(), 1);
+  for (int i = 1; i <= 5; ++i) {
+    Replies r;
+    ASSERT_EQ(vtest::send_request(kSelf, {{"n", std::to_string(i)}}, &r), APP_CONTROL_ERROR_NONE);
+    ASSERT_TRUE(run_until([&] { return r.calls > 0; }));
+    EXPECT_EQ(r.result, APP_CONTROL_RESULT_SUCCEEDED);
+  }
+  vtest::run_pending();
+  EXPECT_EQ(wake_ups.count(), 1);
+  EXPECT_EQ(served.requests.size(), 6u);
 }
 
 TEST_F(AppControlServe, RefusingHidesRequestsFromTheCallback) {
