@@ -189,14 +189,29 @@ bool make_private(const std::string &path, std::string *error) {
 }
 
 // The parts of `path` below the root (none for the root itself); false when it is not in it.
+// The last answer for absolute paths is kept per thread: a sender asks the same of the registry's
+// directory for every request.
 bool below_root(const std::string &path, std::vector<std::string> *rest, std::string *error) {
-  const std::vector<std::string> root = components(root_dir());
+  struct Memo {
+    std::string root;
+    std::string path;
+    std::vector<std::string> rest;
+  };
+  thread_local Memo memo;
+  const std::string root_path = root_dir();
+  const bool absolute = g_path_is_absolute(root_path.c_str()) && g_path_is_absolute(path.c_str());
+  if (absolute && !memo.path.empty() && memo.path == path && memo.root == root_path) {
+    *rest = memo.rest;
+    return true;
+  }
+  const std::vector<std::string> root = components(root_path);
   const std::vector<std::string> parts = components(path);
   if (parts.size() < root.size() || !std::equal(root.begin(), root.end(), parts.begin())) {
-    *error = path + " is not below the platform root " + root_dir();
+    *error = path + " is not below the platform root " + root_path;
     return false;
   }
   rest->assign(parts.begin() + (long)root.size(), parts.end());
+  if (absolute) memo = Memo{root_path, path, *rest};
   return true;
 }
 

@@ -131,3 +131,17 @@ TEST_F(ReadWhenChanged, DeviceConfigurationIsReadOnceAndChangesAreSeen) {
 }
 
 }  // namespace
+
+// A lookup answers for the root of the moment: entering another root and coming back is seen at
+// once, by the same thread, for the same app id.
+TEST_F(ReadWhenChanged, ALookupAnswersForTheRootOfTheMoment) {
+  ASSERT_EQ(metadata("dev.example.p3", "level"), "3");
+  {
+    vtest::PlatformRoot other;  // entered: it has no packages
+    EXPECT_EQ(metadata("dev.example.p3", "level"), "<none>");
+    other.install_package("dev.example.p3", {{"dev.example.p3", "service", "/bin/true"}},
+                          {{"dev.example.p3", "level", "other"}});
+    EXPECT_EQ(metadata("dev.example.p3", "level"), "other");
+  }
+  EXPECT_EQ(metadata("dev.example.p3", "level"), "3");
+}
