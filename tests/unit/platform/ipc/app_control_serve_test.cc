@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
+#include <valgrind/valgrind.h>
 
 #include <cerrno>
 #include <chrono>
@@ -281,6 +282,10 @@ TEST_F(AppControlServe, SendingToItsOwnApplicationIsServed) {
 // says so once, and accepts again by itself once descriptors are free.
 TEST_F(AppControlServe, OutOfDescriptorsBacksOffKeepsServingAndRecovers) {
   namespace raw = vtest::raw;
+  // Under valgrind the descriptor limit is valgrind's own: the kernel still accepts a connection
+  // above it, and valgrind closes that descriptor and reports EMFILE, so the waiting caller this
+  // test serves later is gone. The sanitized run (make check) runs it.
+  if (RUNNING_ON_VALGRIND) GTEST_SKIP() << "valgrind drops connections accepted above its limit";
   ASSERT_EQ(velmora_host_app_control_serve(Served::cb, &served), APP_CONTROL_ERROR_NONE);
   const std::string path = root.path() + "/run/" + kSelf + "/appcontrol.sock";
   // One whole request first: the sanitizers check an object's type through a pipe the first time
