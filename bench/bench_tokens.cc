@@ -24,9 +24,12 @@
 //                              p50 and p99 over all their requests
 //
 // Each row also reports the agent's CPU time per request (all its threads, from the kernel's
-// per-task accounting). After the runs, tables print every figure with its floor, the ratio and
-// the target it is held to, and whether the target is met. The numbers are whatever this machine
-// measures: take them on a quiet machine.
+// per-task accounting) and, for the single, floor and clients:N rows, the share of the machine's
+// CPU time that its host took while the row was timed ("steal" in /proc/stat: on a virtual
+// machine, time its CPUs wanted to run and the hypervisor ran something else; a row with much of
+// it measured the host as well). After the runs, tables print every figure with its floor, the
+// ratio and the target it is held to, and whether the target is met. The numbers are whatever this
+// machine measures: take them on a quiet machine.
 //
 //   bench_tokens [--benchmark_filter=REGEX] [--benchmark_min_time=S]
 //   VELMORA_BENCH_BURST_MS   how long the client processes of a clients:N row ask (default 1000)
@@ -164,6 +167,7 @@ struct Result {
   double per_second = 0;  // clients:N rows
   int64_t live_tokens = 0;
   int packages = 1;
+  double steal = -1;  // share of the machine's CPU time the host took while the row was timed
 };
 
 std::map<std::string, Result> &results() {
@@ -252,6 +256,7 @@ void run_floor(benchmark::State &state, const Row *row) {
   const std::vector<unsigned char> req = vbench::frame(frame_sizes().request);
   std::vector<unsigned char> in;
   in.reserve(frame_sizes().response);
+  const vbench::CpuTicks ticks0 = vbench::cpu_ticks();
   for (auto _ : state) {
     const int64_t t0 = now_ns();
     const bool ok = vbench::echo_once(c.echo, req, &in);
@@ -261,6 +266,7 @@ void run_floor(benchmark::State &state, const Row *row) {
       break;
     }
   }
+  r.steal = vbench::steal_share(ticks0, vbench::cpu_ticks());
   report(state, r);
 }
 
@@ -275,6 +281,7 @@ void run_single(benchmark::State &state, const Row *row) {
   Result &r = results()[row->name];
   r.samples.clear();
   const int64_t cpu0 = c.rig->agent_cpu_ns();
+  const vbench::CpuTicks ticks0 = vbench::cpu_ticks();
   for (auto _ : state) {
     const int64_t t0 = now_ns();
     const bool ok = c.client->request();
@@ -284,6 +291,7 @@ void run_single(benchmark::State &state, const Row *row) {
       break;
     }
   }
+  r.steal = vbench::steal_share(ticks0, vbench::cpu_ticks());
   r.agent_cpu_us = cpu_per_request(cpu0, c.rig->agent_cpu_ns(), r.samples.size());
   report(state, r);
 }
@@ -429,6 +437,7 @@ void run_clients(benchmark::State &state, const Row *row) {
       ok = ok && vbench::read_all(p.from, &ready, 1) && ready == 'r';
     }
     const int64_t cpu0 = c.rig->agent_cpu_ns();
+    const vbench::CpuTicks ticks0 = vbench::cpu_ticks();
     for (const ClientProcess &p : procs) ok = ok && vbench::write_all(p.to, &burst, sizeof burst);
     int64_t total = 0, longest = 0;
     for (const ClientProcess &p : procs) {
@@ -444,6 +453,7 @@ void run_clients(benchmark::State &state, const Row *row) {
       longest = std::max(longest, head[1]);
     }
     const int64_t cpu1 = c.rig->agent_cpu_ns();
+    r.steal = vbench::steal_share(ticks0, vbench::cpu_ticks());
     for (ClientProcess &p : procs) ok = end_client(&p) && ok;
     if (!ok || total == 0 || longest == 0) {
       state.SkipWithError("a client process failed");
@@ -529,6 +539,13 @@ std::string ratio_text(double ratio) {
   return out;
 }
 
+std::string share_text(double share) {
+  if (share < 0) return "-";
+  char out[32];
+  snprintf(out, sizeof out, "%.1f%%", 100 * share);
+  return out;
+}
+
 struct Tally {
   int met = 0, missed = 0;
   const char *mark(bool ok) {
@@ -542,16 +559,18 @@ void print_tables() {
   printf(
       "\nAccess tokens, call to callback; every row on its own platform root, agent and client.\n");
   printf("Judged by the median unpinned and by the mean pinned (one CPU), against the floor of\n");
-  printf("the same regime measured in this run. Times in microseconds.\n\n");
-  printf("%-9s %-34s %9s %9s %9s %9s %8s %-14s %s\n", "regime", "row", "median", "mean", "p99",
-         "agent cpu", "x floor", "target", "met");
+  printf("the same regime measured in this run. Times in microseconds; steal is the share of\n");
+  printf("this machine's CPU time its host ran something else while the row was timed.\n\n");
+  printf("%-9s %-34s %9s %9s %9s %9s %6s %8s %-14s %s\n", "regime", "row", "median", "mean", "p99",
+         "agent cpu", "steal", "x floor", "target", "met");
   for (Regime regime : {Regime::kUnpinned, Regime::kPinned}) {
     const Result *floor = find(std::string("floor/") + vbench::regime_name(regime));
     const double f = floor ? figure(*floor, regime) : 0;
     if (floor)
-      printf("%-9s %-34s %9.1f %9.1f %9.1f %9s %8s %-14s %s\n", vbench::regime_name(regime),
+      printf("%-9s %-34s %9.1f %9.1f %9.1f %9s %6s %8s %-14s %s\n", vbench::regime_name(regime),
              "socketpair floor", floor->samples.median(), floor->samples.mean(),
-             floor->samples.percentile(99), "-", "1.00", "-", "-");
+             floor->samples.percentile(99), "-", share_text(floor->steal).c_str(), "1.00", "-",
+             "-");
     for (Variant v : {Variant::kPublic, Variant::kSecret, Variant::kLiveTokens, Variant::kPackages})
       for (Transport t : {Transport::kAppControl, Transport::kPort}) {
         const Result *r = find(row_name(regime, t, variant_name(v)));
@@ -571,9 +590,9 @@ void print_tables() {
         if (targeted)
           snprintf(target, sizeof target, "%s <= %.0fx",
                    regime == Regime::kPinned ? "mean" : "median", limit);
-        printf("%-9s %-34s %9.1f %9.1f %9.1f %9.1f %8s %-14s %s\n", vbench::regime_name(regime),
+        printf("%-9s %-34s %9.1f %9.1f %9.1f %9.1f %6s %8s %-14s %s\n", vbench::regime_name(regime),
                label.c_str(), r->samples.median(), r->samples.mean(), r->samples.percentile(99),
-               r->agent_cpu_us, ratio_text(ratio).c_str(), target,
+               r->agent_cpu_us, share_text(r->steal).c_str(), ratio_text(ratio).c_str(), target,
                targeted && f > 0 ? tally.mark(ratio <= limit) : "-");
       }
   }
@@ -604,8 +623,8 @@ void print_tables() {
 
   printf("\nClient processes asking at once (no client secret): throughput and latency over all\n");
   printf("their requests; p99 against the floor's median of the same regime.\n\n");
-  printf("%-9s %-12s %7s %10s %9s %9s %9s %9s %-24s %s\n", "regime", "transport", "clients",
-         "tokens/s", "p50", "p99", "p99 x fl", "agent cpu", "target", "met");
+  printf("%-9s %-12s %7s %10s %9s %9s %9s %9s %6s %-24s %s\n", "regime", "transport", "clients",
+         "tokens/s", "p50", "p99", "p99 x fl", "agent cpu", "steal", "target", "met");
   for (Regime regime : {Regime::kUnpinned, Regime::kPinned}) {
     const Result *floor = find(std::string("floor/") + vbench::regime_name(regime));
     const double f = floor ? floor->samples.median() : 0;
@@ -616,10 +635,10 @@ void print_tables() {
         const double p99 = r->samples.percentile(99);
         const double ratio = f > 0 ? p99 / f : NAN;
         const bool targeted = n == 8 && regime == Regime::kUnpinned;
-        printf("%-9s %-12s %7d %10.0f %9.1f %9.1f %9s %9.1f %-24s %s\n",
+        printf("%-9s %-12s %7d %10.0f %9.1f %9.1f %9s %9.1f %6s %-24s %s\n",
                vbench::regime_name(regime), vbench::transport_name(t), n, r->per_second,
                r->samples.median(), p99, ratio_text(ratio).c_str(), r->agent_cpu_us,
-               targeted ? ">= 15000/s, p99 <= 25x" : "-",
+               share_text(r->steal).c_str(), targeted ? ">= 15000/s, p99 <= 25x" : "-",
                targeted && f > 0 ? tally.mark(r->per_second >= 15000 && ratio <= 25) : "-");
       }
   }

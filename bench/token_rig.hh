@@ -141,6 +141,33 @@ inline int64_t process_cpu_ns(pid_t pid) {
   return any ? total : -1;
 }
 
+// The machine's CPU time so far, from the first line of /proc/stat, in clock ticks: all of it,
+// and the part a hypervisor ran something else while this machine wanted to run ("steal").
+struct CpuTicks {
+  int64_t total = -1;
+  int64_t steal = 0;
+};
+
+inline CpuTicks cpu_ticks() {
+  std::ifstream in("/proc/stat");
+  std::string cpu;
+  int64_t v[8] = {};  // user nice system idle iowait irq softirq steal (guest is within user)
+  if (!(in >> cpu) || cpu != "cpu") return {};
+  for (int64_t &x : v)
+    if (!(in >> x)) return {};
+  CpuTicks t;
+  t.total = 0;
+  for (int64_t x : v) t.total += x;
+  t.steal = v[7];
+  return t;
+}
+
+// The share of the machine's CPU time stolen between two readings (-1 when unknown).
+inline double steal_share(const CpuTicks &a, const CpuTicks &b) {
+  if (a.total < 0 || b.total <= a.total) return -1;
+  return static_cast<double>(b.steal - a.steal) / static_cast<double>(b.total - a.total);
+}
+
 // ---- the main loop of this process ----
 
 inline bool run_until(const std::function<bool()> &done, int64_t timeout_ns = 30'000'000'000) {
