@@ -65,15 +65,24 @@ std::string join(const std::vector<std::string> &parts, size_t n) {
 
 enum class Seen { kOk, kMissing, kBad };
 
-// Looks at `path` without following a final symbolic link, then at what it names: *st describes
-// the directory found. A link must belong to root or the current user.
-Seen look(const std::string &path, const char *role, struct stat *st, std::string *error) {
+// What a symbolic link met on the way may be: above the root, one that root or the current user
+// owns (it is followed); below it, none.
+enum class Links { kFollowOwned, kRefuse };
+
+// Looks at `path` without following a final symbolic link, then (for a link that may be followed)
+// at what it names: *st describes the directory found.
+Seen look(const std::string &path, const char *role, Links links, struct stat *st,
+          std::string *error) {
   if (lstat(path.c_str(), st) != 0) {
     if (errno == ENOENT) return Seen::kMissing;
     *error = "cannot inspect " + std::string(role) + " " + path + ": " + strerror(errno);
     return Seen::kBad;
   }
   if (S_ISLNK(st->st_mode)) {
+    if (links == Links::kRefuse) {
+      *error = std::string(role) + " " + path + " in the platform root is a symbolic link";
+      return Seen::kBad;
+    }
     if (st->st_uid != 0 && st->st_uid != geteuid()) {
       *error = std::string(role) + " " + path + " is a symbolic link of uid " +
                std::to_string(st->st_uid) + ", who could point it elsewhere";
@@ -95,7 +104,7 @@ Seen look(const std::string &path, const char *role, struct stat *st, std::strin
 // A directory above the root: root's or ours, and not writable by others unless sticky.
 Seen check_ancestor(const std::string &path, const std::string &root, std::string *error) {
   struct stat st;
-  Seen seen = look(path, "directory", &st, error);
+  Seen seen = look(path, "directory", Links::kFollowOwned, &st, error);
   if (seen != Seen::kOk) return seen;
   const bool owner_ok = st.st_uid == 0 || st.st_uid == geteuid();
   if (!owner_ok || (others_may_write(st.st_mode) && !(st.st_mode & S_ISVTX))) {
@@ -126,9 +135,9 @@ Seen owned(const std::string &path, const char *role, const char *advice, const 
   return Seen::kOk;
 }
 
-Seen check_own(const std::string &path, const char *role, const char *advice, struct stat *st,
-               std::string *error) {
-  Seen seen = look(path, role, st, error);
+Seen check_own(const std::string &path, const char *role, const char *advice, Links links,
+               struct stat *st, std::string *error) {
+  Seen seen = look(path, role, links, st, error);
   if (seen == Seen::kBad) *error += std::string(": ") + advice;
   if (seen != Seen::kOk) return seen;
   return owned(path, role, advice, st, error);
@@ -154,7 +163,8 @@ RootState full_check(const std::string &root, std::string *error) {
     if (seen == Seen::kBad) return RootState::kRefused;
   }
   struct stat st;
-  Seen seen = check_own(join(parts, parts.size()), "platform root", kRootAdvice, &st, error);
+  Seen seen = check_own(join(parts, parts.size()), "platform root", kRootAdvice,
+                        Links::kFollowOwned, &st, error);
   if (seen == Seen::kMissing) return RootState::kMissing;
   if (seen == Seen::kBad) return RootState::kRefused;
   struct stat link;
@@ -276,20 +286,9 @@ RootState dir_check(const std::string &path, std::string *error, struct stat *se
   for (const std::string &part : rest) {
     at += "/" + part;
     // One lstat() a directory: below the root a link is refused, so it says all there is.
-    if (lstat(at.c_str(), &st) != 0) {
-      if (errno == ENOENT) return RootState::kMissing;
-      *error = "cannot inspect directory " + at + ": " + strerror(errno) + ": " + kDirAdvice;
-      return RootState::kRefused;
-    }
-    if (S_ISLNK(st.st_mode)) {
-      *error = "directory " + at + " in the platform root is a symbolic link: " + kDirAdvice;
-      return RootState::kRefused;
-    }
-    if (!S_ISDIR(st.st_mode)) {
-      *error = "directory " + at + " is not a directory: " + kDirAdvice;
-      return RootState::kRefused;
-    }
-    if (owned(at, "directory", kDirAdvice, &st, error) != Seen::kOk) return RootState::kRefused;
+    const Seen found = check_own(at, "directory", kDirAdvice, Links::kRefuse, &st, error);
+    if (found == Seen::kMissing) return RootState::kMissing;
+    if (found == Seen::kBad) return RootState::kRefused;
   }
   if (seen) *seen = st;
   return RootState::kReady;
@@ -303,11 +302,9 @@ bool private_dir(const std::string &path, std::string *error) {
     at += "/" + part;
     if (!make_private(at, error)) return false;
     struct stat st;
-    if (lstat(at.c_str(), &st) == 0 && S_ISLNK(st.st_mode)) {
-      *error = "directory " + at + " in the platform root is a symbolic link: " + kDirAdvice;
-      return false;
-    }
-    if (check_own(at, "directory", kDirAdvice, &st, error) != Seen::kOk) return false;
+    const Seen found = check_own(at, "directory", kDirAdvice, Links::kRefuse, &st, error);
+    if (found == Seen::kMissing) *error = "directory " + at + " vanished as it was made";
+    if (found != Seen::kOk) return false;
   }
   return true;
 }

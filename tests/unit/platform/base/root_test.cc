@@ -141,6 +141,27 @@ TEST_F(PlatformRootTrust, PackagesDirectoryOfAnotherUserIsRefused) {
                  "again, private)");
 }
 
+// Below the root a symbolic link is refused even when it is our own: whoever could write where it
+// points would hold a directory of the platform.
+TEST_F(PlatformRootTrust, PackagesDirectoryThatIsOurOwnSymbolicLinkIsRefused) {
+  const std::string packages = root.path_of("packages");
+  const std::string real = root.path_of("packages.real");
+  ASSERT_EQ(rename(packages.c_str(), real.c_str()), 0);
+  ASSERT_EQ(symlink(real.c_str(), packages.c_str()), 0);
+  expect_refused("directory " + packages +
+                 " in the platform root is a symbolic link: remove it (the platform creates it "
+                 "again, private)");
+}
+
+TEST_F(PlatformRootTrust, PackagesDirectoryThatIsAFileIsRefused) {
+  const std::string packages = root.path_of("packages");
+  ASSERT_EQ(rename(packages.c_str(), root.path_of("packages.old").c_str()), 0);
+  ASSERT_TRUE(g_file_set_contents(packages.c_str(), "", 0, nullptr));
+  ASSERT_EQ(chmod(packages.c_str(), 0600), 0);
+  expect_refused("directory " + packages +
+                 " is not a directory: remove it (the platform creates it again, private)");
+}
+
 TEST_F(PlatformRootTrust, PackageFileOfAnotherUserIsNotRead) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root to give a file to another user";
   const std::string file = root.path_of("packages/") + kApp + ".pkg";
